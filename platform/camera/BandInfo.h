@@ -1,0 +1,23 @@
+#pragma once
+
+#include <tuple>
+#include <vector>
+
+namespace tessik {
+
+/// A spectral band; 0 where a value is not known. Ordered by centre, then width.
+struct BandInfo {
+    double wavelengthNm = 0.0; ///< centre wavelength, nm
+    double fwhmNm = 0.0;       ///< full width at half maximum, nm
+
+    friend bool operator<(const BandInfo& a, const BandInfo& b) {
+        return std::tie(a.wavelengthNm, a.fwhmNm) < std::tie(b.wavelengthNm, b.fwhmNm);
+    }
+    friend bool operator==(const BandInfo& a, const BandInfo& b) {
+        return a.wavelengthNm == b.wavelengthNm && a.fwhmNm == b.fwhmNm;
+    }
+};
+
+using bands_t = std::vector<BandInfo>;
+
+} // namespace tessik

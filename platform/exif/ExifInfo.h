@@ -1,0 +1,95 @@
+#pragma once
+
+#include "platform/camera/BandInfo.h"
+#include "platform/camera/Gamma.h"
+#include "platform/camera/VignettingData.h"
+#include "platform/image/DataType.h"
+
+#include <Eigen/Core>
+#include <QtCore/QString>
+
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace tessik {
+
+/// Rolling-shutter coefficients of a MicaSense RedEdge: the exposure of row y is
+/// t + k1 * y - k2 * t * y seconds. NaN = not stated.
+struct MicaSenseRedEdge3kModelData {
+    double k1 = std::numeric_limits<double>::quiet_NaN(); ///< s per row
+    double k2 = std::numeric_limits<double>::quiet_NaN(); ///< 1 per row
+};
+
+/// What an image's metadata says, in this system's units. Per-band lists are in band order.
+struct ExifInfo {
+    // Identity
+    QString make;         ///< empty = not stated
+    QString model;        ///< empty = not stated
+    QString serialNumber; ///< of the camera body; empty = not stated
+    QString rigName;      ///< name of the camera rig; empty = not stated
+    /// Index of this camera in its rig, from 0; absent = not stated.
+    std::optional<std::int32_t> rigCameraIndex;
+    QString captureId; ///< shared by the files of one capture; empty = not stated
+
+    // Image
+    std::uint64_t imageWidth = 0;  ///< px
+    std::uint64_t imageHeight = 0; ///< px
+    std::uint64_t bandCount = 0;   ///< samples a pixel
+    DataType pixelType = DataType::Unknown;
+    std::vector<QString> bandNames; ///< one a band, or empty
+    bands_t bands;                  ///< wavelengths, one a band, or empty
+    /// Range of the samples where the camera does not use the whole type; absent = whole type.
+    std::optional<std::pair<double, double>> storedRange;
+    /// Principal point in px from the centre of the first pixel; absent = image centre.
+    std::optional<Eigen::Vector2d> principalPoint;
+
+    // Exposure
+    double exposureTime = 0.0;    ///< s; 0 = not stated
+    std::int32_t iso = 0;         ///< ISO speed; 0 = not stated
+    double apertureFNumber = 0.0; ///< 0 = not stated
+
+    // Radiometry
+    /// Sensitivity of each band; empty = not stated.
+    std::vector<double> sensitivity;
+    /// Additive term of the exposure product of each band (Sequoia's C); empty = not stated.
+    std::vector<double> cmosCorrection;
+    /// Dark level of each band in DN: 1x1, or a pattern repeated over the image; empty = not
+    /// stated.
+    std::vector<Eigen::MatrixXd> darkLevels;
+    /// Defective pixels (column, row) of each band; empty = no list.
+    std::vector<std::vector<std::pair<std::int32_t, std::int32_t>>> badPixels;
+    /// Relative brightness over the image; empty coefficients = not stated.
+    VignettingData vignetting;
+    /// Tone curve of each band; empty = values are linear.
+    std::vector<gamma_t> gamma;
+    /// Band mixing matrix, bands x bands; empty = not stated.
+    Eigen::MatrixXd colorConversionMatrix;
+    MicaSenseRedEdge3kModelData micaSense3kModel;
+    /// Airinov multiSPEC 4C: samples are already normalised for exposure.
+    bool isAirinovMultispec4C = false;
+    /// 1 = raw values that may be corrected; any other stated value = leave them alone;
+    /// all ones = not stated.
+    std::uint32_t radiometricIndicator = kIndicatorNotStated;
+    static constexpr std::uint32_t kIndicatorNotStated = 0xFFFFFFFFU;
+    /// The pixels are corrected already (by the camera or by this system).
+    bool isNormalized = false;
+    /// Degrees Celsius; absent = not stated.
+    std::optional<double> sensorTemperature;
+
+    // Irradiance sensor
+    /// Irradiance of each band, in the sensor's unit (W/m2/nm for MicaSense); empty = no reading.
+    std::vector<double> sunIrradiance;
+    /// (omega, phi, kappa) of the irradiance sensor relative to the camera, degrees; absent =
+    /// unknown.
+    std::optional<Eigen::Vector3f> sunSensorRelativeOrientation;
+    /// The irradiance sensor's own (yaw, pitch, roll), degrees; absent = unknown.
+    std::optional<Eigen::Vector3d> sunSensorYawPitchRoll;
+
+    /// The camera's own (yaw, pitch, roll), degrees; absent = not stated.
+    std::optional<Eigen::Vector3d> cameraYawPitchRoll;
+};
+
+} // namespace tessik

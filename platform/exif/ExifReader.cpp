@@ -1,0 +1,109 @@
+#include "platform/exif/ExifReader.h"
+
+#include "platform/exif/cameras/Dialects.h"
+#include "platform/text/Text.h"
+
+#include <utility>
+
+namespace tessik::exif {
+namespace {
+
+/// FNV-1a, 64 bit: small, and the same everywhere.
+std::uint64_t hash(const std::string& text) {
+    std::uint64_t value = 14695981039346656037ULL;
+    for (const char c : text) {
+        value = (value ^ static_cast<unsigned char>(c)) * 1099511628211ULL;
+    }
+    return value;
+}
+
+QString joined(const std::vector<QString>& names) {
+    QString text;
+    for (const QString& name : names) {
+        text += (text.isEmpty() ? "" : ", ") + name;
+    }
+    return text;
+}
+
+} // namespace
+
+ImageMetadata readMetadata(const std::string& path) {
+    return interpret(readTags(path));
+}
+
+ImageMetadata interpret(const TagFile& file) {
+    ImageMetadata metadata;
+    metadata.warnings = file.warnings;
+    readCommon(file, metadata);
+    for (const Dialect& dialect : dialects()) {
+        if (dialect.matches(file.tags)) {
+            dialect.read(file.tags, metadata);
+            break;
+        }
+    }
+    return metadata;
+}
+
+std::uint64_t cameraId(const ExifInfo& exif) {
+    QString text = text::compose(exif.make,
+                                 "|",
+                                 exif.model,
+                                 "|",
+                                 exif.serialNumber,
+                                 "|",
+                                 exif.rigName,
+                                 "|",
+                                 exif.rigCameraIndex.value_or(-1),
+                                 "|",
+                                 joined(exif.bandNames),
+                                 "|",
+                                 exif.imageWidth,
+                                 "x",
+                                 exif.imageHeight,
+                                 "x",
+                                 exif.bandCount);
+    for (const BandInfo& band : exif.bands) {
+        text += text::compose("|", band.wavelengthNm, "_", band.fwhmNm);
+    }
+    return hash(text.toStdString());
+}
+
+QString cameraName(const ExifInfo& exif) {
+    QString name = exif.make;
+    const auto append = [&name](const QString& part) {
+        if (!part.isEmpty()) {
+            name += (name.isEmpty() ? "" : " ") + part;
+        }
+    };
+    append(exif.model);
+    append(joined(exif.bandNames));
+    if (!exif.serialNumber.isEmpty()) {
+        append("(" + exif.serialNumber + ")");
+    }
+    return name.isEmpty() ? QStringLiteral("unknown camera") : name;
+}
+
+CameraParams cameraParams(const ExifInfo& exif) {
+    CameraParams params;
+    params.width = exif.imageWidth;
+    params.height = exif.imageHeight;
+    const Eigen::Vector2d point = exif.principalPoint.value_or(
+        Eigen::Vector2d(0.5 * (static_cast<double>(exif.imageWidth) - 1.0),
+                        0.5 * (static_cast<double>(exif.imageHeight) - 1.0)));
+    params.principalPointX = point.x();
+    params.principalPointY = point.y();
+    params.vignetting = exif.vignetting;
+    params.storedRange = exif.storedRange;
+    return params;
+}
+
+InputImage inputImage(const std::string& path, ImageMetadata metadata) {
+    InputImage image;
+    image.path = QString::fromStdString(path);
+    image.exif = std::move(metadata.exif);
+    image.geo = metadata.geo;
+    image.cameraId = cameraId(image.exif);
+    return image;
+}
+
+} // namespace tessik::exif

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "platform/exif/Tags.h"
+#include "platform/export.h"
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace tessik::exif {
+
+/// Metadata that cannot be read or written. what() is the reason; it does not repeat the path.
+class TESSIK_PLATFORM_EXPORT Error : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// What a file's metadata blocks hold.
+struct TagFile {
+    Tags tags;
+    std::uint64_t pixelWidth = 0;  ///< px; 0 = the file does not say
+    std::uint64_t pixelHeight = 0; ///< px
+    bool isJpeg = false;
+    /// What was wrong with the metadata but did not stop the reading, a line each.
+    std::vector<std::string> warnings;
+};
+
+/// Reads EXIF and XMP of a TIFF or JPEG file. Thread safe.
+/// @throws Error when the file cannot be opened or its structure is broken.
+TESSIK_PLATFORM_EXPORT TagFile readTags(const std::string& path);
+
+/// One tag to write. Key as in "Exif.Photo.ExposureTime" or "Xmp.Camera.BandName"; EXIF values as
+/// text of the tag's own type ("1395/1000000", "2 2"); several values make an XMP sequence.
+struct NewTag {
+    std::string key;
+    std::vector<std::string> values;
+};
+
+/// Writes tags into an existing TIFF or JPEG file, in name spaces of our own for the prefixes
+/// Camera, MicaSense, DLS and Tessik. Other tags of the file stay. Thread safe.
+/// @throws Error when a key is unknown or the file cannot be written.
+TESSIK_PLATFORM_EXPORT void writeTags(const std::string& path, const std::vector<NewTag>& tags);
+
+} // namespace tessik::exif

@@ -1,0 +1,18 @@
+#include "platform/exif/cameras/Dialects.h"
+
+namespace tessik::exif {
+namespace {
+
+bool matches(const Tags& tags) {
+    return tags.xmpText("Camera", "RigName").rfind("Airinov multiSPEC4C", 0) == 0;
+}
+
+void read(const Tags& /*tags*/, ImageMetadata& metadata) {
+    metadata.exif.isAirinovMultispec4C = true;
+}
+
+} // namespace
+
+const Dialect kAirinov = {&matches, &read};
+
+} // namespace tessik::exif

@@ -1,0 +1,416 @@
+#include "platform/exif/cameras/Dialects.h"
+
+#include <cmath>
+#include <cstdio>
+#include <limits>
+
+namespace tessik::exif {
+namespace {
+
+/// Days from 1970-01-01 to a date of the Gregorian calendar.
+/// Source: H. Hinnant, chrono-compatible low-level date algorithms, days_from_civil.
+std::int64_t daysFromCivil(std::int64_t year, int month, int day) {
+    year -= month <= 2 ? 1 : 0;
+    const std::int64_t era = (year >= 0 ? year : year - 399) / 400;
+    const std::int64_t yearOfEra = year - era * 400;
+    const std::int64_t dayOfYear = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
+    const std::int64_t dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
+    return era * 146097 + dayOfEra - 719468;
+}
+
+/// "2017:10:19 20:42:10" as seconds since 1970-01-01 of the clock that wrote it.
+std::optional<double> parseDateTime(const std::string& text) {
+    int year = 0;
+    int month = 0;
+    int day = 0;
+    int hour = 0;
+    int minute = 0;
+    int second = 0;
+    int used = 0;
+    if (std::sscanf(text.c_str(), // NOLINT(cert-err34-c): the ranges are checked below
+                    "%4d%*1[:-]%2d%*1[:-]%2d%*1[ T]%2d:%2d:%2d%n",
+                    &year,
+                    &month,
+                    &day,
+                    &hour,
+                    &minute,
+                    &second,
+                    &used) != 6 ||
+        used == 0) {
+        return std::nullopt;
+    }
+    if (year < 1 || month < 1 || month > 12 || day < 1 || day > 31 || hour < 0 || hour > 23 ||
+        minute < 0 || minute > 59 || second < 0 || second > 60) {
+        return std::nullopt;
+    }
+    return static_cast<double>(((daysFromCivil(year, month, day) * 24 + hour) * 60 + minute) * 60 +
+                               second);
+}
+
+/// Digits of a fraction of a second, with a sign on some firmware: "200159" is 0.200159 s,
+/// "-182458" is -0.182458 s.
+double parseSubSeconds(const std::string& text) {
+    const bool negative = !text.empty() && text.front() == '-';
+    const auto fraction = parseNumber("0." + text.substr(negative ? 1 : 0));
+    return fraction ? (negative ? -*fraction : *fraction) : 0.0;
+}
+
+/// "+02:00" in seconds.
+std::optional<double> parseUtcOffset(const std::string& text) {
+    if (text.size() != 6 || (text[0] != '+' && text[0] != '-') || text[3] != ':') {
+        return std::nullopt;
+    }
+    const auto hours = parseNumber(text.substr(1, 2));
+    const auto minutes = parseNumber(text.substr(4, 2));
+    if (!hours || !minutes) {
+        return std::nullopt;
+    }
+    return (text[0] == '-' ? -1.0 : 1.0) * (*hours * 3600.0 + *minutes * 60.0);
+}
+
+void readTime(const Tags& tags, GeoData& geo) {
+    const auto seconds = parseDateTime(tags.exifText("Exif.Photo.DateTimeOriginal"));
+    if (!seconds) {
+        return;
+    }
+    std::string fraction = tags.exifText("Exif.Photo.SubSecTimeOriginal");
+    if (fraction.empty()) {
+        fraction = tags.exifText("Exif.Photo.SubSecTime");
+    }
+    const double offset =
+        parseUtcOffset(tags.exifText("Exif.Photo.OffsetTimeOriginal")).value_or(0.0);
+    geo.captureTime = *seconds + parseSubSeconds(fraction) - offset;
+}
+
+/// Degrees, minutes, seconds; NaN where it is not stated.
+double readAngle(const Tags& tags, const std::string& key, char negative) {
+    const std::vector<double> parts = tags.exifNumbers("Exif.GPSInfo." + key);
+    const std::string reference = tags.exifText("Exif.GPSInfo." + key + "Ref");
+    if (parts.size() != 3 || reference.empty()) {
+        return std::numeric_limits<double>::quiet_NaN();
+    }
+    const double degrees = parts[0] + parts[1] / 60.0 + parts[2] / 3600.0;
+    return reference.front() == negative ? -degrees : degrees;
+}
+
+void readPosition(const Tags& tags, GeoData& geo) {
+    if (tags.exifText("Exif.GPSInfo.GPSStatus") == "V") {
+        return; // the receiver had no fix
+    }
+    const double latitude = readAngle(tags, "GPSLatitude", 'S');
+    const double longitude = readAngle(tags, "GPSLongitude", 'W');
+    if (!(std::abs(latitude) <= 90.0) || !(std::abs(longitude) <= 180.0)) {
+        return;
+    }
+    if (latitude == 0.0 && longitude == 0.0) {
+        return; // what receivers without a fix write
+    }
+    const auto altitude = tags.exifNumber("Exif.GPSInfo.GPSAltitude");
+    const bool isBelowSea = tags.exifNumber("Exif.GPSInfo.GPSAltitudeRef").value_or(0.0) == 1.0;
+    geo.position = GeoPosition{latitude,
+                               longitude,
+                               altitude && std::isfinite(*altitude)
+                                   ? (isBelowSea ? -*altitude : *altitude)
+                                   : std::numeric_limits<double>::quiet_NaN()};
+}
+
+DataType pixelType(double bits, double sampleFormat) {
+    constexpr double kSigned = 2.0;
+    constexpr double kFloat = 3.0;
+    if (sampleFormat == kFloat) {
+        return bits == 32.0   ? DataType::Float32
+               : bits == 64.0 ? DataType::Float64
+                              : DataType::Unknown;
+    }
+    const bool isSigned = sampleFormat == kSigned;
+    if (bits == 8.0 && !isSigned) {
+        return DataType::UInt8;
+    }
+    // 10, 12 and 14 bits come in 16.
+    if (bits > 8.0 && bits <= 16.0) {
+        return isSigned ? DataType::Int16 : DataType::UInt16;
+    }
+    if (bits == 32.0) {
+        return isSigned ? DataType::Int32 : DataType::UInt32;
+    }
+    return DataType::Unknown;
+}
+
+std::uint64_t asCount(std::optional<double> value) {
+    constexpr double kMax = 4294967295.0;
+    return value && *value >= 0.0 && *value <= kMax ? static_cast<std::uint64_t>(*value) : 0;
+}
+
+void readImageShape(const TagFile& file, ExifInfo& exif) {
+    const Tags& tags = file.tags;
+    if (file.isJpeg) {
+        exif.imageWidth = file.pixelWidth;
+        exif.imageHeight = file.pixelHeight;
+        exif.pixelType = DataType::UInt8;
+        exif.bandCount = 3;
+        return;
+    }
+    exif.imageWidth = asCount(tags.exifNumber("Exif.Image.ImageWidth"));
+    exif.imageHeight = asCount(tags.exifNumber("Exif.Image.ImageLength"));
+    exif.bandCount = asCount(tags.exifNumber("Exif.Image.SamplesPerPixel").value_or(1.0));
+    exif.pixelType = pixelType(tags.exifNumber("Exif.Image.BitsPerSample").value_or(1.0),
+                               tags.exifNumber("Exif.Image.SampleFormat").value_or(1.0));
+}
+
+/// Positive and finite, else 0.
+double positive(std::optional<double> value) {
+    return value && std::isfinite(*value) && *value > 0.0 ? *value : 0.0;
+}
+
+void readExposure(const Tags& tags, ExifInfo& exif) {
+    exif.exposureTime = positive(tags.exifNumber("Exif.Photo.ExposureTime"));
+    exif.apertureFNumber = positive(tags.exifNumber("Exif.Photo.FNumber"));
+    double iso = positive(tags.exifNumber("Exif.Photo.ISOSpeed"));
+    if (iso == 0.0) {
+        iso = positive(tags.exifNumber("Exif.Photo.ISOSpeedRatings"));
+    }
+    constexpr double kMaxIso = 1e9;
+    exif.iso = iso <= kMaxIso ? static_cast<std::int32_t>(iso) : 0;
+}
+
+void readBands(const Tags& tags, ExifInfo& exif) {
+    if (const Tags::Value* names = tags.xmp("Camera", "BandName"); names != nullptr) {
+        const std::vector<std::string> split =
+            names->size() == 1 && exif.bandCount > 1 ? splitList(names->front()) : *names;
+        if (split.size() == exif.bandCount) {
+            for (const std::string& name : split) {
+                exif.bandNames.push_back(QString::fromStdString(name).trimmed());
+            }
+        }
+    }
+    const std::vector<double> centres = tags.xmpNumbers("Camera", "CentralWavelength");
+    const std::vector<double> widths = tags.xmpNumbers("Camera", "WavelengthFWHM");
+    if (centres.size() == exif.bandCount && widths.size() == exif.bandCount) {
+        for (std::size_t b = 0; b < centres.size(); ++b) {
+            exif.bands.push_back({centres[b], widths[b]});
+        }
+    }
+}
+
+/// The repeating pattern of TIFF's BlackLevel: rows, columns, samples, the last running fastest. A
+/// pattern whose entries are all alike is one number.
+std::vector<Eigen::MatrixXd> readBlackLevel(const Tags& tags, std::uint64_t bandCount) {
+    const std::vector<double> levels = tags.exifNumbers("Exif.Image.BlackLevel");
+    std::vector<double> repeat = tags.exifNumbers("Exif.Image.BlackLevelRepeatDim");
+    if (repeat.size() != 2) {
+        repeat = {1.0, 1.0};
+    }
+    const std::uint64_t rows = asCount(repeat[0]);
+    const std::uint64_t cols = asCount(repeat[1]);
+    constexpr std::uint64_t kMaxRepeat = 64;
+    if (levels.empty() || rows == 0 || cols == 0 || rows > kMaxRepeat || cols > kMaxRepeat ||
+        levels.size() != rows * cols * bandCount) {
+        return {};
+    }
+    std::vector<Eigen::MatrixXd> perBand(bandCount);
+    for (std::uint64_t b = 0; b < bandCount; ++b) {
+        Eigen::MatrixXd& pattern = perBand[b];
+        pattern.resize(static_cast<Eigen::Index>(rows), static_cast<Eigen::Index>(cols));
+        for (std::uint64_t r = 0; r < rows; ++r) {
+            for (std::uint64_t c = 0; c < cols; ++c) {
+                pattern(static_cast<Eigen::Index>(r), static_cast<Eigen::Index>(c)) =
+                    levels[(r * cols + c) * bandCount + b];
+            }
+        }
+        if (!pattern.allFinite()) {
+            return {};
+        }
+        if ((pattern.array() == pattern(0, 0)).all()) {
+            pattern = Eigen::MatrixXd::Constant(1, 1, pattern(0, 0));
+        }
+    }
+    return perBand;
+}
+
+void readDarkLevels(const Tags& tags, ExifInfo& exif) {
+    exif.darkLevels = readBlackLevel(tags, exif.bandCount);
+    if (!exif.darkLevels.empty()) {
+        return;
+    }
+    const std::vector<double> levels = tags.xmpNumbers("Camera", "BlackCurrent");
+    if (levels.size() == exif.bandCount) {
+        for (const double level : levels) {
+            exif.darkLevels.push_back(Eigen::MatrixXd::Constant(1, 1, level));
+        }
+    }
+}
+
+/// "x,y" pairs: for one band all of them, for several one list item a band.
+void readBadPixels(const Tags& tags, ImageMetadata& metadata) {
+    ExifInfo& exif = metadata.exif;
+    const Tags::Value* items = tags.xmp("Camera", "InvalidPixel");
+    if (items == nullptr) {
+        return;
+    }
+    std::vector<Tags::Value> perBand;
+    if (exif.bandCount == 1) {
+        perBand.push_back(*items);
+    } else {
+        for (const std::string& item : *items) {
+            perBand.push_back({item});
+        }
+    }
+    if (perBand.size() != exif.bandCount) {
+        metadata.warnings.emplace_back("InvalidPixel does not hold one list a band; not used");
+        return;
+    }
+    for (const Tags::Value& texts : perBand) {
+        auto& list = exif.badPixels.emplace_back();
+        const std::vector<double> numbers = parseNumbers(texts);
+        if (numbers.size() % 2 != 0 ||
+            (numbers.empty() && texts != Tags::Value{""} && !texts.empty())) {
+            metadata.warnings.emplace_back("InvalidPixel does not hold pairs of numbers; not used");
+            exif.badPixels.clear();
+            return;
+        }
+        for (std::size_t i = 0; i + 1 < numbers.size(); i += 2) {
+            constexpr double kMax = 2147483647.0;
+            if (std::abs(numbers[i]) <= kMax && std::abs(numbers[i + 1]) <= kMax) {
+                list.emplace_back(static_cast<std::int32_t>(numbers[i]),
+                                  static_cast<std::int32_t>(numbers[i + 1]));
+            }
+        }
+    }
+}
+
+/// Flat pairs (power of x, power of y) and a coefficient for each.
+void readVignetting2D(const Tags& tags, ImageMetadata& metadata) {
+    const std::vector<double> powers = tags.xmpNumbers("Camera", "VignettingPolynomial2DName");
+    const std::vector<double> values = tags.xmpNumbers("Camera", "VignettingPolynomial2D");
+    if (values.empty()) {
+        return;
+    }
+    constexpr double kMaxPower = 32.0;
+    Eigen::Index rows = 0;
+    Eigen::Index cols = 0;
+    bool isValid = powers.size() == 2 * values.size();
+    for (std::size_t i = 0; isValid && i < powers.size(); ++i) {
+        isValid = powers[i] >= 0.0 && powers[i] <= kMaxPower && powers[i] == std::floor(powers[i]);
+        Eigen::Index& size = i % 2 == 0 ? rows : cols;
+        size = std::max(size, static_cast<Eigen::Index>(isValid ? powers[i] : 0.0) + 1);
+    }
+    if (!isValid) {
+        metadata.warnings.emplace_back(
+            "VignettingPolynomial2D and its powers do not fit each other; not used");
+        return;
+    }
+    VignettingData& vignetting = metadata.exif.vignetting;
+    vignetting.type = VignettingType::Polynomial2D;
+    vignetting.coefficients = Eigen::MatrixXd::Zero(rows, cols);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        vignetting.coefficients(static_cast<Eigen::Index>(powers[2 * i]),
+                                static_cast<Eigen::Index>(powers[2 * i + 1])) += values[i];
+    }
+}
+
+/// Row-major, bands x bands.
+void readColorMatrix(const Tags& tags, ImageMetadata& metadata) {
+    const std::vector<double> values = tags.xmpNumbers("Camera", "ColorTransform");
+    const auto bands = static_cast<Eigen::Index>(metadata.exif.bandCount);
+    if (values.empty()) {
+        return;
+    }
+    if (static_cast<Eigen::Index>(values.size()) != bands * bands) {
+        metadata.warnings.emplace_back("ColorTransform is not a bands x bands matrix; not used");
+        return;
+    }
+    using RowMajor = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>;
+    metadata.exif.colorConversionMatrix = Eigen::Map<const RowMajor>(values.data(), bands, bands);
+}
+
+void readGamma(const Tags& tags, ExifInfo& exif) {
+    const std::vector<double> values = tags.xmpNumbers("Camera", "Gamma");
+    if (values.empty() || values.size() != 3 * exif.bandCount) {
+        return;
+    }
+    for (std::size_t b = 0; b < exif.bandCount; ++b) {
+        exif.gamma.push_back({values[3 * b], values[3 * b + 1], values[3 * b + 2]});
+    }
+}
+
+std::optional<Eigen::Vector3d> readAngles(const Tags& tags, const std::string& stem) {
+    const auto yaw = tags.xmpNumber("Camera", stem + "Yaw");
+    const auto pitch = tags.xmpNumber("Camera", stem + "Pitch");
+    const auto roll = tags.xmpNumber("Camera", stem + "Roll");
+    if (!yaw || !pitch || !roll) {
+        return std::nullopt;
+    }
+    const Eigen::Vector3d angles(*yaw, *pitch, *roll);
+    return angles.allFinite() ? std::optional<Eigen::Vector3d>(angles) : std::nullopt;
+}
+
+void readIrradiance(const Tags& tags, ExifInfo& exif) {
+    exif.sunIrradiance = tags.xmpNumbers("Camera", "Irradiance");
+    if (exif.sunIrradiance.empty()) {
+        exif.sunIrradiance = tags.xmpNumbers("Camera", "SunSensor");
+    }
+    exif.sunSensorYawPitchRoll = readAngles(tags, "Irradiance");
+}
+
+/// Stated in mm; the focal plane resolution gives px per unit.
+void readPrincipalPoint(const Tags& tags, ExifInfo& exif) {
+    const std::vector<double> point = tags.xmpNumbers("Camera", "PrincipalPoint");
+    const double x = positive(tags.exifNumber("Exif.Photo.FocalPlaneXResolution"));
+    const double y = positive(tags.exifNumber("Exif.Photo.FocalPlaneYResolution"));
+    const double unit = tags.exifNumber("Exif.Photo.FocalPlaneResolutionUnit").value_or(2.0);
+    const double mmPerUnit = unit == 2.0 ? 25.4 : unit == 3.0 ? 10.0 : unit == 4.0 ? 1.0 : 0.0;
+    if (point.size() == 2 && x > 0.0 && y > 0.0 && mmPerUnit > 0.0) {
+        exif.principalPoint = Eigen::Vector2d(point[0] * x / mmPerUnit, point[1] * y / mmPerUnit);
+    }
+}
+
+void readIdentity(const Tags& tags, ExifInfo& exif) {
+    exif.make = QString::fromStdString(tags.exifText("Exif.Image.Make"));
+    exif.model = QString::fromStdString(tags.exifText("Exif.Image.Model"));
+    std::string serial = tags.exifText("Exif.Photo.BodySerialNumber");
+    if (serial.empty()) {
+        serial = tags.exifText("Exif.Image.CameraSerialNumber");
+    }
+    exif.serialNumber = QString::fromStdString(serial);
+    exif.rigName = QString::fromStdString(tags.xmpText("Camera", "RigName"));
+    if (const auto index = tags.xmpNumber("Camera", "RigCameraIndex");
+        index && *index >= 0.0 && *index <= 1000.0) {
+        exif.rigCameraIndex = static_cast<std::int32_t>(*index);
+    }
+    for (const auto& [prefix, name] : {std::pair{"Camera", "CaptureUUID"},
+                                       std::pair{"MicaSense", "CaptureId"},
+                                       std::pair{"drone-dji", "CaptureUUID"}}) {
+        if (exif.captureId.isEmpty()) {
+            exif.captureId = QString::fromStdString(tags.xmpText(prefix, name));
+        }
+    }
+}
+
+} // namespace
+
+void readCommon(const TagFile& file, ImageMetadata& metadata) {
+    const Tags& tags = file.tags;
+    ExifInfo& exif = metadata.exif;
+    readImageShape(file, exif);
+    readIdentity(tags, exif);
+    readExposure(tags, exif);
+    readBands(tags, exif);
+    readDarkLevels(tags, exif);
+    readBadPixels(tags, metadata);
+    readVignetting2D(tags, metadata);
+    readColorMatrix(tags, metadata);
+    readGamma(tags, exif);
+    readIrradiance(tags, exif);
+    readPrincipalPoint(tags, exif);
+    exif.sensitivity = tags.xmpNumbers("Camera", "BandSensitivity");
+    exif.sensorTemperature = tags.xmpNumber("Camera", "SensorTemperature");
+    exif.cameraYawPitchRoll = readAngles(tags, "");
+    if (tags.xmpNumber("Camera", "IsNormalized").value_or(0.0) == 1.0) {
+        exif.isNormalized = true;
+        exif.radiometricIndicator = 0;
+    }
+    readTime(tags, metadata.geo);
+    readPosition(tags, metadata.geo);
+}
+
+} // namespace tessik::exif

@@ -1,0 +1,10 @@
+#include "platform/exif/cameras/Dialects.h"
+
+namespace tessik::exif {
+
+const std::vector<Dialect>& dialects() {
+    static const std::vector<Dialect> table = {kMicaSense, kAirinov};
+    return table;
+}
+
+} // namespace tessik::exif

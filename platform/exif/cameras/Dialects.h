@@ -1,0 +1,26 @@
+#pragma once
+
+#include "platform/exif/ExifReader.h"
+#include "platform/exif/Tags.h"
+
+#include <vector>
+
+/// How camera makers state what ExifInfo holds. The common reading comes first; then the first
+/// dialect that knows the file replaces what it knows better. A new camera is a new file and a line
+/// in the table of Dialects.cpp.
+namespace tessik::exif {
+
+struct Dialect {
+    bool (*matches)(const Tags& tags);
+    void (*read)(const Tags& tags, ImageMetadata& metadata);
+};
+
+const std::vector<Dialect>& dialects();
+
+/// EXIF, and the tags of the Camera prefix that all makers share.
+void readCommon(const TagFile& file, ImageMetadata& metadata);
+
+extern const Dialect kMicaSense;
+extern const Dialect kAirinov;
+
+} // namespace tessik::exif

@@ -1,0 +1,305 @@
+#include "platform/image/Raster.h"
+
+#include <cpl_conv.h>
+#include <cpl_error.h>
+#include <cpl_string.h>
+#include <cpl_vsi.h>
+#include <gdal.h>
+
+#include <array>
+#include <limits>
+#include <mutex>
+
+namespace tessik::image {
+namespace {
+
+/// 4 GiB as floats: more than any aerial camera has, less than what would stop the machine.
+constexpr std::uint64_t kMaxSamples = std::uint64_t{1} << 30;
+/// No TIFF or JPEG compression packs pixels denser (LZW: 1365 to 1; Deflate: 1032 to 1).
+constexpr std::uint64_t kMaxCompression = 2000;
+
+/// Collects GDAL's messages of this thread instead of printing them; keeps the first failure.
+class ErrorScope {
+public:
+    ErrorScope() { CPLPushErrorHandlerEx(&ErrorScope::handle, this); }
+    ErrorScope(const ErrorScope&) = delete;
+    ErrorScope& operator=(const ErrorScope&) = delete;
+    ~ErrorScope() { CPLPopErrorHandler(); }
+
+    [[nodiscard]] bool failed() const { return m_failed; }
+    /// The first failure's text, on one line, or the fallback.
+    [[nodiscard]] std::string reason(const std::string& fallback) const {
+        return m_reason.empty() ? fallback : m_reason;
+    }
+
+private:
+    static void CPL_STDCALL handle(CPLErr kind, CPLErrorNum /*number*/, const char* message) {
+        auto* self = static_cast<ErrorScope*>(CPLGetErrorHandlerUserData());
+        if (kind < CE_Failure || self->m_failed) {
+            return;
+        }
+        self->m_failed = true;
+        for (const char* c = message; *c != '\0'; ++c) {
+            self->m_reason += (*c == '\n' || *c == '\r') ? ' ' : *c;
+        }
+    }
+
+    bool m_failed = false;
+    std::string m_reason;
+};
+
+/// Settings that hold for our own calls in this thread alone: the folder of an image is not listed
+/// (it may hold thousands of files), and no file is left or looked for beside it.
+class GdalScope {
+public:
+    GdalScope()
+        : m_readDir("GDAL_DISABLE_READDIR_ON_OPEN", "EMPTY_DIR", false),
+          m_pam("GDAL_PAM_ENABLED", "NO", false) {
+        static std::once_flag registered;
+        std::call_once(registered, GDALAllRegister);
+    }
+
+private:
+    CPLConfigOptionSetter m_readDir;
+    CPLConfigOptionSetter m_pam;
+};
+
+struct CloseDataset {
+    void operator()(GDALDatasetH dataset) const { GDALClose(dataset); }
+};
+using DatasetPointer = std::unique_ptr<void, CloseDataset>;
+
+DataType fromGdal(GDALDataType type) {
+    switch (type) {
+    case GDT_Byte:
+        return DataType::UInt8;
+    case GDT_Int16:
+        return DataType::Int16;
+    case GDT_UInt16:
+        return DataType::UInt16;
+    case GDT_Int32:
+        return DataType::Int32;
+    case GDT_UInt32:
+        return DataType::UInt32;
+    case GDT_Float32:
+        return DataType::Float32;
+    case GDT_Float64:
+        return DataType::Float64;
+    default:
+        return DataType::Unknown;
+    }
+}
+
+std::string sizeText(std::uint64_t width, std::uint64_t height, std::uint64_t bands) {
+    return std::to_string(width) + " x " + std::to_string(height) + " pixels in " +
+           std::to_string(bands) + (bands == 1 ? " band" : " bands");
+}
+
+void checkDeclaredSize(const std::string& path,
+                       std::uint64_t width,
+                       std::uint64_t height,
+                       std::uint64_t bands,
+                       int bytesPerSample) {
+    const std::uint64_t pixels = width * height; // both below 2^31
+    if (pixels > kMaxSamples || bands > kMaxSamples / pixels) {
+        throw Error("too large: " + sizeText(width, height, bands));
+    }
+    VSIStatBufL status;
+    if (VSIStatL(path.c_str(), &status) != 0) {
+        throw Error("cannot be read");
+    }
+    const auto fileSize = static_cast<std::uint64_t>(status.st_size);
+    if (pixels * bands * static_cast<std::uint64_t>(bytesPerSample) / kMaxCompression > fileSize) {
+        throw Error("declares " + sizeText(width, height, bands) + " but has only " +
+                    std::to_string(fileSize) + " bytes");
+    }
+}
+
+void writeRaster(const std::string& path,
+                 const BandImage& bands,
+                 const WriteOptions& options,
+                 GDALDataType type) {
+    if (bands.empty() || bands.front().size() == 0) {
+        throw Error("nothing to write: no pixels");
+    }
+    const auto rows = bands.front().rows();
+    const auto cols = bands.front().cols();
+    constexpr auto kMax = std::numeric_limits<int>::max();
+    if (rows > kMax || cols > kMax || bands.size() > 65535) {
+        throw Error("too large to write");
+    }
+    for (const BandMatrix& band : bands) {
+        if (band.rows() != rows || band.cols() != cols) {
+            throw Error("bands differ in size");
+        }
+    }
+    const GdalScope gdal;
+    ErrorScope errors;
+    char** creation = nullptr;
+    for (const std::string& option : options.creationOptions) {
+        creation = CSLAddString(creation, option.c_str());
+    }
+    DatasetPointer dataset(GDALCreate(GDALGetDriverByName("GTiff"),
+                                      path.c_str(),
+                                      static_cast<int>(cols),
+                                      static_cast<int>(rows),
+                                      static_cast<int>(bands.size()),
+                                      type,
+                                      creation));
+    CSLDestroy(creation);
+    if (!dataset) {
+        throw Error(errors.reason("cannot be created"));
+    }
+    for (std::size_t b = 0; b < bands.size() && !errors.failed(); ++b) {
+        GDALRasterBandH band = GDALGetRasterBand(dataset.get(), static_cast<int>(b) + 1);
+        if (options.noData) {
+            GDALSetRasterNoDataValue(band, *options.noData);
+        }
+        if (b < options.bandNames.size()) {
+            GDALSetDescription(band, options.bandNames[b].c_str());
+        }
+        if (b < options.bandItems.size()) {
+            for (const auto& [key, value] : options.bandItems[b]) {
+                GDALSetMetadataItem(band, key.c_str(), value.c_str(), nullptr);
+            }
+        }
+        // GDAL's write interface takes a mutable buffer that it only reads.
+        auto* pixels = const_cast<float*>(bands[b].data());
+        if (GDALRasterIO(band,
+                         GF_Write,
+                         0,
+                         0,
+                         static_cast<int>(cols),
+                         static_cast<int>(rows),
+                         pixels,
+                         static_cast<int>(cols),
+                         static_cast<int>(rows),
+                         GDT_Float32,
+                         0,
+                         0) != CE_None) {
+            break;
+        }
+    }
+    dataset.reset(); // a full disk may show only when the last blocks are flushed
+    if (errors.failed()) {
+        VSIUnlink(path.c_str());
+        throw Error(errors.reason("cannot be written"));
+    }
+}
+
+} // namespace
+
+struct Raster::Data {
+    DatasetPointer dataset;
+    std::uint64_t width = 0;
+    std::uint64_t height = 0;
+    std::size_t bands = 0;
+    DataType type = DataType::Unknown;
+};
+
+Raster::Raster(std::unique_ptr<Data> data) : m_data(std::move(data)) {}
+Raster::Raster(Raster&&) noexcept = default;
+Raster& Raster::operator=(Raster&&) noexcept = default;
+Raster::~Raster() = default;
+
+Raster Raster::open(const std::string& path) {
+    const GdalScope gdal;
+    const ErrorScope errors;
+    const std::array<const char*, 3> drivers = {"GTiff", "JPEG", nullptr};
+    auto data = std::make_unique<Data>();
+    VSIStatBufL status;
+    if (VSIStatL(path.c_str(), &status) != 0) {
+        throw Error("no such file");
+    }
+    if (status.st_size == 0) {
+        throw Error("the file is empty");
+    }
+    data->dataset.reset(GDALOpenEx(
+        path.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY, drivers.data(), nullptr, nullptr));
+    if (!data->dataset) {
+        throw Error(errors.reason("not a TIFF or JPEG image"));
+    }
+    data->width = static_cast<std::uint64_t>(GDALGetRasterXSize(data->dataset.get()));
+    data->height = static_cast<std::uint64_t>(GDALGetRasterYSize(data->dataset.get()));
+    data->bands = static_cast<std::size_t>(GDALGetRasterCount(data->dataset.get()));
+    if (data->width == 0 || data->height == 0 || data->bands == 0) {
+        throw Error("holds no pixels: " + sizeText(data->width, data->height, data->bands));
+    }
+    const GDALDataType type = GDALGetRasterDataType(GDALGetRasterBand(data->dataset.get(), 1));
+    data->type = fromGdal(type);
+    if (data->type == DataType::Unknown) {
+        throw Error(std::string("holds samples of an unsupported type: ") +
+                    GDALGetDataTypeName(type));
+    }
+    checkDeclaredSize(path, data->width, data->height, data->bands, GDALGetDataTypeSizeBytes(type));
+    return Raster(std::move(data));
+}
+
+std::uint64_t Raster::width() const {
+    return m_data->width;
+}
+std::uint64_t Raster::height() const {
+    return m_data->height;
+}
+std::size_t Raster::bandCount() const {
+    return m_data->bands;
+}
+DataType Raster::type() const {
+    return m_data->type;
+}
+
+BandImage Raster::read() const {
+    return readBlock(0, 0, m_data->width, m_data->height);
+}
+
+BandImage Raster::readBlock(std::uint64_t column,
+                            std::uint64_t row,
+                            std::uint64_t blockWidth,
+                            std::uint64_t blockHeight) const {
+    if (blockWidth == 0 || blockHeight == 0) {
+        throw Error("empty block");
+    }
+    if (blockWidth > m_data->width || column > m_data->width - blockWidth ||
+        blockHeight > m_data->height || row > m_data->height - blockHeight) {
+        throw Error("the block lies outside the image");
+    }
+    const GdalScope gdal;
+    const ErrorScope errors;
+    const auto width = static_cast<int>(blockWidth);
+    const auto height = static_cast<int>(blockHeight);
+    BandImage bands(m_data->bands);
+    for (std::size_t b = 0; b < bands.size(); ++b) {
+        bands[b].resize(height, width);
+        const CPLErr result =
+            GDALRasterIO(GDALGetRasterBand(m_data->dataset.get(), static_cast<int>(b) + 1),
+                         GF_Read,
+                         static_cast<int>(column),
+                         static_cast<int>(row),
+                         width,
+                         height,
+                         bands[b].data(),
+                         width,
+                         height,
+                         GDT_Float32,
+                         0,
+                         0);
+        if (result != CE_None || errors.failed()) {
+            throw Error(errors.reason("the pixels cannot be read"));
+        }
+    }
+    return bands;
+}
+
+void writeFloatRaster(const std::string& path,
+                      const BandImage& bands,
+                      const WriteOptions& options) {
+    writeRaster(path, bands, options, GDT_Float32);
+}
+
+void writeUInt16Raster(const std::string& path,
+                       const BandImage& bands,
+                       const WriteOptions& options) {
+    writeRaster(path, bands, options, GDT_UInt16);
+}
+
+} // namespace tessik::image

@@ -1,0 +1,79 @@
+#pragma once
+
+#include "platform/export.h"
+#include "platform/image/BandMatrix.h"
+#include "platform/image/DataType.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// Raster files: TIFF and JPEG in, TIFF out. Paths are UTF-8.
+namespace tessik::image {
+
+/// A raster that cannot be read or written. what() is the reason; it does not repeat the path.
+class TESSIK_PLATFORM_EXPORT Error : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// A raster file open for reading. Movable; not to be used by two threads at once.
+class TESSIK_PLATFORM_EXPORT Raster {
+public:
+    /// @throws Error when the file is missing, is no TIFF or JPEG, has no band, or declares more
+    ///         pixels than its bytes can hold or than can be processed.
+    static Raster open(const std::string& path);
+
+    Raster(Raster&&) noexcept;
+    Raster& operator=(Raster&&) noexcept;
+    ~Raster();
+
+    [[nodiscard]] std::uint64_t width() const;
+    [[nodiscard]] std::uint64_t height() const;
+    [[nodiscard]] std::size_t bandCount() const;
+    [[nodiscard]] DataType type() const;
+
+    /// All bands, converted to float. @throws Error when the pixels cannot be read in full.
+    [[nodiscard]] BandImage read() const;
+
+    /// The block whose first pixel is (column, row), of blockWidth x blockHeight pixels, of all
+    /// bands.
+    /// @throws Error when it is empty, lies outside the raster or cannot be read in full.
+    [[nodiscard]] BandImage readBlock(std::uint64_t column,
+                                      std::uint64_t row,
+                                      std::uint64_t blockWidth,
+                                      std::uint64_t blockHeight) const;
+
+private:
+    struct Data;
+    explicit Raster(std::unique_ptr<Data> data);
+    std::unique_ptr<Data> m_data;
+};
+
+/// What goes into a written raster besides the pixels.
+struct WriteOptions {
+    std::optional<double> noData;
+    /// Name of each band; empty, or one a band.
+    std::vector<std::string> bandNames;
+    /// Metadata items (key, value) of each band; empty, or one list a band.
+    std::vector<std::vector<std::pair<std::string, std::string>>> bandItems;
+    /// GeoTIFF creation options, each "NAME=VALUE".
+    std::vector<std::string> creationOptions;
+};
+
+/// Writes the bands as a float32 TIFF. On failure the file is removed.
+/// @throws Error when there is no band, bands differ in size, or the file cannot be written in
+/// full.
+TESSIK_PLATFORM_EXPORT void
+writeFloatRaster(const std::string& path, const BandImage& bands, const WriteOptions& options = {});
+
+/// As above, samples stored as 16-bit unsigned integers, rounded and clamped to 0..65535.
+TESSIK_PLATFORM_EXPORT void writeUInt16Raster(const std::string& path,
+                                              const BandImage& bands,
+                                              const WriteOptions& options = {});
+
+} // namespace tessik::image
