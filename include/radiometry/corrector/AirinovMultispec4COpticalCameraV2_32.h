@@ -1,0 +1,28 @@
+#pragma once
+
+#include "radiometry/corrector/ICorrector.h"
+
+#include <memory>
+
+namespace tessik::radiometry::corrector {
+
+/// The Airinov multiSPEC 4C delivers values already normalised for exposure: 1 / S_b is left.
+class RADIOMETRY_EXPORT AirinovMultispec4COpticalCameraV2_32 final : public ICorrector {
+public:
+    AirinovMultispec4COpticalCameraV2_32();
+    ~AirinovMultispec4COpticalCameraV2_32() override;
+
+    using ICorrector::useData;
+    void useData(const datasource::ImageMetadata& source) override;
+    void useData(const datasource::UserSettings& source) override;
+
+protected:
+    [[nodiscard]] bool isApplicable() const override;
+    void apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const override;
+
+private:
+    struct Data;
+    std::unique_ptr<Data> m_data;
+};
+
+} // namespace tessik::radiometry::corrector

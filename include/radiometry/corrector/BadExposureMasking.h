@@ -1,0 +1,30 @@
+#pragma once
+
+#include "radiometry/corrector/ICorrector.h"
+
+#include <memory>
+
+namespace tessik::radiometry::corrector {
+
+/// Masks with NaN the values that are not strictly inside the range of the raw encoding, whose
+/// lower end is raised by the dark current where that is known: value = 0 light or saturated.
+class RADIOMETRY_EXPORT BadExposureMasking final : public ICorrector {
+public:
+    BadExposureMasking();
+    ~BadExposureMasking() override;
+
+    using ICorrector::useData;
+    void useData(const datasource::ImageMetadata& source) override;
+    void useData(const datasource::Sensor& source) override;
+    void useData(const datasource::DarkCurrentModel& source) override;
+
+protected:
+    [[nodiscard]] bool isApplicable() const override;
+    void apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const override;
+
+private:
+    struct Data;
+    std::unique_ptr<Data> m_data;
+};
+
+} // namespace tessik::radiometry::corrector

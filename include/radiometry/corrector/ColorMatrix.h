@@ -1,0 +1,29 @@
+#pragma once
+
+#include "radiometry/corrector/ICorrector.h"
+
+#include <memory>
+
+namespace tessik::radiometry::corrector {
+
+/// Separates bands that leak into each other: multiplies the vector of a pixel's band values by the
+/// camera's matrix, in double. A NaN in one band is a NaN in all. For unsigned pixel types, results
+/// below 0 from inputs that are not are numerical leakage and become 0.
+class RADIOMETRY_EXPORT ColorMatrix final : public ICorrector {
+public:
+    ColorMatrix();
+    ~ColorMatrix() override;
+
+    using ICorrector::useData;
+    void useData(const datasource::ImageMetadata& source) override;
+
+protected:
+    [[nodiscard]] bool isApplicable() const override;
+    void apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const override;
+
+private:
+    struct Data;
+    std::unique_ptr<Data> m_data;
+};
+
+} // namespace tessik::radiometry::corrector

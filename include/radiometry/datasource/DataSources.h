@@ -1,0 +1,208 @@
+#pragma once
+
+#include "platform/camera/GeoData.h"
+#include "radiometry/Types.h"
+
+#include <Eigen/Core>
+#include <QtCore/QString>
+#include <boost/functional/hash.hpp>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace tessik {
+struct CameraParams;
+struct ExifInfo;
+struct GlobalShutter;
+struct InputImage;
+namespace geo {
+struct ProjectCoordinateSystems;
+} // namespace geo
+} // namespace tessik
+
+namespace tessik::radiometry {
+
+class IDarkCurrentModel;
+class IVignettingModel;
+
+namespace sequoia {
+struct CMOSParameter;
+struct ModelParameter;
+} // namespace sequoia
+
+namespace corrector {
+class ICorrector;
+} // namespace corrector
+
+/// What is known about the image being corrected, one kind of knowledge a class. Immutable. Sources
+/// that hold references must not outlive what they refer to.
+namespace datasource {
+
+class RADIOMETRY_EXPORT IDataSource {
+public:
+    IDataSource() = default;
+    IDataSource(const IDataSource&) = delete;
+    IDataSource& operator=(const IDataSource&) = delete;
+    virtual ~IDataSource() = default;
+    /// Hands itself to the corrector.
+    virtual void accept(corrector::ICorrector& corrector) const = 0;
+};
+
+using DataSourcePointer = std::shared_ptr<const IDataSource>;
+
+/// Reference to the project's coordinate systems.
+class RADIOMETRY_EXPORT CoordinateSystems final : public IDataSource {
+public:
+    explicit CoordinateSystems(const geo::ProjectCoordinateSystems& cs) : m_cs(cs) {}
+    void accept(corrector::ICorrector& corrector) const override;
+    [[nodiscard]] const geo::ProjectCoordinateSystems& cs() const { return m_cs; }
+
+private:
+    const geo::ProjectCoordinateSystems& m_cs;
+};
+
+/// The image's path (a copy), and references to its metadata and to when and where it was taken.
+class RADIOMETRY_EXPORT ImageMetadata final : public IDataSource {
+public:
+    ImageMetadata(QString imagePath, const ExifInfo& exif, const GeoData& geo)
+        : m_imagePath(std::move(imagePath)), m_exif(exif), m_geo(geo) {}
+    void accept(corrector::ICorrector& corrector) const override;
+    [[nodiscard]] const QString& imagePath() const { return m_imagePath; }
+    [[nodiscard]] const ExifInfo& exif() const { return m_exif; }
+    [[nodiscard]] const GeoData& geo() const { return m_geo; }
+
+private:
+    QString m_imagePath;
+    const ExifInfo& m_exif;
+    const GeoData& m_geo;
+};
+
+/// Fraction of the irradiance that comes directly from the sun, one value a band, 0..1.
+class RADIOMETRY_EXPORT LightConditions final : public IDataSource {
+public:
+    explicit LightConditions(Eigen::ArrayXd directSunlightFraction)
+        : m_directSunlightFraction(std::move(directSunlightFraction)) {}
+    void accept(corrector::ICorrector& corrector) const override;
+    [[nodiscard]] const Eigen::ArrayXd& directSunlightFraction() const {
+        return m_directSunlightFraction;
+    }
+
+private:
+    Eigen::ArrayXd m_directSunlightFraction;
+};
+
+/// Reference to the camera's intrinsic parameters.
+class RADIOMETRY_EXPORT Sensor final : public IDataSource {
+public:
+    explicit Sensor(const CameraParams& params) : m_params(params) {}
+    void accept(corrector::ICorrector& corrector) const override;
+    [[nodiscard]] const CameraParams& cameraParams() const { return m_params; }
+
+private:
+    const CameraParams& m_params;
+};
+
+/// Reference to the camera's pose.
+class RADIOMETRY_EXPORT Photogrammetry final : public IDataSource {
+public:
+    explicit Photogrammetry(const GlobalShutter& externals) : m_externals(externals) {}
+    void accept(corrector::ICorrector& corrector) const override;
+    [[nodiscard]] const GlobalShutter& cameraExternals() const { return m_externals; }
+
+private:
+    const GlobalShutter& m_externals;
+};
+
+/// The user's settings for this camera, a copy.
+class RADIOMETRY_EXPORT UserSettings final : public IDataSource {
+public:
+    explicit UserSettings(Settings settings) : m_settings(std::make_unique<Settings>(settings)) {}
+    void accept(corrector::ICorrector& corrector) const override;
+    [[nodiscard]] const Settings& settings() const { return *m_settings; }
+
+private:
+    std::unique_ptr<const Settings> m_settings;
+};
+
+/// Reference to the response parameters of a Sequoia band.
+class RADIOMETRY_EXPORT ParrotSequoiaCMOS final : public IDataSource {
+public:
+    explicit ParrotSequoiaCMOS(const sequoia::CMOSParameter& parameter) : m_parameter(parameter) {}
+    void accept(corrector::ICorrector& corrector) const override;
+    [[nodiscard]] const sequoia::CMOSParameter& parameter() const { return m_parameter; }
+
+private:
+    const sequoia::CMOSParameter& m_parameter;
+};
+
+/// Dark current map of every band, in DN, height x width, computed once from a model.
+class RADIOMETRY_EXPORT DarkCurrentModel final : public IDataSource {
+public:
+    explicit DarkCurrentModel(const IDarkCurrentModel& model);
+    void accept(corrector::ICorrector& corrector) const override;
+    [[nodiscard]] const std::vector<BandMatrix>& darkCurrentMap() const { return m_map; }
+
+private:
+    std::vector<BandMatrix> m_map;
+};
+
+/// One over the relative brightness of every pixel, height x width, computed once from a model.
+class RADIOMETRY_EXPORT VignettingModel final : public IDataSource {
+public:
+    explicit VignettingModel(const IVignettingModel& model);
+    void accept(corrector::ICorrector& corrector) const override;
+    [[nodiscard]] const BandMatrix& inverseVignettingMap() const { return m_inverseMap; }
+
+private:
+    BandMatrix m_inverseMap;
+};
+
+/// Value that a surface of reflectance 1 has after all other corrections, one a band.
+class RADIOMETRY_EXPORT CalibrationTarget final : public IDataSource {
+public:
+    explicit CalibrationTarget(const std::vector<double>& sensitivity);
+    void accept(corrector::ICorrector& corrector) const override;
+    [[nodiscard]] const Eigen::ArrayXd& sensitivity() const { return *m_sensitivity; }
+
+private:
+    std::unique_ptr<const Eigen::ArrayXd> m_sensitivity;
+};
+
+/// The kinds of source that the images of one camera may share.
+enum class Type : std::int32_t { DarkCurrentModel = 0, VignettingModel = 1 };
+
+using CacheKey = std::pair<std::size_t, Type>;
+
+/// Shared sources by camera identifier and kind. The library only reads it. A cached map is right
+/// only while the camera's dark levels, ISO, temperature, aperture and vignetting description stay
+/// as they were when it was made: that is for the caller to see to.
+using Cache = std::unordered_map<CacheKey, DataSourcePointer, boost::hash<CacheKey>>;
+
+/// The cached source, or null. Never inserts.
+RADIOMETRY_EXPORT DataSourcePointer lookup(const Cache& cache, std::size_t cameraId, Type type);
+
+/// All sources of one image: the six unconditional ones (coordinate systems, metadata, light,
+/// sensor, pose, settings), then the Sequoia response, dark current, vignetting and target where
+/// they apply.
+///
+/// @param sensitivity one value a band, or empty when no target was used
+/// @param directSunlightFraction one value a band
+/// @param sequoiaModel null where there is none
+/// @throws error as the model factories
+RADIOMETRY_EXPORT std::vector<DataSourcePointer>
+create(const InputImage& image,
+       const CameraParams& camera,
+       const GlobalShutter& externals,
+       const geo::ProjectCoordinateSystems& coordinateSystems,
+       const std::vector<double>& sensitivity,
+       const Eigen::ArrayXd& directSunlightFraction,
+       const Settings& settings,
+       const sequoia::ModelParameter* sequoiaModel,
+       const Cache& cache);
+
+} // namespace datasource
+} // namespace tessik::radiometry

@@ -1,0 +1,55 @@
+#include "radiometry/Correct.h"
+
+#include "platform/camera/InputImage.h"
+#include "radiometry/corrector/ICorrector.h"
+
+namespace tessik::radiometry {
+
+void correct(const InputImage& image,
+             const CameraParams& camera,
+             const GlobalShutter& externals,
+             const std::vector<double>& sensitivity,
+             const Eigen::ArrayXd& directSunlightFraction,
+             const Settings& settings,
+             const geo::ProjectCoordinateSystems& coordinateSystems,
+             const sequoia::ModelParameter* sequoiaModel,
+             BandImage& bands,
+             Eigen::Vector2i blockOffset) {
+    correct(image,
+            camera,
+            externals,
+            sensitivity,
+            directSunlightFraction,
+            settings,
+            coordinateSystems,
+            sequoiaModel,
+            datasource::Cache(),
+            bands,
+            std::move(blockOffset));
+}
+
+void correct(const InputImage& image,
+             const CameraParams& camera,
+             const GlobalShutter& externals,
+             const std::vector<double>& sensitivity,
+             const Eigen::ArrayXd& directSunlightFraction,
+             const Settings& settings,
+             const geo::ProjectCoordinateSystems& coordinateSystems,
+             const sequoia::ModelParameter* sequoiaModel,
+             const datasource::Cache& cache,
+             BandImage& bands,
+             Eigen::Vector2i blockOffset) {
+    const std::vector<datasource::DataSourcePointer> dataSources =
+        datasource::create(image,
+                           camera,
+                           externals,
+                           coordinateSystems,
+                           sensitivity,
+                           directSunlightFraction,
+                           settings,
+                           sequoiaModel,
+                           cache);
+    corrector::apply(corrector::create(image.exif), dataSources, bands, blockOffset);
+}
+
+} // namespace tessik::radiometry

@@ -1,0 +1,36 @@
+#include "radiometry/corrector/CalibrationTarget.h"
+
+#include "platform/log/Log.h"
+#include "radiometry/Consistency.h"
+
+namespace tessik::radiometry::corrector {
+
+struct CalibrationTarget::Data {
+    Eigen::ArrayXf factors;
+};
+
+CalibrationTarget::CalibrationTarget() : m_data(std::make_unique<Data>()) {}
+CalibrationTarget::~CalibrationTarget() = default;
+
+void CalibrationTarget::useData(const datasource::CalibrationTarget& source) {
+    if (source.sensitivity().size() > 0) {
+        m_data->factors = source.sensitivity().inverse().cast<float>();
+    }
+}
+
+bool CalibrationTarget::isApplicable() const {
+    return m_data->factors.size() > 0;
+}
+
+void CalibrationTarget::apply(BandImage& bands, const Eigen::Vector2i& /*blockOffset*/) const {
+    verifyConsistentNumberOfBands(bands.size(),
+                                  static_cast<std::size_t>(m_data->factors.size()),
+                                  QStringLiteral("Correcting for target sensitivity"));
+    TESSIK_LOG(logging::kInfo) << "Calibration target derived sensitivity correction: "
+                               << m_data->factors.transpose();
+    for (std::size_t b = 0; b < bands.size(); ++b) {
+        bands[b] *= m_data->factors(static_cast<Eigen::Index>(b));
+    }
+}
+
+} // namespace tessik::radiometry::corrector

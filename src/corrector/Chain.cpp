@@ -1,0 +1,69 @@
+#include "platform/exif/ExifInfo.h"
+#include "platform/exif/Predicates.h"
+#include "radiometry/Gamma.h"
+#include "radiometry/corrector/AirinovMultispec4COpticalCameraV2_32.h"
+#include "radiometry/corrector/BadExposureMasking.h"
+#include "radiometry/corrector/BadPixelMasking.h"
+#include "radiometry/corrector/BasicOpticalCamera.h"
+#include "radiometry/corrector/CalibrationTarget.h"
+#include "radiometry/corrector/ColorMatrix.h"
+#include "radiometry/corrector/ConvertNanToNodata.h"
+#include "radiometry/corrector/DarkCurrent.h"
+#include "radiometry/corrector/GammaRelinearisation.h"
+#include "radiometry/corrector/IntensityShift.h"
+#include "radiometry/corrector/MicaSenseRedEdgeOpticalCamera.h"
+#include "radiometry/corrector/Vignetting.h"
+
+namespace tessik::radiometry::corrector {
+namespace {
+
+/// From the 8 bits that some Sequoia images hold to the 16 that their calibration speaks of.
+constexpr float kSequoiaShift = 256.0F;
+
+void appendOpticalCamera(const ExifInfo& exif, Chain& chain) {
+    if (micasense::isMicaSense(exif) && micasense::hasValid3kModel(exif.micaSense3kModel)) {
+        chain.push_back(std::make_unique<MicaSenseRedEdgeOpticalCamera>());
+    } else if (exif.isAirinovMultispec4C) {
+        chain.push_back(std::make_unique<AirinovMultispec4COpticalCameraV2_32>());
+    } else {
+        chain.push_back(std::make_unique<BasicOpticalCamera>());
+    }
+}
+
+} // namespace
+
+Chain create(const ExifInfo& exif) {
+    Chain chain;
+    if (tessik::sequoia::isSequoia(exif) && exif.pixelType == DataType::UInt8 &&
+        !isGammaTransformationApplied(exif)) {
+        chain.push_back(std::make_unique<IntensityShift>(kSequoiaShift));
+    }
+    chain.push_back(std::make_unique<GammaRelinearisation>());
+    chain.push_back(std::make_unique<BadPixelMasking>());
+    chain.push_back(std::make_unique<BadExposureMasking>());
+    chain.push_back(std::make_unique<DarkCurrent>());
+    chain.push_back(std::make_unique<Vignetting>());
+    chain.push_back(std::make_unique<ColorMatrix>());
+    appendOpticalCamera(exif, chain);
+    chain.push_back(std::make_unique<CalibrationTarget>());
+    chain.push_back(std::make_unique<ConvertNanToNodata>());
+    return chain;
+}
+
+void feed(ICorrector& corrector, const std::vector<datasource::DataSourcePointer>& dataSources) {
+    for (const datasource::DataSourcePointer& source : dataSources) {
+        source->accept(corrector);
+    }
+}
+
+void apply(const Chain& correctors,
+           const std::vector<datasource::DataSourcePointer>& dataSources,
+           BandImage& bands,
+           const Eigen::Vector2i& blockOffset) {
+    for (const std::unique_ptr<ICorrector>& corrector : correctors) {
+        feed(*corrector, dataSources);
+        corrector->correct(bands, blockOffset);
+    }
+}
+
+} // namespace tessik::radiometry::corrector

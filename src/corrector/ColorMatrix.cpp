@@ -1,0 +1,57 @@
+#include "radiometry/corrector/ColorMatrix.h"
+
+#include "platform/exif/ExifInfo.h"
+#include "platform/exif/Predicates.h"
+#include "platform/log/Log.h"
+#include "radiometry/Consistency.h"
+
+#include <limits>
+
+namespace tessik::radiometry::corrector {
+
+struct ColorMatrix::Data {
+    Eigen::MatrixXd matrix;
+    bool clampToZero = false;
+};
+
+ColorMatrix::ColorMatrix() : m_data(std::make_unique<Data>()) {}
+ColorMatrix::~ColorMatrix() = default;
+
+void ColorMatrix::useData(const datasource::ImageMetadata& source) {
+    if (exif::validColorConversionMatrix(source.exif())) {
+        m_data->matrix = source.exif().colorConversionMatrix;
+        m_data->clampToZero = minMaxForPixelType(source.exif().pixelType).first == 0.0;
+    }
+}
+
+bool ColorMatrix::isApplicable() const {
+    return m_data->matrix.size() > 0;
+}
+
+void ColorMatrix::apply(BandImage& bands, const Eigen::Vector2i& /*blockOffset*/) const {
+    verifyConsistentNumberOfBands(bands.size(),
+                                  static_cast<std::size_t>(m_data->matrix.rows()),
+                                  QStringLiteral("Correcting for color matrix"));
+    TESSIK_LOG(logging::kInfo) << "Color conversion matrix:\n" << m_data->matrix;
+    Eigen::VectorXd in(m_data->matrix.cols());
+    Eigen::VectorXd out(m_data->matrix.rows());
+    const Eigen::Index size = bands.front().size();
+    for (Eigen::Index p = 0; p < size; ++p) {
+        for (std::size_t b = 0; b < bands.size(); ++b) {
+            in(static_cast<Eigen::Index>(b)) = static_cast<double>(bands[b].data()[p]);
+        }
+        if (in.hasNaN()) {
+            out.setConstant(std::numeric_limits<double>::quiet_NaN());
+        } else {
+            out.noalias() = m_data->matrix * in;
+            if (m_data->clampToZero && in.minCoeff() >= 0.0) {
+                out = out.cwiseMax(0.0);
+            }
+        }
+        for (std::size_t b = 0; b < bands.size(); ++b) {
+            bands[b].data()[p] = static_cast<float>(out(static_cast<Eigen::Index>(b)));
+        }
+    }
+}
+
+} // namespace tessik::radiometry::corrector

@@ -1,0 +1,87 @@
+#include "radiometry/corrector/DarkCurrent.h"
+
+#include "Kernels.h"
+#include "platform/log/Log.h"
+#include "radiometry/Consistency.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace tessik::radiometry::corrector {
+namespace {
+
+constexpr auto kContext = "Correcting for dark current";
+
+/// @return whether a result is negative; a NaN is not
+template <typename Block>
+bool subtract(BandMatrix& band, const Block& dark) {
+    float least = 0.0F;
+    for (Eigen::Index r = 0; r < band.rows(); ++r) {
+        float* pixel = &band(r, 0);
+        const float* darkPixel = &dark.coeffRef(r, 0);
+        // A row's minimum in eight strands: one strand would wait for its own last comparison.
+        constexpr Eigen::Index kStrands = 8;
+        float strand[kStrands] = {};
+        Eigen::Index c = 0;
+        for (; c + kStrands <= band.cols(); c += kStrands) {
+            for (Eigen::Index s = 0; s < kStrands; ++s) {
+                const float v = pixel[c + s] - darkPixel[c + s];
+                pixel[c + s] = v;
+                strand[s] = v < strand[s] ? v : strand[s];
+            }
+        }
+        for (; c < band.cols(); ++c) {
+            pixel[c] -= darkPixel[c];
+            least = pixel[c] < least ? pixel[c] : least;
+        }
+        least = std::min(least, *std::min_element(strand, strand + kStrands));
+    }
+    return least < 0.0F;
+}
+
+/// Running mean in storage order; NaN for an empty block.
+template <typename Block>
+float runningMean(const Block& dark) {
+    float mean = dark.size() == 0 ? std::numeric_limits<float>::quiet_NaN() : 0.0F;
+    float count = 0.0F;
+    for (Eigen::Index r = 0; r < dark.rows(); ++r) {
+        for (Eigen::Index c = 0; c < dark.cols(); ++c) {
+            count += 1.0F;
+            mean += (dark(r, c) - mean) / count;
+        }
+    }
+    return mean;
+}
+
+} // namespace
+
+struct DarkCurrent::Data {
+    const std::vector<BandMatrix>* maps = nullptr;
+};
+
+DarkCurrent::DarkCurrent() : m_data(std::make_unique<Data>()) {}
+DarkCurrent::~DarkCurrent() = default;
+
+void DarkCurrent::useData(const datasource::DarkCurrentModel& source) {
+    m_data->maps = &source.darkCurrentMap();
+}
+
+bool DarkCurrent::isApplicable() const {
+    return m_data->maps != nullptr;
+}
+
+void DarkCurrent::apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const {
+    verifyConsistentNumberOfBands(bands.size(), m_data->maps->size(), kContext);
+    bool isLastNegative = false;
+    for (std::size_t b = 0; b < bands.size(); ++b) {
+        const auto dark = blockOf((*m_data->maps)[b], bands[b], blockOffset, kContext);
+        isLastNegative = subtract(bands[b], dark);
+        TESSIK_LOG(logging::kInfo) << "Dark current correction: " << runningMean(dark);
+    }
+    if (isLastNegative) {
+        TESSIK_LOG(logging::kWarning)
+            << "Negative pixel value(s) found after dark current correction";
+    }
+}
+
+} // namespace tessik::radiometry::corrector

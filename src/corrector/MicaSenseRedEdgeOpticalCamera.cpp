@@ -1,0 +1,65 @@
+#include "radiometry/corrector/MicaSenseRedEdgeOpticalCamera.h"
+
+#include "platform/exif/ExifInfo.h"
+#include "platform/exif/Predicates.h"
+#include "platform/log/Log.h"
+#include "radiometry/Consistency.h"
+#include "radiometry/ExposureMetadata.h"
+
+namespace tessik::radiometry::corrector {
+
+struct MicaSenseRedEdgeOpticalCamera::Data {
+    Eigen::ArrayXd sensitivity;
+    double apertureFNumber = 1.0;
+    double exposure = 1.0;
+    double iso = 1.0;
+    CorrectionType correctionType = CorrectionType::NoCorrection;
+    MicaSenseRedEdge3kModelData model;
+    DataType pixelType = DataType::Unknown;
+};
+
+MicaSenseRedEdgeOpticalCamera::MicaSenseRedEdgeOpticalCamera() : m_data(std::make_unique<Data>()) {}
+MicaSenseRedEdgeOpticalCamera::~MicaSenseRedEdgeOpticalCamera() = default;
+
+void MicaSenseRedEdgeOpticalCamera::useData(const datasource::ImageMetadata& source) {
+    const ExifInfo& exif = source.exif();
+    m_data->sensitivity = readSensitivity(exif);
+    m_data->apertureFNumber = readApertureFNumber(exif);
+    m_data->exposure = readExposure(exif);
+    m_data->iso = readIso(exif);
+    m_data->model = exif.micaSense3kModel;
+    m_data->pixelType = exif.pixelType;
+}
+
+void MicaSenseRedEdgeOpticalCamera::useData(const datasource::UserSettings& source) {
+    m_data->correctionType = source.settings().correctionType;
+}
+
+bool MicaSenseRedEdgeOpticalCamera::isApplicable() const {
+    return m_data->sensitivity.size() > 0 && micasense::hasValid3kModel(m_data->model) &&
+           doAnyCorrection(m_data->correctionType);
+}
+
+void MicaSenseRedEdgeOpticalCamera::apply(BandImage& bands,
+                                          const Eigen::Vector2i& /*blockOffset*/) const {
+    const Data& data = *m_data;
+    verifyConsistentNumberOfBands(bands.size(),
+                                  static_cast<std::size_t>(data.sensitivity.size()),
+                                  QStringLiteral("Correcting for optical effects"));
+    const double scale = minMaxForPixelType(data.pixelType).second + 1.0;
+    const auto [k1, k2] = data.model;
+    TESSIK_LOG(logging::kInfo) << "MicaSense 3k coefficients: " << k1 << " " << k2;
+    for (std::size_t b = 0; b < bands.size(); ++b) {
+        const double sensitivity = data.sensitivity(static_cast<Eigen::Index>(b));
+        BandMatrix& band = bands[b];
+        for (Eigen::Index r = 0; r < band.rows(); ++r) {
+            const auto row = static_cast<double>(r);
+            const double rowExposure = (row * k1 + data.exposure) - (data.exposure * k2) * row;
+            band.row(r) *= static_cast<float>(
+                opticalCorrection(data.apertureFNumber, rowExposure, data.iso, sensitivity) /
+                scale);
+        }
+    }
+}
+
+} // namespace tessik::radiometry::corrector

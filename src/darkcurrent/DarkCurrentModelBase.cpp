@@ -1,0 +1,72 @@
+#include "platform/exif/ExifInfo.h"
+#include "platform/log/Log.h"
+#include "radiometry/DarkCurrentModel.h"
+
+#include <algorithm>
+#include <limits>
+#include <ostream>
+
+namespace tessik::radiometry {
+namespace {
+
+/// The test is absolute: dark levels are whole DN, or very nearly.
+bool isConstant(const Eigen::MatrixXd& level) {
+    return level.size() == 1 ||
+           ((level.array() - level(0, 0)).abs() < std::numeric_limits<double>::epsilon()).all();
+}
+
+BandMatrix repeated(const Eigen::MatrixXd& pattern, Eigen::Index height, Eigen::Index width) {
+    const BandMatrix tile = pattern.cast<float>();
+    return tile.replicate(height / tile.rows(), width / tile.cols());
+}
+
+} // namespace
+
+struct DarkCurrentModelBase::Data {
+    const ExifInfo& exif;
+};
+
+DarkCurrentModelBase::DarkCurrentModelBase(const ExifInfo& exif)
+    : m_data(std::make_unique<Data>(Data{exif})) {}
+
+DarkCurrentModelBase::~DarkCurrentModelBase() = default;
+
+BandImage DarkCurrentModelBase::map() const {
+    const ExifInfo& exif = m_data->exif;
+    const std::vector<Eigen::MatrixXd>& levels = exif.darkLevels;
+    if (levels.empty()) {
+        return {};
+    }
+    const bool hasEmptyEntry =
+        std::any_of(levels.begin(), levels.end(), [](const Eigen::MatrixXd& level) {
+            return level.size() == 0;
+        });
+    if (levels.size() != exif.bandCount || hasEmptyEntry) {
+        TESSIK_LOG(logging::kWarning)
+            << "Inconsistent meta-data: " << exif.bandCount << " bands but dark current has "
+            << levels.size() << "entries";
+        return {};
+    }
+    const auto height = static_cast<Eigen::Index>(exif.imageHeight);
+    const auto width = static_cast<Eigen::Index>(exif.imageWidth);
+    const bool constant = isConstant(levels.front());
+    BandImage maps;
+    maps.reserve(levels.size());
+    for (const Eigen::MatrixXd& level : levels) {
+        maps.push_back(constant
+                           ? BandMatrix::Constant(height, width, static_cast<float>(level(0, 0)))
+                           : repeated(level, height, width));
+    }
+    return maps;
+}
+
+void DarkCurrentModelBase::print(std::ostream& os) const {
+    const Eigen::IOFormat format(
+        Eigen::StreamPrecision, Eigen::DontAlignCols, " ", " ", "", "", "[", "] ");
+    os << "Exif: ";
+    for (const Eigen::MatrixXd& level : m_data->exif.darkLevels) {
+        os << level.format(format);
+    }
+}
+
+} // namespace tessik::radiometry

@@ -1,0 +1,114 @@
+#include "radiometry/datasource/DataSources.h"
+
+#include "platform/camera/CameraParams.h"
+#include "platform/camera/InputImage.h"
+#include "radiometry/DarkCurrentModel.h"
+#include "radiometry/VignettingModel.h"
+#include "radiometry/corrector/ICorrector.h"
+#include "radiometry/sequoia/ModelParameter.h"
+
+namespace tessik::radiometry::datasource {
+
+void CoordinateSystems::accept(corrector::ICorrector& corrector) const {
+    corrector.useData(*this);
+}
+void ImageMetadata::accept(corrector::ICorrector& corrector) const {
+    corrector.useData(*this);
+}
+void LightConditions::accept(corrector::ICorrector& corrector) const {
+    corrector.useData(*this);
+}
+void Sensor::accept(corrector::ICorrector& corrector) const {
+    corrector.useData(*this);
+}
+void Photogrammetry::accept(corrector::ICorrector& corrector) const {
+    corrector.useData(*this);
+}
+void UserSettings::accept(corrector::ICorrector& corrector) const {
+    corrector.useData(*this);
+}
+void ParrotSequoiaCMOS::accept(corrector::ICorrector& corrector) const {
+    corrector.useData(*this);
+}
+void CalibrationTarget::accept(corrector::ICorrector& corrector) const {
+    corrector.useData(*this);
+}
+
+CalibrationTarget::CalibrationTarget(const std::vector<double>& sensitivity)
+    : m_sensitivity(std::make_unique<Eigen::ArrayXd>(Eigen::Map<const Eigen::ArrayXd>(
+          sensitivity.data(), static_cast<Eigen::Index>(sensitivity.size())))) {}
+
+DataSourcePointer lookup(const Cache& cache, std::size_t cameraId, Type type) {
+    const auto found = cache.find({cameraId, type});
+    return found == cache.end() ? nullptr : found->second;
+}
+
+namespace {
+
+DataSourcePointer darkCurrentSource(const InputImage& image,
+                                    const sequoia::ModelParameter* sequoiaModel,
+                                    const Cache& cache) {
+    if (DataSourcePointer cached = lookup(cache, image.cameraId, Type::DarkCurrentModel)) {
+        return cached;
+    }
+    if (image.exif.darkLevels.empty() && sequoiaModel == nullptr) {
+        return nullptr;
+    }
+    return std::make_shared<DarkCurrentModel>(*createDarkCurrentModel(image.exif, sequoiaModel));
+}
+
+DataSourcePointer vignettingSource(const InputImage& image,
+                                   const CameraParams& camera,
+                                   const sequoia::ModelParameter* sequoiaModel,
+                                   const Cache& cache) {
+    if (DataSourcePointer cached = lookup(cache, image.cameraId, Type::VignettingModel)) {
+        return cached;
+    }
+    VignettingData description;
+    if (sequoiaModel == nullptr) {
+        description = camera.vignettingModel(image.exif.apertureFNumber);
+    } else {
+        description.coefficients = sequoiaModel->cmos.vignetting;
+        description.type = VignettingType::Sequoia;
+    }
+    if (description.coefficients.size() == 0) {
+        return nullptr;
+    }
+    return std::make_shared<VignettingModel>(*createVignettingModel(description, camera));
+}
+
+} // namespace
+
+std::vector<DataSourcePointer> create(const InputImage& image,
+                                      const CameraParams& camera,
+                                      const GlobalShutter& externals,
+                                      const geo::ProjectCoordinateSystems& coordinateSystems,
+                                      const std::vector<double>& sensitivity,
+                                      const Eigen::ArrayXd& directSunlightFraction,
+                                      const Settings& settings,
+                                      const sequoia::ModelParameter* sequoiaModel,
+                                      const Cache& cache) {
+    std::vector<DataSourcePointer> sources;
+    const auto append = [&sources](DataSourcePointer source) {
+        if (source) {
+            sources.push_back(std::move(source));
+        }
+    };
+    append(std::make_shared<CoordinateSystems>(coordinateSystems));
+    append(std::make_shared<ImageMetadata>(image.path, image.exif, image.geo));
+    append(std::make_shared<LightConditions>(directSunlightFraction));
+    append(std::make_shared<Sensor>(camera));
+    append(std::make_shared<Photogrammetry>(externals));
+    append(std::make_shared<UserSettings>(settings));
+    if (sequoiaModel != nullptr) {
+        append(std::make_shared<ParrotSequoiaCMOS>(sequoiaModel->cmos));
+    }
+    append(darkCurrentSource(image, sequoiaModel, cache));
+    append(vignettingSource(image, camera, sequoiaModel, cache));
+    if (!sensitivity.empty()) {
+        append(std::make_shared<CalibrationTarget>(sensitivity));
+    }
+    return sources;
+}
+
+} // namespace tessik::radiometry::datasource
