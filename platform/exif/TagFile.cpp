@@ -2,12 +2,15 @@
 
 #include "platform/log/Log.h"
 
+#include <QtCore/QString>
 #include <exiv2/exiv2.hpp>
 
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <map>
 #include <mutex>
+#include <string_view>
 
 namespace tessik::exif {
 namespace {
@@ -101,30 +104,37 @@ void collectExif(const Exiv2::ExifData& data, Tags& tags) {
     }
 }
 
+Tags::Value valueOf(const Exiv2::Xmpdatum& datum) {
+    const Exiv2::TypeId type = datum.typeId();
+    if (type != Exiv2::xmpSeq && type != Exiv2::xmpBag && type != Exiv2::xmpAlt) {
+        return {datum.toString()};
+    }
+    Tags::Value value;
+    for (long i = 0; i < datum.count(); ++i) {
+        value.push_back(datum.toString(i));
+    }
+    return value;
+}
+
 void collectXmp(const Exiv2::XmpData& data, Tags& tags) {
     for (const Exiv2::Xmpdatum& datum : data) {
-        Tags::Value value;
-        const Exiv2::TypeId type = datum.typeId();
-        if (type == Exiv2::xmpSeq || type == Exiv2::xmpBag || type == Exiv2::xmpAlt) {
-            for (long i = 0; i < datum.count(); ++i) {
-                value.push_back(datum.toString(i));
-            }
-        } else {
-            value.push_back(datum.toString());
-        }
-        tags.addXmp(plainPrefix(datum.groupName()), datum.tagName(), std::move(value));
+        tags.addXmp(plainPrefix(datum.groupName()), datum.tagName(), valueOf(datum));
     }
+}
+
+std::string ownNamespace(const std::string& prefix) {
+    std::string name = prefix;
+    std::transform(name.begin(), name.end(), name.begin(), [](unsigned char c) {
+        return static_cast<char>(std::tolower(c));
+    });
+    return "urn:tessik:xmp:" + name + ":1.0/";
 }
 
 void registerOwnNamespaces() {
     static std::once_flag done;
     std::call_once(done, [] {
         for (const char* prefix : {"Camera", "MicaSense", "DLS", "Tessik"}) {
-            std::string name(prefix);
-            std::transform(name.begin(), name.end(), name.begin(), [](unsigned char c) {
-                return static_cast<char>(std::tolower(c));
-            });
-            Exiv2::XmpProperties::registerNs("urn:tessik:xmp:" + name + ":1.0/", prefix);
+            Exiv2::XmpProperties::registerNs(ownNamespace(prefix), prefix);
         }
     });
 }
@@ -153,6 +163,107 @@ void setTag(Exiv2::Image& image, const NewTag& tag) {
         }
         xmp.add(key, &value);
     }
+}
+
+template <std::size_t N>
+bool isOneOf(const std::array<std::string_view, N>& names, std::string_view name) {
+    return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+bool describesTheCapture(const Exiv2::Exifdatum& datum) {
+    constexpr std::array<std::string_view, 9> kImageTags = {"Make",
+                                                            "Model",
+                                                            "Software",
+                                                            "DateTime",
+                                                            "Orientation",
+                                                            "ImageDescription",
+                                                            "CameraSerialNumber",
+                                                            "UniqueCameraModel",
+                                                            "Copyright"};
+    const std::string group = datum.groupName();
+    const std::string name = datum.tagName();
+    return (group == "Image" && isOneOf(kImageTags, name)) ||
+           (group == "Photo" && name != "MakerNote") || group == "GPSInfo";
+}
+
+bool describesTheCapture(const Exiv2::Xmpdatum& datum) {
+    constexpr std::array<std::string_view, 22> kRawState = {"BandSensitivity",
+                                                            "BlackCurrent",
+                                                            "ColorTransform",
+                                                            "DarkRowValue",
+                                                            "DirectIrradiance",
+                                                            "ExposureTime",
+                                                            "Gamma",
+                                                            "HorizontalIrradiance",
+                                                            "InvalidPixel",
+                                                            "IsNormalized",
+                                                            "LS_type",
+                                                            "OffMeasurement",
+                                                            "RadiometricCalibration",
+                                                            "RawData",
+                                                            "RawMeasurement",
+                                                            "ScatteredIrradiance",
+                                                            "SensorGain",
+                                                            "SensorGainAdjustment",
+                                                            "SensorModel",
+                                                            "SpectralIrradiance",
+                                                            "CalibrationMeasurement",
+                                                            "BandGain"};
+    const std::string name = datum.tagName();
+    const auto startsWith = [&name](const char* stem) { return name.rfind(stem, 0) == 0; };
+    // An item of a structure or of an array of structures has a path; no description needs them.
+    return !isOneOf(kRawState, name) && !startsWith("Irradiance") && !startsWith("SunSensor") &&
+           !startsWith("Vignetting") && name.find_first_of("[/") == std::string::npos &&
+           plainPrefix(datum.groupName()) != "Tessik";
+}
+
+std::string xmlEscaped(const std::string& text) {
+    return QString::fromStdString(text).toHtmlEscaped().toStdString();
+}
+
+/// The packet is put together here: the toolkit would name prefixes by the order in which the
+/// process met them, and equal images must give equal files.
+std::string describingPacket(const Exiv2::XmpData& source, const std::vector<NewTag>& newTags) {
+    std::map<std::string, std::string> namespaces; // by prefix
+    std::string properties;
+    const auto add =
+        [&](const std::string& prefix, const std::string& name, const Tags::Value& items) {
+            const std::string tag = prefix + ":" + name;
+            properties += "<" + tag + ">";
+            if (items.size() == 1) {
+                properties += xmlEscaped(items.front());
+            } else {
+                properties += "<rdf:Seq>";
+                for (const std::string& item : items) {
+                    properties += "<rdf:li>" + xmlEscaped(item) + "</rdf:li>";
+                }
+                properties += "</rdf:Seq>";
+            }
+            properties += "</" + tag + ">\n";
+        };
+    for (const Exiv2::Xmpdatum& datum : source) {
+        const std::string prefix = plainPrefix(datum.groupName());
+        const std::string uri = Exiv2::XmpProperties::ns(datum.groupName());
+        const auto known = namespaces.try_emplace(prefix, uri).first;
+        if (known->second == uri && describesTheCapture(datum)) {
+            add(prefix, datum.tagName(), valueOf(datum));
+        }
+    }
+    namespaces.try_emplace("Camera", ownNamespace("Camera"));
+    add("Camera", "IsNormalized", {"1"});
+    namespaces["Tessik"] = ownNamespace("Tessik");
+    for (const NewTag& tag : newTags) {
+        add("Tessik", tag.key.substr(tag.key.rfind('.') + 1), tag.values);
+    }
+    std::string packet = "<?xpacket begin=\"\xEF\xBB\xBF\" id=\"W5M0MpCehiHzreSzNTczkc9d\"?>\n"
+                         "<x:xmpmeta xmlns:x=\"adobe:ns:meta/\">\n"
+                         "<rdf:RDF xmlns:rdf=\"http://www.w3.org/1999/02/22-rdf-syntax-ns#\">\n"
+                         "<rdf:Description rdf:about=\"\"";
+    for (const auto& [prefix, uri] : namespaces) {
+        packet += "\n xmlns:" + prefix + "=\"" + xmlEscaped(uri) + "\"";
+    }
+    return packet + ">\n" + properties +
+           "</rdf:Description>\n</rdf:RDF>\n</x:xmpmeta>\n<?xpacket end=\"w\"?>";
 }
 
 } // namespace
@@ -187,6 +298,30 @@ void writeTags(const std::string& path, const std::vector<NewTag>& tags) {
             setTag(*image, tag);
         }
         image->writeMetadata();
+    } catch (const Exiv2::AnyError& failure) {
+        throw Error(std::string("the metadata cannot be written: ") + failure.what());
+    }
+}
+
+void copyDescription(const std::string& sourcePath,
+                     const std::string& targetPath,
+                     const std::vector<NewTag>& newTags) {
+    initialiseOnce();
+    std::vector<std::string> warnings;
+    const WarningScope scope(warnings);
+    try {
+        const Exiv2::Image::AutoPtr source = Exiv2::ImageFactory::open(sourcePath);
+        source->readMetadata();
+        const Exiv2::Image::AutoPtr target = Exiv2::ImageFactory::open(targetPath);
+        target->readMetadata();
+        for (const Exiv2::Exifdatum& datum : source->exifData()) {
+            if (describesTheCapture(datum)) {
+                target->exifData().add(datum);
+            }
+        }
+        target->setXmpPacket(describingPacket(source->xmpData(), newTags));
+        target->writeXmpFromPacket(true);
+        target->writeMetadata();
     } catch (const Exiv2::AnyError& failure) {
         throw Error(std::string("the metadata cannot be written: ") + failure.what());
     }

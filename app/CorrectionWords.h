@@ -1,0 +1,24 @@
+#pragma once
+
+#include "radiometry/Types.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+/// Correction types and what they lack, as words.
+namespace tessik::app {
+
+/// The types that a word names, from the least to the richest.
+const std::vector<radiometry::CorrectionType>& correctionTypes();
+
+/// "none", "camera", "irradiance", "sun-angle", "sun-angle-absolute".
+std::string wordOf(radiometry::CorrectionType type);
+
+/// The reverse; empty for any other word.
+std::optional<radiometry::CorrectionType> typeOf(const std::string& word);
+
+/// A word for each flag: "sun-irradiance", "sun-irradiance-orientation", "capture-time".
+std::vector<std::string> wordsOf(radiometry::ImageCorrectionError missing);
+
+} // namespace tessik::app

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace tessik::app {
+
+/// One image that the user named, and where its result belongs.
+struct Input {
+    std::filesystem::path path;
+    /// Path under an output folder, with the extension of the input: below a folder that was named,
+    /// as there; a file that was named itself, or listed with an absolute path, by its name alone.
+    std::filesystem::path relative;
+};
+
+/// A list of inputs, and what was wrong with some of the arguments ("path: reason").
+struct InputList {
+    std::vector<Input> images;
+    std::vector<std::pair<std::string, std::string>> failures;
+};
+
+/// Expands arguments: an image, a folder (walked recursively for .tif .tiff .jpg .jpeg .dng, hidden
+/// files and `excluded` left out, in the order of names), or "@list.txt" with a path a line.
+InputList expandInputs(const std::vector<std::string>& arguments,
+                       const std::filesystem::path& excluded = {});
+
+} // namespace tessik::app

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace tessik::app {
+
+struct InspectOptions {
+    std::vector<std::string> inputs;
+    bool json = false;
+    int jobs = 1;
+};
+
+/// `radiometry inspect`. @return exit status
+int inspect(const InspectOptions& options);
+
+} // namespace tessik::app

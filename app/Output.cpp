@@ -1,0 +1,76 @@
+#include "Output.h"
+
+#include "CorrectionWords.h"
+#include "platform/exif/TagFile.h"
+#include "platform/image/PendingFile.h"
+#include "platform/image/Raster.h"
+#include "platform/text/Text.h"
+
+namespace tessik::app {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string numberText(double value) {
+    return QString::number(value, 'g', 17).toStdString();
+}
+
+image::WriteOptions writeOptions(const InputImage& image,
+                                 const std::vector<std::string>& creationOptions) {
+    image::WriteOptions options;
+    options.noData = static_cast<double>(radiometry::kNoData);
+    options.creationOptions = creationOptions;
+    for (const QString& name : image.exif.bandNames) {
+        options.bandNames.push_back(name.toStdString());
+    }
+    for (const BandInfo& band : image.exif.bands) {
+        options.bandItems.push_back({{"wavelength", numberText(band.wavelengthNm)},
+                                     {"fwhm", numberText(band.fwhmNm)},
+                                     {"wavelength_units", "Nanometers"}});
+    }
+    return options;
+}
+
+} // namespace
+
+std::string fingerprint(const fs::path& input,
+                        radiometry::CorrectionType type,
+                        const std::vector<std::string>& creationOptions) {
+    std::string text = std::string(RADIOMETRY_VERSION) + " " + wordOf(type) + " " +
+                       std::to_string(fs::file_size(input)) + " " +
+                       std::to_string(fs::last_write_time(input).time_since_epoch().count());
+    for (const std::string& option : creationOptions) {
+        text += " " + option;
+    }
+    return text;
+}
+
+std::string fingerprintOf(const fs::path& output) {
+    std::error_code ignored;
+    if (!fs::is_regular_file(output, ignored)) {
+        return {};
+    }
+    try {
+        return exif::readTags(output.string()).tags.xmpText("Tessik", "Fingerprint");
+    } catch (const exif::Error&) {
+        return {};
+    }
+}
+
+void writeOutput(const fs::path& output,
+                 const InputImage& image,
+                 const BandImage& bands,
+                 radiometry::CorrectionType type,
+                 const std::string& fingerprint,
+                 const std::vector<std::string>& creationOptions) {
+    image::PendingFile file(output.string());
+    image::writeFloatRaster(file.temporaryPath(), bands, writeOptions(image, creationOptions));
+    exif::copyDescription(image.path.toStdString(),
+                          file.temporaryPath(),
+                          {{"Xmp.Tessik.Correction", {wordOf(type)}},
+                           {"Xmp.Tessik.Version", {RADIOMETRY_VERSION}},
+                           {"Xmp.Tessik.Fingerprint", {fingerprint}}});
+    file.commit();
+}
+
+} // namespace tessik::app

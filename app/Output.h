@@ -1,0 +1,32 @@
+#pragma once
+
+#include "platform/camera/InputImage.h"
+#include "platform/image/BandMatrix.h"
+#include "radiometry/Types.h"
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace tessik::app {
+
+/// What an output was made from and with: outputs of equal fingerprints are equal.
+/// @param creationOptions GeoTIFF creation options
+std::string fingerprint(const std::filesystem::path& input,
+                        radiometry::CorrectionType type,
+                        const std::vector<std::string>& creationOptions);
+
+/// The fingerprint that an output bears; empty when the file is missing or bears none.
+std::string fingerprintOf(const std::filesystem::path& output);
+
+/// Writes corrected bands as a float32 TIFF with no-data value, band names and wavelengths, the
+/// metadata of the source, and a mark of what was done. It appears whole or not at all.
+/// @throws image::Error, exif::Error
+void writeOutput(const std::filesystem::path& output,
+                 const InputImage& image,
+                 const BandImage& bands,
+                 radiometry::CorrectionType type,
+                 const std::string& fingerprint,
+                 const std::vector<std::string>& creationOptions);
+
+} // namespace tessik::app
