@@ -46,16 +46,21 @@ image::Raster openPixels(InputImage& image) {
     return raster;
 }
 
-void checkCorrectable(const InputImage& image, radiometry::CorrectionType type) {
+void checkCorrectable(const InputImage& image, radiometry::CorrectionType type, bool isChosen) {
     const ExifInfo& exif = image.exif;
     if (exif.isNormalized) {
         refuse("already corrected");
     }
-    if (!doAnyCorrection(type)) {
+    if (!doAnyCorrection(type) && isChosen) {
         return;
     }
     if (exif.make.isEmpty() && exif.exposureTime == 0.0) {
         refuse("no camera metadata");
+    }
+    if (!doAnyCorrection(type)) {
+        refuse(
+            "the metadata hold neither a sensitivity nor an irradiance; ask for --type camera to "
+            "correct exposure alone, or --type none");
     }
     if (exif.exposureTime == 0.0 && !exif.isAirinovMultispec4C) {
         refuse("no exposure time in the metadata");

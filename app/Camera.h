@@ -22,8 +22,9 @@ public:
 /// JPEG). @throws image::Error; Refusal when pixels and metadata contradict each other
 image::Raster openPixels(InputImage& image);
 
+/// @param isChosen the user asked for this type; else it is what the metadata allow
 /// @throws Refusal when correcting this image as `type` would give numbers that only look right
-void checkCorrectable(const InputImage& image, radiometry::CorrectionType type);
+void checkCorrectable(const InputImage& image, radiometry::CorrectionType type, bool isChosen);
 
 /// Corrects the bands of a whole image in place.
 void correctBands(const InputImage& image,

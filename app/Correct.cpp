@@ -52,7 +52,7 @@ void correctOne(const Task& task, const CorrectOptions& options, MapCache& maps,
     const std::string path = image.path.toStdString();
     const ImageContext context(path);
     try {
-        checkCorrectable(image, task.type);
+        checkCorrectable(image, task.type, options.type.has_value());
         const std::string mark =
             fingerprint(task.image->input.path, task.type, options.creationOptions);
         if (!options.overwrite && fingerprintOf(task.output) == mark) {

@@ -141,7 +141,9 @@ void print(const Json& image) {
             std::printf("  %-26s %s\n", "camera", value["name"].get<std::string>().c_str());
             continue;
         }
-        const std::string text = value.is_string() ? value.get<std::string>() : value.dump(-1, ' ', false, Json::error_handler_t::replace);
+        const std::string text = value.is_string()
+                                     ? value.get<std::string>()
+                                     : value.dump(-1, ' ', false, Json::error_handler_t::replace);
         std::printf("  %-26s %s\n", key.c_str(), text.c_str());
     }
 }

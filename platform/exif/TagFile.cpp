@@ -10,6 +10,7 @@
 #include <cctype>
 #include <map>
 #include <mutex>
+#include <regex>
 #include <string_view>
 
 namespace tessik::exif {
@@ -26,6 +27,9 @@ void handleMessage(int level, const char* message) {
         return;
     }
     std::string text(message);
+    if (text.rfind("Updating namespace URI", 0) == 0) {
+        return; // makers' name spaces differ under one prefix; see plainPrefix
+    }
     while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back())) != 0) {
         text.pop_back();
     }
@@ -221,10 +225,23 @@ std::string xmlEscaped(const std::string& text) {
     return QString::fromStdString(text).toHtmlEscaped().toStdString();
 }
 
+/// Name spaces by prefix as a packet declares them, in XML's own escaping. The toolkit's tables
+/// hold what the file read last in this process declared.
+std::map<std::string, std::string> declaredNamespaces(const std::string& packet) {
+    static const std::regex declaration("xmlns:([A-Za-z_][\\w.-]*)\\s*=\\s*[\"']([^\"'<]*)[\"']");
+    std::map<std::string, std::string> namespaces;
+    for (std::sregex_iterator match(packet.begin(), packet.end(), declaration), end; match != end;
+         ++match) {
+        namespaces.try_emplace((*match)[1], (*match)[2]);
+    }
+    return namespaces;
+}
+
 /// The packet is put together here: the toolkit would name prefixes by the order in which the
 /// process met them, and equal images must give equal files.
-std::string describingPacket(const Exiv2::XmpData& source, const std::vector<NewTag>& newTags) {
-    std::map<std::string, std::string> namespaces; // by prefix
+std::string describingPacket(const Exiv2::Image& source, const std::vector<NewTag>& newTags) {
+    const std::map<std::string, std::string> declared = declaredNamespaces(source.xmpData().xmpPacket());
+    std::map<std::string, std::string> namespaces; // of the prefixes in use
     std::string properties;
     const auto add =
         [&](const std::string& prefix, const std::string& name, const Tags::Value& items) {
@@ -241,11 +258,11 @@ std::string describingPacket(const Exiv2::XmpData& source, const std::vector<New
             }
             properties += "</" + tag + ">\n";
         };
-    for (const Exiv2::Xmpdatum& datum : source) {
+    for (const Exiv2::Xmpdatum& datum : source.xmpData()) {
         const std::string prefix = plainPrefix(datum.groupName());
-        const std::string uri = Exiv2::XmpProperties::ns(datum.groupName());
-        const auto known = namespaces.try_emplace(prefix, uri).first;
-        if (known->second == uri && describesTheCapture(datum)) {
+        const auto uri = declared.find(prefix);
+        if (uri != declared.end() && describesTheCapture(datum)) {
+            namespaces.insert(*uri);
             add(prefix, datum.tagName(), valueOf(datum));
         }
     }
@@ -260,7 +277,7 @@ std::string describingPacket(const Exiv2::XmpData& source, const std::vector<New
                          "<rdf:RDF xmlns:rdf=\"http://www.w3.org/1999/02/22-rdf-syntax-ns#\">\n"
                          "<rdf:Description rdf:about=\"\"";
     for (const auto& [prefix, uri] : namespaces) {
-        packet += "\n xmlns:" + prefix + "=\"" + xmlEscaped(uri) + "\"";
+        packet += "\n xmlns:" + prefix + "=\"" + uri + "\"";
     }
     return packet + ">\n" + properties +
            "</rdf:Description>\n</rdf:RDF>\n</x:xmpmeta>\n<?xpacket end=\"w\"?>";
@@ -319,7 +336,7 @@ void copyDescription(const std::string& sourcePath,
                 target->exifData().add(datum);
             }
         }
-        target->setXmpPacket(describingPacket(source->xmpData(), newTags));
+        target->setXmpPacket(describingPacket(*source, newTags));
         target->writeXmpFromPacket(true);
         target->writeMetadata();
     } catch (const Exiv2::AnyError& failure) {

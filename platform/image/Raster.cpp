@@ -27,9 +27,16 @@ public:
     ~ErrorScope() { CPLPopErrorHandler(); }
 
     [[nodiscard]] bool failed() const { return m_failed; }
-    /// The first failure's text, on one line, or the fallback.
-    [[nodiscard]] std::string reason(const std::string& fallback) const {
-        return m_reason.empty() ? fallback : m_reason;
+    /// The first failure's text, on one line and without the path that it may repeat, or the
+    /// fallback.
+    [[nodiscard]] std::string reason(const std::string& path, const std::string& fallback) const {
+        std::string text = m_reason;
+        for (auto at = text.find(path); at != std::string::npos && !path.empty();
+             at = text.find(path)) {
+            const auto end = text.find_first_not_of(": ", at + path.size());
+            text.erase(at, end == std::string::npos ? end : end - at);
+        }
+        return text.empty() ? fallback : fallback + " (" + text + ")";
     }
 
 private:
@@ -148,7 +155,7 @@ void writeRaster(const std::string& path,
                                       creation));
     CSLDestroy(creation);
     if (!dataset) {
-        throw Error(errors.reason("cannot be created"));
+        throw Error(errors.reason(path, "cannot be created"));
     }
     for (std::size_t b = 0; b < bands.size() && !errors.failed(); ++b) {
         GDALRasterBandH band = GDALGetRasterBand(dataset.get(), static_cast<int>(b) + 1);
@@ -183,13 +190,14 @@ void writeRaster(const std::string& path,
     dataset.reset(); // a full disk may show only when the last blocks are flushed
     if (errors.failed()) {
         VSIUnlink(path.c_str());
-        throw Error(errors.reason("cannot be written"));
+        throw Error(errors.reason(path, "cannot be written"));
     }
 }
 
 } // namespace
 
 struct Raster::Data {
+    std::string path;
     DatasetPointer dataset;
     std::uint64_t width = 0;
     std::uint64_t height = 0;
@@ -207,6 +215,7 @@ Raster Raster::open(const std::string& path) {
     const ErrorScope errors;
     const std::array<const char*, 3> drivers = {"GTiff", "JPEG", nullptr};
     auto data = std::make_unique<Data>();
+    data->path = path;
     VSIStatBufL status;
     if (VSIStatL(path.c_str(), &status) != 0) {
         throw Error("no such file");
@@ -217,7 +226,7 @@ Raster Raster::open(const std::string& path) {
     data->dataset.reset(GDALOpenEx(
         path.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY, drivers.data(), nullptr, nullptr));
     if (!data->dataset) {
-        throw Error(errors.reason("not a TIFF or JPEG image"));
+        throw Error(errors.reason(path, "not a readable TIFF or JPEG image"));
     }
     data->width = static_cast<std::uint64_t>(GDALGetRasterXSize(data->dataset.get()));
     data->height = static_cast<std::uint64_t>(GDALGetRasterYSize(data->dataset.get()));
@@ -284,7 +293,7 @@ BandImage Raster::readBlock(std::uint64_t column,
                          0,
                          0);
         if (result != CE_None || errors.failed()) {
-            throw Error(errors.reason("the pixels cannot be read"));
+            throw Error(errors.reason(m_data->path, "the pixels cannot be read"));
         }
     }
     return bands;
