@@ -92,7 +92,7 @@ ChainDescription
 describeChain(const InputImage& image, radiometry::CorrectionType type, MapCache& maps) {
     const CameraParams camera = exif::cameraParams(image.exif);
     const CameraExternals externals;
-    const geo::ProjectCoordinateSystems coordinateSystems;
+    const geo::ProjectCoordinateSystems coordinateSystems{};
     const auto sources = radiometry::datasource::create(image,
                                                         camera,
                                                         externals,

@@ -7,9 +7,9 @@ namespace tessik::app {
 
 /// Exit status of the command.
 enum ExitStatus : int {
-    kAllDone = 0,
-    kNothingDone = 1, ///< usage, unreadable plan, output folder not writable
-    kSomeFailed = 2,  ///< the other images are done
+    AllDone = 0,
+    NothingDone = 1, ///< usage, unreadable plan, output folder not writable
+    SomeFailed = 2,  ///< the other images are done
 };
 
 /// Says "radiometry: path: reason". Thread safe; whole lines.

@@ -133,13 +133,13 @@ void sayFailures(const InputList& inputs, Summary& summary) {
 int correct(const CorrectOptions& options) {
     if (options.type && *options.type > kRichest) {
         sayFailure({}, "--type " + wordOf(*options.type) + " is not available");
-        return kNothingDone;
+        return NothingDone;
     }
     Summary summary;
     const InputList inputs = expandInputs(options.inputs, options.outputFolder);
     sayFailures(inputs, summary);
     if (inputs.images.empty() || !prepareOutputFolder(options.outputFolder)) {
-        return kNothingDone;
+        return NothingDone;
     }
     const auto start = std::chrono::steady_clock::now();
     Flight flight = readFlight(inputs.images, options.jobs);
@@ -159,9 +159,9 @@ int correct(const CorrectOptions& options) {
                 static_cast<long long>(summary.maskedPixels),
                 static_cast<double>(summary.done) / std::max(elapsed.count(), 1e-9));
     if (summary.failed == 0) {
-        return kAllDone;
+        return AllDone;
     }
-    return summary.done + summary.kept == 0 ? kNothingDone : kSomeFailed;
+    return summary.done + summary.kept == 0 ? NothingDone : SomeFailed;
 }
 
 } // namespace tessik::app

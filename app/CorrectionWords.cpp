@@ -26,6 +26,7 @@ constexpr std::array<std::pair<CorrectionType, const char*>, 5> kWords = {{
 const std::vector<CorrectionType>& correctionTypes() {
     static const std::vector<CorrectionType> types = [] {
         std::vector<CorrectionType> list;
+        list.reserve(kWords.size());
         for (const auto& [type, word] : kWords) {
             list.push_back(type);
         }

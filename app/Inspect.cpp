@@ -180,9 +180,9 @@ int inspect(const InspectOptions& options) {
         std::printf("%s\n", all.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
     }
     if (!hasFailed) {
-        return kAllDone;
+        return AllDone;
     }
-    return all.empty() ? kNothingDone : kSomeFailed;
+    return all.empty() ? NothingDone : SomeFailed;
 }
 
 } // namespace tessik::app

@@ -10,7 +10,7 @@
 
 namespace {
 
-using namespace tessik;
+namespace app = tessik::app;
 
 const char* const kInputHelp =
     "An image, a folder (walked recursively), or @list.txt with a path a "
@@ -71,7 +71,7 @@ int run(int argc, char** argv) {
         cli.parse(argc, argv);
     } catch (const CLI::ParseError& failure) {
         const int status = cli.exit(failure);
-        return status == 0 ? app::kAllDone : app::kNothingDone;
+        return status == 0 ? app::AllDone : app::NothingDone;
     }
     app::setVerbosity(isQuiet     ? app::Verbosity::Quiet
                       : isVerbose ? app::Verbosity::Verbose
@@ -91,6 +91,6 @@ int main(int argc, char** argv) {
         return run(argc, argv);
     } catch (const std::exception& failure) {
         app::sayFailure({}, failure.what());
-        return app::kNothingDone;
+        return app::NothingDone;
     }
 }

@@ -14,7 +14,7 @@ void correct(const InputImage& image,
              const geo::ProjectCoordinateSystems& coordinateSystems,
              const sequoia::ModelParameter* sequoiaModel,
              BandImage& bands,
-             Eigen::Vector2i blockOffset) {
+             Eigen::Vector2i blockOffset) { // NOLINT(performance-unnecessary-value-param): 8 bytes
     correct(image,
             camera,
             externals,
@@ -25,7 +25,7 @@ void correct(const InputImage& image,
             sequoiaModel,
             datasource::Cache(),
             bands,
-            std::move(blockOffset));
+            blockOffset);
 }
 
 void correct(const InputImage& image,
@@ -38,7 +38,7 @@ void correct(const InputImage& image,
              const sequoia::ModelParameter* sequoiaModel,
              const datasource::Cache& cache,
              BandImage& bands,
-             Eigen::Vector2i blockOffset) {
+             Eigen::Vector2i blockOffset) { // NOLINT(performance-unnecessary-value-param): 8 bytes
     const std::vector<datasource::DataSourcePointer> dataSources =
         datasource::create(image,
                            camera,

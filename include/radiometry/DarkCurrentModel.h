@@ -24,7 +24,7 @@ public:
     virtual ~IDarkCurrentModel() = default;
 
     /// One map a band, image height x image width, in DN.
-    virtual BandImage map() const = 0;
+    [[nodiscard]] virtual BandImage map() const = 0;
     /// A description for logs.
     virtual void print(std::ostream& os) const = 0;
 };
@@ -40,7 +40,7 @@ public:
     ~DarkCurrentModelBase() override;
 
     /// Empty when the metadata state no levels, or not one entry a band.
-    BandImage map() const override;
+    [[nodiscard]] BandImage map() const override;
     void print(std::ostream& os) const override;
 
 private:

@@ -24,7 +24,7 @@ public:
     virtual ~IVignettingModel() = default;
 
     /// Brightness of each pixel, height x width: what to divide by.
-    virtual BandMatrix map() const = 0;
+    [[nodiscard]] virtual BandMatrix map() const = 0;
     /// A description for logs.
     virtual void print(std::ostream& os) const = 0;
 };
@@ -41,7 +41,7 @@ public:
                                     double centerX,
                                     double centerY);
     ~VignettingModelRadialPolynomial() override;
-    BandMatrix map() const override;
+    [[nodiscard]] BandMatrix map() const override;
     void print(std::ostream& os) const override;
 
 private:
@@ -56,7 +56,7 @@ public:
                                 std::uint64_t width,
                                 std::uint64_t height);
     ~VignettingModel2DPolynomial() override;
-    BandMatrix map() const override;
+    [[nodiscard]] BandMatrix map() const override;
     void print(std::ostream& os) const override;
 
 private:
@@ -74,7 +74,7 @@ public:
     ~VignettingModelSequoia() override;
     /// @throws error when the image does not divide evenly into the grid
     /// @throws std::runtime_error when a field of the grid is smaller than 2 x 2
-    BandMatrix map() const override;
+    [[nodiscard]] BandMatrix map() const override;
     void print(std::ostream& os) const override;
 
 private:
@@ -87,7 +87,7 @@ class RADIOMETRY_EXPORT VignettingModelNone final : public IVignettingModel {
 public:
     VignettingModelNone(std::uint64_t width, std::uint64_t height);
     ~VignettingModelNone() override;
-    BandMatrix map() const override;
+    [[nodiscard]] BandMatrix map() const override;
     void print(std::ostream& os) const override;
 
 private:

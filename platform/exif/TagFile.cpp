@@ -240,7 +240,8 @@ std::map<std::string, std::string> declaredNamespaces(const std::string& packet)
 /// The packet is put together here: the toolkit would name prefixes by the order in which the
 /// process met them, and equal images must give equal files.
 std::string describingPacket(const Exiv2::Image& source, const std::vector<NewTag>& newTags) {
-    const std::map<std::string, std::string> declared = declaredNamespaces(source.xmpData().xmpPacket());
+    const std::map<std::string, std::string> declared =
+        declaredNamespaces(source.xmpData().xmpPacket());
     std::map<std::string, std::string> namespaces; // of the prefixes in use
     std::string properties;
     const auto add =
@@ -277,7 +278,7 @@ std::string describingPacket(const Exiv2::Image& source, const std::vector<NewTa
                          "<rdf:RDF xmlns:rdf=\"http://www.w3.org/1999/02/22-rdf-syntax-ns#\">\n"
                          "<rdf:Description rdf:about=\"\"";
     for (const auto& [prefix, uri] : namespaces) {
-        packet += "\n xmlns:" + prefix + "=\"" + uri + "\"";
+        packet.append("\n xmlns:").append(prefix).append("=\"").append(uri).append("\"");
     }
     return packet + ">\n" + properties +
            "</rdf:Description>\n</rdf:RDF>\n</x:xmpmeta>\n<?xpacket end=\"w\"?>";

@@ -44,9 +44,9 @@ TESSIK_PLATFORM_EXPORT void writeTags(const std::string& path, const std::vector
 
 /// Gives a corrected image the metadata of its source: what says where, when, with which camera and
 /// which geometry it was taken is copied; what describes the raw pixels (dark level, vignetting,
-/// sensitivity, gains, irradiance readings, bad pixels, tone curve, colour matrix) is not. The new tags
-/// go into our own name space (keys "Xmp.Tessik.Name"), and Camera:IsNormalized is set. The result
-/// depends on the two files and the new tags alone. Thread safe.
+/// sensitivity, gains, irradiance readings, bad pixels, tone curve, colour matrix) is not. The new
+/// tags go into our own name space (keys "Xmp.Tessik.Name"), and Camera:IsNormalized is set. The
+/// result depends on the two files and the new tags alone. Thread safe.
 /// @throws Error when a file cannot be read or written
 TESSIK_PLATFORM_EXPORT void copyDescription(const std::string& sourcePath,
                                             const std::string& targetPath,

@@ -87,9 +87,11 @@ struct Voidify {
 } // namespace tessik::logging
 
 /// TESSIK_LOG(level) << a << b; evaluates its operands only when the level is taken.
+// NOLINTBEGIN(bugprone-macro-parentheses): the expansion ends where the message begins
 #define TESSIK_LOG(level)                                                                          \
     !::tessik::logging::takes(level)                                                               \
         ? (void)0                                                                                  \
         : ::tessik::logging::Voidify() &                                                           \
               ::tessik::logging::Streamer((level),                                                 \
                                           {::tessik::logging::baseName(__FILE__), __LINE__})
+// NOLINTEND(bugprone-macro-parentheses)

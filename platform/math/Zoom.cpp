@@ -73,7 +73,7 @@ BandMatrix zoom(const RowMatrixXd& input, int factor) {
 
     // Along the columns first, for each input row once; then along the rows.
     RowMatrixXd widened(input.rows(), cols);
-#pragma omp parallel for schedule(static)
+#pragma omp parallel for schedule(static) default(none) shared(input, cols, columnTaps, widened)
     for (Eigen::Index r = 0; r < input.rows(); ++r) {
         for (Eigen::Index c = 0; c < cols; ++c) {
             const Tap& tap = columnTaps[static_cast<std::size_t>(c)];
@@ -83,7 +83,7 @@ BandMatrix zoom(const RowMatrixXd& input, int factor) {
         }
     }
     BandMatrix output(rows, cols);
-#pragma omp parallel for schedule(static)
+#pragma omp parallel for schedule(static) default(none) shared(rows, rowTaps, widened, output)
     for (Eigen::Index r = 0; r < rows; ++r) {
         const Tap& tap = rowTaps[static_cast<std::size_t>(r)];
         output.row(r) =

@@ -49,8 +49,8 @@ BandMatrix VignettingModelRadialPolynomial::map() const {
     // A chunk of a row at a time: radii and sums stay in the first-level cache while the
     // coefficients are walked, and every inner loop is free of dependencies.
     constexpr Eigen::Index kChunk = 256;
-    std::array<double, kChunk> radius;
-    std::array<double, kChunk> sum;
+    std::array<double, kChunk> radius{};
+    std::array<double, kChunk> sum{};
     for (Eigen::Index r = 0; r < data.height; ++r) {
         const double dy = static_cast<double>(r) - data.centerY;
         const double dy2 = dy * dy;

@@ -1,0 +1,51 @@
+# Thin front door: each target installs what it lacks, builds, and runs.
+.PHONY: build demo check check-sanitize check-threads lint bench format install clean
+
+PREFIX ?= /usr/local
+
+build:
+	scripts/install-deps build
+	cmake --preset release $(CMAKE_ARGS)
+	cmake --build --preset release
+
+demo: CMAKE_ARGS = -DRADIOMETRY_BUILD_TESTS=OFF -DRADIOMETRY_BUILD_BENCH=OFF
+demo: build
+	scripts/demo
+
+check:
+	scripts/install-deps build check bench
+	cmake --preset release -DRADIOMETRY_BUILD_TESTS=ON -DRADIOMETRY_BUILD_BENCH=ON
+	cmake --build --preset release
+	ctest --preset release
+
+check-sanitize:
+	scripts/install-deps build check
+	cmake --preset asan-ubsan
+	cmake --build --preset asan-ubsan
+	ctest --preset asan-ubsan
+
+check-threads:
+	scripts/install-deps build check
+	cmake --preset tsan
+	cmake --build --preset tsan --target thread_tests
+	ctest --preset tsan -R Threads
+
+lint:
+	scripts/install-deps build check lint bench
+	scripts/lint
+
+bench:
+	scripts/install-deps build bench
+	cmake --preset release -DRADIOMETRY_BUILD_TESTS=OFF -DRADIOMETRY_BUILD_BENCH=ON
+	cmake --build --preset release
+	bench/run build/release
+
+format:
+	scripts/install-deps lint
+	scripts/lint --format
+
+install: build
+	cmake --install build/release --prefix $(PREFIX)
+
+clean:
+	rm -rf build out

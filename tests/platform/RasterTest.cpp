@@ -1,0 +1,131 @@
+#include "platform/image/Raster.h"
+
+#include "platform/image/PendingFile.h"
+#include "support/Support.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+namespace tessik::image {
+namespace {
+
+using test::TemporaryFolder;
+
+void writeBytes(const std::string& path, const std::string& bytes) {
+    std::ofstream(path, std::ios::binary) << bytes;
+}
+
+std::string readBytes(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// A TIFF header that declares this size and holds 100 bytes of pixels.
+std::string tinyTiff(std::uint32_t width, std::uint32_t height, std::uint16_t bands) {
+    std::string bytes("II*\0\x08\0\0\0", 8);
+    const auto put = [&bytes](std::uint32_t value, int size) {
+        for (int i = 0; i < size; ++i) {
+            bytes += static_cast<char>(value >> (8 * i));
+        }
+    };
+    const std::vector<std::array<std::uint32_t, 3>> tags = {{256, 4, width},
+                                                            {257, 4, height},
+                                                            {258, 3, 16},
+                                                            {259, 3, 1},
+                                                            {262, 3, 1},
+                                                            {273, 4, 200},
+                                                            {277, 3, bands},
+                                                            {278, 4, height},
+                                                            {279, 4, 100}};
+    put(static_cast<std::uint32_t>(tags.size()), 2);
+    for (const auto& [tag, type, value] : tags) {
+        put(tag, 2);
+        put(type, 2);
+        put(1, 4);
+        put(value, 4);
+    }
+    put(0, 4);
+    bytes.resize(300, '\0');
+    return bytes;
+}
+
+TEST(Raster, floatBandsComeBackWholeAndByTheBlock) {
+    const TemporaryFolder folder;
+    const BandImage bands = {test::ramp(4, 5), test::ramp(4, 5, 100.5F)};
+    writeFloatRaster(folder.file("a.tif"), bands);
+    const Raster raster = Raster::open(folder.file("a.tif"));
+    EXPECT_EQ(raster.width(), 5U);
+    EXPECT_EQ(raster.height(), 4U);
+    EXPECT_EQ(raster.type(), DataType::Float32);
+    EXPECT_EQ(raster.read(), bands);
+    const BandImage block = raster.readBlock(2, 1, 3, 2);
+    EXPECT_EQ(block[1], bands[1].block(1, 2, 2, 3));
+    EXPECT_EQ(test::messageOf<Error>([&] { (void)raster.readBlock(3, 1, 3, 2); }),
+              "the block lies outside the image");
+    EXPECT_EQ(test::messageOf<Error>([&] { (void)raster.readBlock(0, 0, 0, 2); }), "empty block");
+}
+
+struct DamageCase {
+    const char* name;
+    std::string bytes;
+    const char* reason; ///< its beginning
+};
+
+TEST(Raster, damagedFilesAreRefusedWithAReason) {
+    const TemporaryFolder folder;
+    writeUInt16Raster(folder.file("whole.tif"), {test::ramp(64, 64)});
+    const std::string whole = readBytes(folder.file("whole.tif"));
+    const std::vector<DamageCase> cases = {
+        {"empty", "", "the file is empty"},
+        {"text", "hello, this is no image\n", "not a readable TIFF or JPEG image"},
+        {"virtual", "<VRTDataset rasterXSize=\"1\" rasterYSize=\"1\"/>", "not a readable TIFF"},
+        {"headless", whole.substr(0, 6), "not a readable TIFF"},
+        {"truncated", whole.substr(0, whole.size() / 2), "the pixels cannot be read"},
+        {"huge", tinyTiff(2000000000, 2000000000, 1), "too large: 2000000000 x 2000000000"},
+        {"hollow", tinyTiff(20000, 20000, 1), "declares 20000 x 20000 pixels in 1 band but has"},
+        {"bandless", tinyTiff(10, 10, 0), "not a readable TIFF"},
+        {"flat", tinyTiff(0, 10, 1), ""},
+    };
+    for (const DamageCase& c : cases) {
+        const std::string path = folder.file(std::string(c.name) + ".tif");
+        writeBytes(path, c.bytes);
+        const std::string reason = test::messageOf<Error>([&] { (void)Raster::open(path).read(); });
+        EXPECT_NE(reason, "no error") << c.name;
+        EXPECT_EQ(reason.rfind(c.reason, 0), 0U) << c.name << ": " << reason;
+        EXPECT_EQ(reason.find(folder.path().string()), std::string::npos) << reason;
+    }
+    EXPECT_EQ(test::messageOf<Error>([&] { (void)Raster::open(folder.file("none.tif")); }),
+              "no such file");
+}
+
+TEST(Raster, whatCannotBeWrittenLeavesNoFile) {
+    const TemporaryFolder folder;
+    EXPECT_NE(test::messageOf<Error>([&] { writeFloatRaster(folder.file("a.tif"), {}); }),
+              "no error");
+    EXPECT_NE(test::messageOf<Error>([&] {
+                  writeFloatRaster(folder.file("b.tif"), {test::ramp(2, 2), test::ramp(3, 2)});
+              }),
+              "no error");
+    EXPECT_NE(test::messageOf<Error>(
+                  [&] { writeFloatRaster(folder.file("no/such/folder.tif"), {test::ramp(2, 2)}); }),
+              "no error");
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+}
+
+TEST(PendingFile, appearsWholeOrNotAtAll) {
+    const TemporaryFolder folder;
+    {
+        const PendingFile file(folder.file("a.tif"));
+        writeBytes(file.temporaryPath(), "half");
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+    PendingFile file(folder.file("a.tif"));
+    writeBytes(file.temporaryPath(), "whole");
+    EXPECT_FALSE(std::filesystem::exists(folder.file("a.tif")));
+    file.commit();
+    EXPECT_EQ(readBytes(folder.file("a.tif")), "whole");
+}
+
+} // namespace
+} // namespace tessik::image

@@ -1,0 +1,193 @@
+#include "radiometry/Correct.h"
+
+#include "platform/camera/CameraExternals.h"
+#include "platform/geo/ProjectCoordinateSystems.h"
+#include "radiometry/VignettingModel.h"
+#include "radiometry/corrector/ICorrector.h"
+#include "support/RedEdge.h"
+#include "support/Support.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <typeinfo>
+
+namespace tessik::radiometry {
+namespace {
+
+using test::ImageSetup;
+
+void correctWith(const ImageSetup& setup,
+                 CorrectionType type,
+                 const datasource::Cache& cache,
+                 BandImage& bands,
+                 const Eigen::Vector2i& offset = {0, 0}) {
+    correct(setup.image,
+            setup.camera,
+            CameraExternals(),
+            {},
+            Eigen::ArrayXd(),
+            {type},
+            geo::ProjectCoordinateSystems(),
+            nullptr,
+            cache,
+            bands,
+            offset);
+}
+
+std::vector<std::string> chainOf(const ExifInfo& exif) {
+    std::vector<std::string> names;
+    for (const auto& corrector : corrector::create(exif)) {
+        names.push_back(corrector::name(*corrector));
+    }
+    return names;
+}
+
+TEST(Chain, hasItsCamerasModelAtItsPlace) {
+    using Names = std::vector<std::string>;
+    const Names head = {"GammaRelinearisation",
+                        "BadPixelMasking",
+                        "BadExposureMasking",
+                        "DarkCurrent",
+                        "Vignetting",
+                        "ColorMatrix"};
+    const auto expected = [&head](const Names& middle, bool isShifted = false) {
+        Names names = isShifted ? Names{"IntensityShift"} : Names{};
+        names.insert(names.end(), head.begin(), head.end());
+        names.insert(names.end(), middle.begin(), middle.end());
+        names.insert(names.end(), {"CalibrationTarget", "ConvertNanToNodata"});
+        return names;
+    };
+    ExifInfo exif = test::plainExif(5, 3);
+    EXPECT_EQ(chainOf(exif), expected({"BasicOpticalCamera"}));
+    exif.isAirinovMultispec4C = true;
+    EXPECT_EQ(chainOf(exif), expected({"AirinovMultispec4COpticalCameraV2_32"}));
+    exif.make = QStringLiteral("MicaSense"); // without a valid model it falls through
+    EXPECT_EQ(chainOf(exif), expected({"AirinovMultispec4COpticalCameraV2_32"}));
+    exif.micaSense3kModel = {0.0, 0.0};
+    EXPECT_EQ(chainOf(exif), expected({"MicaSenseRedEdgeOpticalCamera"}));
+}
+
+TEST(Chain, shiftsEightBitSequoiaImagesThatHaveNoToneCurve) {
+    ExifInfo exif = test::plainExif(5, 3);
+    exif.make = QStringLiteral("Parrot");
+    exif.model = QStringLiteral("Sequoia");
+    EXPECT_NE(chainOf(exif).front(), "IntensityShift");
+    exif.pixelType = DataType::UInt8;
+    EXPECT_EQ(chainOf(exif).front(), "IntensityShift");
+    exif.gamma.resize(1);
+    EXPECT_NE(chainOf(exif).front(), "IntensityShift");
+}
+
+/// Notes what it is offered; acts only if it is told to.
+class Recorder final : public corrector::ICorrector {
+public:
+    explicit Recorder(bool isApplicable) : m_isApplicable(isApplicable) {}
+    using ICorrector::useData;
+    void useData(const datasource::Sensor& /*source*/) override { ++fed; }
+    int fed = 0;
+
+protected:
+    [[nodiscard]] bool isApplicable() const override { return m_isApplicable; }
+    void apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const override {
+        bands.at(0)(0, 0) += static_cast<float>(blockOffset[0] * 10 + blockOffset[1]);
+    }
+
+private:
+    bool m_isApplicable;
+};
+
+TEST(Chain, feedsEveryCorrectorAndRunsTheApplicableOnes) {
+    corrector::Chain chain;
+    for (const bool isApplicable : {false, true}) {
+        chain.push_back(std::make_unique<Recorder>(isApplicable));
+    }
+    BandImage bands = {BandMatrix::Zero(1, 1)};
+    const ImageSetup setup(test::plainExif(1, 1));
+    corrector::apply(chain, setup.sources(CorrectionType::CameraOnly), bands, {3, 4});
+    EXPECT_EQ(bands[0](0, 0), 34.0F);
+    for (const auto& corrector : chain) {
+        EXPECT_EQ(dynamic_cast<Recorder&>(*corrector).fed, 1);
+    }
+}
+
+template <typename... Sources>
+void expectSources(const std::vector<datasource::DataSourcePointer>& found) {
+    const std::vector<const std::type_info*> expected = {&typeid(datasource::CoordinateSystems),
+                                                         &typeid(datasource::ImageMetadata),
+                                                         &typeid(datasource::LightConditions),
+                                                         &typeid(datasource::Sensor),
+                                                         &typeid(datasource::Photogrammetry),
+                                                         &typeid(datasource::UserSettings),
+                                                         &typeid(Sources)...};
+    ASSERT_EQ(found.size(), expected.size());
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        const datasource::IDataSource& source = *found[i];
+        EXPECT_TRUE(typeid(source) == *expected[i]) << i << ": " << typeid(source).name();
+    }
+}
+
+TEST(DataSources, areThoseThatApplyInTheirOrder) {
+    ImageSetup setup(test::plainExif(5, 3));
+    constexpr auto kType = CorrectionType::CameraOnly;
+    expectSources<>(setup.sources(kType));
+    expectSources<datasource::CalibrationTarget>(setup.sources(kType, {2.0}));
+    setup.camera.vignetting.type = VignettingType::RadialPolynomial; // no coefficients yet
+    expectSources<>(setup.sources(kType));
+    setup.camera.vignetting.coefficients = Eigen::Vector2d(1.0, 0.1);
+    expectSources<datasource::VignettingModel>(setup.sources(kType));
+    setup.image.exif.darkLevels = {Eigen::MatrixXd::Constant(1, 1, 5)};
+    expectSources<datasource::DarkCurrentModel,
+                  datasource::VignettingModel,
+                  datasource::CalibrationTarget>(setup.sources(kType, {2.0}));
+}
+
+TEST(DataSources, aCachedMapIsUsedAsItIs) {
+    const datasource::Cache empty;
+    EXPECT_EQ(datasource::lookup(empty, 1, datasource::Type::VignettingModel), nullptr);
+    EXPECT_TRUE(empty.empty());
+
+    ExifInfo exif = test::plainExif(5, 3);
+    exif.vignetting.type = VignettingType::RadialPolynomial;
+    exif.vignetting.coefficients = Eigen::VectorXd::Constant(1, 0.5); // brightness 0.5
+    const ImageSetup setup(exif);
+    datasource::Cache cache;
+    cache[{setup.image.cameraId, datasource::Type::VignettingModel}] =
+        std::make_shared<datasource::VignettingModel>(VignettingModelNone(5, 3));
+    BandImage bands = {BandMatrix::Constant(3, 5, 100)};
+    correctWith(setup, CorrectionType::NoCorrection, cache, bands);
+    EXPECT_EQ(bands[0](1, 1), 100.0F);
+    correctWith(setup, CorrectionType::NoCorrection, empty, bands);
+    EXPECT_EQ(bands[0](1, 1), 200.0F);
+}
+
+TEST(Correct, aCameraWithoutAnythingToCorrectKeepsItsValues) {
+    const ImageSetup setup(test::plainExif(2, 1));
+    BandImage bands = {test::band(1, 2, {7.0F, std::numeric_limits<float>::quiet_NaN()})};
+    correctWith(setup, CorrectionType::NoCorrection, {}, bands);
+    EXPECT_EQ(bands[0](0, 0), 7.0F);
+    EXPECT_EQ(bands[0](0, 1), kNoData);
+}
+
+TEST(Correct, redEdgeValuesAreTheMakersRadiance) {
+    constexpr int kWidth = 40;
+    constexpr int kHeight = 30;
+    const ImageSetup setup(test::redEdgeExif(kWidth, kHeight));
+    const BandMatrix raw = test::redEdgeBand(kWidth, kHeight, 5);
+    BandImage bands = {raw};
+    correctWith(setup, CorrectionType::CameraOnly, {}, bands);
+    int masked = 0;
+    for (int y = 0; y < kHeight; ++y) {
+        for (int x = 0; x < kWidth; ++x) {
+            const double expected = test::redEdgeOracle(setup.image.exif, raw(y, x), x, y);
+            masked += expected == -10000.0 ? 1 : 0;
+            // Four float roundings: dark subtraction is exact, map, its inverse, two products.
+            EXPECT_NEAR(bands[0](y, x) / expected, 1.0, 4e-7) << x << " " << y;
+        }
+    }
+    EXPECT_GT(masked, 10); // both ends of the range were there
+    EXPECT_LT(masked, kWidth * kHeight / 4);
+}
+
+} // namespace
+} // namespace tessik::radiometry
