@@ -2,6 +2,7 @@
 #include "platform/image/Raster.h"
 #include "simulate/Compare.h"
 #include "simulate/Flight.h"
+#include "simulate/Random.h"
 #include "simulate/RedEdgeCamera.h"
 #include "simulate/Scene.h"
 #include "support/Support.h"
@@ -89,10 +90,11 @@ void scale(BandMatrix& image, double factor) {
 /// A flight of all ISO speeds, and a place for what is made of it.
 class SimulatedFlight : public testing::Test {
 protected:
-    SimulatedFlight() {
+    explicit SimulatedFlight(double noise = 1.0) {
         options.captures = 4;
         options.width = 400;
         options.height = 300;
+        options.noise = noise;
         renderFlight(flight, options);
         fs::create_directory(corrected);
     }
@@ -175,6 +177,36 @@ TEST_F(SimulatedFlight, samplesAreTwelveBitsShiftedByFourAndUnusableOnesAreCount
     EXPECT_EQ(speeds, (std::set<int>{100, 200, 400, 800}));
 }
 
+TEST(Simulate, randomNumbersAreNormalAndIndependent) {
+    constexpr std::size_t kCount = 1000000;
+    std::vector<float> values(kCount);
+    Random({1, 2}).normal(values);
+    std::vector<float> others(kCount);
+    Random({2, 1}).normal(others);
+    std::array<double, 4> moments{};
+    double neighbours = 0.0;
+    double betweenSequences = 0.0;
+    double beyondTwo = 0.0;
+    for (std::size_t i = 0; i < kCount; ++i) {
+        const auto z = static_cast<double>(values[i]);
+        moments[0] += z;
+        moments[1] += z * z;
+        moments[2] += z * z * z;
+        moments[3] += z * z * z * z;
+        neighbours += z * static_cast<double>(values[i ^ 1U]);
+        betweenSequences += z * static_cast<double>(others[i]);
+        beyondTwo += z > 2.0 ? 1.0 : 0.0;
+    }
+    // Each within five standard deviations of a mean over a million.
+    EXPECT_NEAR(moments[0] / kCount, 0.0, 0.005);
+    EXPECT_NEAR(moments[1] / kCount, 1.0, 0.0071);
+    EXPECT_NEAR(moments[2] / kCount, 0.0, 0.02);
+    EXPECT_NEAR(moments[3] / kCount, 3.0, 0.05);
+    EXPECT_NEAR(neighbours / kCount, 0.0, 0.0071); // each pair is counted twice
+    EXPECT_NEAR(betweenSequences / kCount, 0.0, 0.005);
+    EXPECT_NEAR(beyondTwo / kCount, 0.02275, 0.00075);
+}
+
 TEST(Simulate, theNoisePutInIsTheNoiseStatedAndGrowsWithTheGain) {
     const RedEdgeCamera camera({200, 150, 1, 1.0});
     std::map<int, double> varianceOverSignal;
@@ -222,6 +254,20 @@ TEST_F(SimulatedFlight, theMakersFormulaGivesTheTruthBackWithinTheNoise) {
     }
     // The light jumps between captures: it must be noticed where it has not been corrected.
     EXPECT_GT(std::abs(firstBand(Target::Reflectance).worstCaptureBias), 10.0);
+}
+
+/// As a camera whose only noise is its twelve bits.
+class NoiselessFlight : public SimulatedFlight {
+protected:
+    NoiselessFlight() : SimulatedFlight(0.0) {}
+};
+
+TEST_F(NoiselessFlight, onlyQuantisationIsLeftAndStatedAsSuch) {
+    invertAll();
+    for (const BandResult& result : compare(flight, corrected, Target::Radiance)) {
+        EXPECT_NEAR(result.scale * kPi, 1.0, 5e-5) << result.band;
+        EXPECT_NEAR(result.rmsRatio(), 1.0, 0.02) << result.band;
+    }
 }
 
 TEST_F(SimulatedFlight, whatWasPutInTheMetadataIsReadBack) {
