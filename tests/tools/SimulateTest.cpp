@@ -239,6 +239,33 @@ TEST(Simulate, theNoisePutInIsTheNoiseStatedAndGrowsWithTheGain) {
     EXPECT_NEAR(varianceOverSignal.at(800) / varianceOverSignal.at(100), 8.0, 0.8);
 }
 
+/// What noise alone adds to a grey image, in DN, without its mean.
+Eigen::ArrayXd noiseOf(std::uint64_t seed, std::size_t capture, std::size_t band) {
+    Shot shot;
+    shot.capture = capture;
+    shot.band = band;
+    shot.irradiance = 1.3;
+    shot.reflectance = BandMatrix::Constant(60, 80, 0.4F);
+    const BandMatrix noise = RedEdgeCamera({80, 60, seed, 1.0}).take(shot, false).samples -
+                             RedEdgeCamera({80, 60, seed, 0.0}).take(shot, false).samples;
+    const Eigen::ArrayXd values =
+        Eigen::Map<const Eigen::ArrayXf>(noise.data(), noise.size()).cast<double>();
+    return values - values.mean();
+}
+
+TEST(Simulate, everySeedCaptureAndBandHasNoiseOfItsOwn) {
+    const std::vector<Eigen::ArrayXd> noises = {
+        noiseOf(1, 0, 0), noiseOf(2, 0, 0), noiseOf(1, 1, 0), noiseOf(1, 0, 1)};
+    for (std::size_t i = 0; i < noises.size(); ++i) {
+        for (std::size_t j = 0; j < i; ++j) {
+            const double correlation =
+                (noises[i] * noises[j]).mean() /
+                std::sqrt(noises[i].square().mean() * noises[j].square().mean());
+            EXPECT_LT(std::abs(correlation), 0.075) << i << " " << j; // 4800 pixels: 5 x 0.0144
+        }
+    }
+}
+
 TEST_F(SimulatedFlight, theMakersFormulaGivesTheTruthBackWithinTheNoise) {
     invertAll();
     for (const BandResult& result : compare(flight, corrected, Target::Radiance)) {
