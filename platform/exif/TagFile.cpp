@@ -143,13 +143,26 @@ void registerOwnNamespaces() {
     });
 }
 
+/// Exiv2 itself stores a text that is not of the tag's type as a value without components.
+void setExifTag(Exiv2::Image& image, const NewTag& tag) {
+    const Exiv2::TypeId type = Exiv2::ExifKey(tag.key).defaultTypeId();
+    const bool isFraction = type == Exiv2::unsignedRational || type == Exiv2::signedRational;
+    std::string joined;
+    for (const std::string& value : tag.values) {
+        const bool isWhole = value.find('/') == std::string::npos;
+        joined += (joined.empty() ? "" : " ") + value + (isFraction && isWhole ? "/1" : "");
+    }
+    const Exiv2::Value::AutoPtr value = Exiv2::Value::create(type);
+    if (value->read(joined) != 0 || value->count() == 0) {
+        throw Error("the metadata cannot be written: " + tag.key + " cannot hold \"" + joined +
+                    "\"");
+    }
+    image.exifData()[tag.key].setValue(value.get());
+}
+
 void setTag(Exiv2::Image& image, const NewTag& tag) {
     if (tag.key.rfind("Exif.", 0) == 0) {
-        std::string joined;
-        for (const std::string& value : tag.values) {
-            joined += (joined.empty() ? "" : " ") + value;
-        }
-        image.exifData()[tag.key] = joined;
+        setExifTag(image, tag);
         return;
     }
     Exiv2::XmpData& xmp = image.xmpData();

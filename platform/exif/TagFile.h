@@ -31,7 +31,8 @@ struct TagFile {
 TESSIK_PLATFORM_EXPORT TagFile readTags(const std::string& path);
 
 /// One tag to write. Key as in "Exif.Photo.ExposureTime" or "Xmp.Camera.BandName"; EXIF values as
-/// text of the tag's own type ("1395/1000000", "2 2"); several values make an XMP sequence.
+/// text of the tag's own type ("1395/1000000", "2 2"; a whole number does for a fraction); several
+/// values make an XMP sequence.
 struct NewTag {
     std::string key;
     std::vector<std::string> values;
@@ -39,7 +40,8 @@ struct NewTag {
 
 /// Writes tags into an existing TIFF or JPEG file, in name spaces of our own for the prefixes
 /// Camera, MicaSense, DLS and Tessik. Other tags of the file stay. Thread safe.
-/// @throws Error when a key is unknown or the file cannot be written.
+/// @throws Error when a key is unknown, a value is not of its tag's type, or the file cannot be
+///         written.
 TESSIK_PLATFORM_EXPORT void writeTags(const std::string& path, const std::vector<NewTag>& tags);
 
 /// Gives a corrected image the metadata of its source: what says where, when, with which camera and

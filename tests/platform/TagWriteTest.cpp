@@ -1,0 +1,31 @@
+#include "platform/exif/TagFile.h"
+#include "platform/image/Raster.h"
+#include "support/Support.h"
+
+#include <gtest/gtest.h>
+
+namespace tessik::exif {
+namespace {
+
+TEST(WriteTags, aWholeNumberDoesForAFractionAndAValueOfAnotherTypeIsRefused) {
+    const test::TemporaryFolder folder;
+    const std::string file = folder.file("image.tif");
+    image::writeUInt16Raster(file, {test::ramp(4, 5)});
+    writeTags(file,
+              {{"Exif.Image.BlackLevelRepeatDim", {"1", "2"}},
+               {"Exif.Image.BlackLevel", {"4800", "48161/10"}},
+               {"Exif.Photo.ISOSpeed", {"400"}}});
+    const Tags tags = readTags(file).tags;
+    EXPECT_EQ(tags.exifNumbers("Exif.Image.BlackLevel"), (std::vector<double>{4800.0, 4816.1}));
+    EXPECT_EQ(tags.exifNumber("Exif.Photo.ISOSpeed"), 400.0);
+
+    const auto write = [&file] {
+        writeTags(file, {{"Exif.Photo.ISOSpeed", {"800"}}, {"Exif.Photo.FNumber", {"2.8"}}});
+    };
+    EXPECT_EQ(test::messageOf<Error>(write),
+              "the metadata cannot be written: Exif.Photo.FNumber cannot hold \"2.8/1\"");
+    EXPECT_EQ(readTags(file).tags.exifNumber("Exif.Photo.ISOSpeed"), 400.0);
+}
+
+} // namespace
+} // namespace tessik::exif

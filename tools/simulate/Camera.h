@@ -1,0 +1,60 @@
+#pragma once
+
+#include "platform/camera/BandInfo.h"
+#include "platform/exif/TagFile.h"
+#include "platform/image/BandMatrix.h"
+#include "simulate/Course.h"
+#include "simulate/Light.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace tessik::simulate {
+
+/// One of the bands that a camera sees.
+struct Band {
+    std::string name;
+    BandInfo info;
+};
+
+/// What is in front of a camera at one capture, in one of its bands.
+struct Shot {
+    std::size_t capture = 0;
+    std::size_t band = 0;
+    BandMatrix reflectance;
+    double irradiance = 0.0; ///< on the ground, W/m2/nm
+    LightReading reading;
+    Station station;
+};
+
+/// What the camera stores of a shot, and how well it could.
+struct Frame {
+    BandMatrix samples; ///< whole numbers
+    std::vector<exif::NewTag> tags;
+    /// Standard deviation of the noise in a sample as a fraction of the signal without dark level;
+    /// infinite where the sample says nothing (defective or saturated). Empty unless asked for.
+    BandMatrix relativeDeviation;
+    double exposureSeconds = 0.0;
+    int iso = 0;
+    std::size_t badPixels = 0;
+    std::size_t saturatedPixels = 0; ///< defective ones not counted
+};
+
+/// A forward model: from what is in front of a camera to what it stores.
+class Camera {
+public:
+    Camera() = default;
+    Camera(const Camera&) = delete;
+    Camera& operator=(const Camera&) = delete;
+    virtual ~Camera() = default;
+
+    [[nodiscard]] virtual std::string name() const = 0;
+    [[nodiscard]] virtual const std::vector<Band>& bands() const = 0;
+    /// Name of the file of one band of one capture.
+    [[nodiscard]] virtual std::string fileName(std::size_t capture, std::size_t band) const = 0;
+    /// Thread safe; the same shot gives the same frame.
+    [[nodiscard]] virtual Frame take(const Shot& shot, bool withDeviation) const = 0;
+};
+
+} // namespace tessik::simulate

@@ -1,0 +1,264 @@
+#include "simulate/Compare.h"
+
+#include "platform/image/Raster.h"
+#include "simulate/Flight.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <fstream>
+#include <map>
+#include <ostream>
+#include <unordered_map>
+
+namespace tessik::simulate {
+namespace {
+
+using nlohmann::ordered_json;
+using std::filesystem::path;
+
+constexpr float kNoData = -10000.0F;
+/// A reflectance level counts when noise alone moves its mean by no more than this share, and when
+/// it has this share of the pixels: the many values of a ramp, each on few pixels, do not.
+constexpr double kLevelUncertainty = 1e-3;
+constexpr double kLevelShare = 5e-3;
+
+/// Of x = corrected / truth over some pixels; the errors are x / scale - 1.
+struct Sums {
+    double count = 0.0;
+    double x = 0.0;
+    double variance = 0.0; ///< predicted, relative
+
+    void add(double value, double relativeVariance) {
+        count += 1.0;
+        x += value;
+        variance += relativeVariance;
+    }
+    [[nodiscard]] double biasPercent(double scale) const {
+        return 100.0 * (x / count / scale - 1.0);
+    }
+    [[nodiscard]] double uncertainty() const { return std::sqrt(variance) / count; }
+};
+
+struct BandSums {
+    Sums all;
+    double xSquared = 0.0;
+    double weight = 0.0;
+    double weightedX = 0.0;
+    std::map<std::size_t, Sums> captures;
+    std::unordered_map<float, Sums> levels;
+    std::size_t expectedMasked = 0;
+    std::size_t masked = 0;
+    std::size_t unexpectedMasked = 0;
+};
+
+struct FileEntry {
+    std::string name;
+    std::string band;
+    std::size_t capture = 0;
+    double irradiance = 0.0;
+    std::size_t unusable = 0;
+};
+
+std::vector<FileEntry> readManifest(const path& file) {
+    if (!std::filesystem::exists(file)) {
+        throw MissingFile(file);
+    }
+    try {
+        std::ifstream stream(file);
+        const ordered_json manifest = ordered_json::parse(stream);
+        if (manifest.at("schema_version") != 1) {
+            throw std::runtime_error("of an unknown version");
+        }
+        std::vector<FileEntry> entries;
+        for (const ordered_json& record : manifest.at("files")) {
+            entries.push_back({record.at("file"),
+                               record.at("band"),
+                               record.at("capture"),
+                               record.at("irradiance"),
+                               record.at("bad_pixels").get<std::size_t>() +
+                                   record.at("saturated_pixels").get<std::size_t>()});
+        }
+        return entries;
+    } catch (const std::exception& failure) {
+        throw Failure(file, failure.what());
+    }
+}
+
+BandImage readBands(const path& file, std::size_t bandCount) {
+    if (!std::filesystem::exists(file)) {
+        throw MissingFile(file);
+    }
+    try {
+        BandImage bands = image::Raster::open(file.u8string()).read();
+        if (bands.size() != bandCount) {
+            throw std::runtime_error("has " + std::to_string(bands.size()) + " bands instead of " +
+                                     std::to_string(bandCount));
+        }
+        return bands;
+    } catch (const std::exception& failure) {
+        throw Failure(file, failure.what());
+    }
+}
+
+void add(const FileEntry& entry,
+         const BandImage& truth,
+         const BandMatrix& corrected,
+         Target target,
+         BandSums& sums) {
+    Sums& capture = sums.captures[entry.capture];
+    const double light = target == Target::Radiance ? entry.irradiance : 1.0;
+    const float* reflectance = truth[0].data();
+    const float* deviation = truth[1].data();
+    const float* value = corrected.data();
+    for (Eigen::Index i = 0; i < corrected.size(); ++i) {
+        const bool isUsable = std::isfinite(deviation[i]);
+        if (value[i] == kNoData || std::isnan(value[i])) {
+            ++sums.masked;
+            sums.unexpectedMasked += isUsable ? 1 : 0;
+            continue;
+        }
+        if (!isUsable) {
+            continue;
+        }
+        const double x =
+            static_cast<double>(value[i]) / (static_cast<double>(reflectance[i]) * light);
+        const double variance =
+            static_cast<double>(deviation[i]) * static_cast<double>(deviation[i]);
+        sums.all.add(x, variance);
+        sums.xSquared += x * x;
+        sums.weight += 1.0 / variance;
+        sums.weightedX += x / variance;
+        capture.add(x, variance);
+        sums.levels[reflectance[i]].add(x, variance);
+    }
+    sums.expectedMasked += entry.unusable;
+}
+
+/// Least squares of corrected = scale * truth with weights 1 / sigma^2, sigma proportional to
+/// truth * relative deviation: the weighted mean of the ratios.
+BandResult resultOf(const std::string& band, const BandSums& sums) {
+    BandResult result;
+    result.band = band;
+    result.pixels = static_cast<std::size_t>(sums.all.count);
+    result.expectedMasked = sums.expectedMasked;
+    result.masked = sums.masked;
+    result.unexpectedMasked = sums.unexpectedMasked;
+    result.scale = sums.weightedX / sums.weight;
+    result.bias = sums.all.biasPercent(result.scale);
+    for (const auto& [number, capture] : sums.captures) {
+        const double bias = capture.biasPercent(result.scale);
+        if (capture.count > 0.0 && std::abs(bias) >= std::abs(result.worstCaptureBias)) {
+            result.worstCaptureBias = bias;
+            result.worstCapture = number;
+        }
+    }
+    for (const auto& [level, pixels] : sums.levels) {
+        const double bias = pixels.biasPercent(result.scale);
+        if (pixels.count >= kLevelShare * sums.all.count &&
+            pixels.uncertainty() <= kLevelUncertainty &&
+            std::abs(bias) >= std::abs(result.worstLevelBias.value_or(0.0))) {
+            result.worstLevelBias = bias;
+            result.worstLevel = static_cast<double>(level);
+        }
+    }
+    const double square = sums.xSquared / (result.scale * result.scale) / sums.all.count -
+                          2.0 * sums.all.x / result.scale / sums.all.count + 1.0;
+    result.rms = 100.0 * std::sqrt(std::max(0.0, square));
+    result.predictedRms = 100.0 * std::sqrt(sums.all.variance / sums.all.count);
+    return result;
+}
+
+const char* toString(Target target) {
+    return target == Target::Radiance ? "radiance" : "reflectance";
+}
+
+} // namespace
+
+std::vector<BandResult> compare(const path& flight, const path& corrected, Target target) {
+    const path truthFolder = flight / kTruthFolder;
+    const std::vector<FileEntry> entries = readManifest(truthFolder / kManifestFile);
+    std::vector<std::string> order;
+    std::map<std::string, BandSums> bands;
+    for (const FileEntry& entry : entries) {
+        if (bands.find(entry.band) == bands.end()) {
+            order.push_back(entry.band);
+        }
+        const BandImage truth = readBands(truthFolder / entry.name, 2);
+        const BandImage image = readBands(corrected / entry.name, 1);
+        if (image[0].rows() != truth[0].rows() || image[0].cols() != truth[0].cols()) {
+            throw Failure(corrected / entry.name, "is not of the flight's image size");
+        }
+        add(entry, truth, image[0], target, bands[entry.band]);
+    }
+    std::vector<BandResult> results;
+    for (const std::string& band : order) {
+        if (bands[band].all.count == 0.0) {
+            throw Failure(corrected, "band " + band + " has no pixel to compare");
+        }
+        results.push_back(resultOf(band, bands[band]));
+    }
+    return results;
+}
+
+void printTable(std::ostream& stream, const std::vector<BandResult>& results, Target target) {
+    stream << "Against " << toString(target) << ", after one scale a band; errors in %\n";
+    stream
+        << "band            scale     bias  capture (no.)  level (refl.)      rms predicted  ratio"
+           "    masked  expected unexpected\n";
+    for (const BandResult& r : results) {
+        std::array<char, 32> level{};
+        if (r.worstLevelBias) {
+            std::snprintf(
+                level.data(), level.size(), "%+8.4f %.3f", *r.worstLevelBias, r.worstLevel);
+        } else {
+            std::snprintf(level.data(), level.size(), "-");
+        }
+        std::array<char, 200> line{};
+        std::snprintf(line.data(),
+                      line.size(),
+                      "%-9s %11.6g %+8.4f %+8.4f %5zu %14s %8.3f %9.3f %6.3f %9zu %9zu %10zu\n",
+                      r.band.c_str(),
+                      r.scale,
+                      r.bias,
+                      r.worstCaptureBias,
+                      r.worstCapture,
+                      level.data(),
+                      r.rms,
+                      r.predictedRms,
+                      r.rmsRatio(),
+                      r.masked,
+                      r.expectedMasked,
+                      r.unexpectedMasked);
+        stream << line.data();
+    }
+}
+
+void printJson(std::ostream& stream, const std::vector<BandResult>& results, Target target) {
+    ordered_json bands = ordered_json::array();
+    for (const BandResult& r : results) {
+        bands.push_back({{"band", r.band},
+                         {"scale", r.scale},
+                         {"bias_percent", r.bias},
+                         {"worst_capture_bias_percent", r.worstCaptureBias},
+                         {"worst_capture", r.worstCapture},
+                         {"worst_level_bias_percent",
+                          r.worstLevelBias ? ordered_json(*r.worstLevelBias) : ordered_json()},
+                         {"worst_level_reflectance",
+                          r.worstLevelBias ? ordered_json(r.worstLevel) : ordered_json()},
+                         {"rms_percent", r.rms},
+                         {"predicted_rms_percent", r.predictedRms},
+                         {"rms_ratio", r.rmsRatio()},
+                         {"pixels", r.pixels},
+                         {"masked", r.masked},
+                         {"expected_masked", r.expectedMasked},
+                         {"unexpected_masked", r.unexpectedMasked}});
+    }
+    const ordered_json document = {
+        {"schema_version", 1}, {"against", toString(target)}, {"bands", bands}};
+    stream << document.dump(1) << '\n';
+}
+
+} // namespace tessik::simulate

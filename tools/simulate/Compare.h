@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <iosfwd>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace tessik::simulate {
+
+/// A file that the comparison needs is not there. what() is "path: reason".
+class MissingFile : public std::runtime_error {
+public:
+    explicit MissingFile(const std::filesystem::path& path)
+        : std::runtime_error(path.u8string() + ": no such file") {}
+};
+
+/// What corrected values should be proportional to.
+enum class Target {
+    Radiance,    ///< reflectance x irradiance: as far as correcting the camera alone can get
+    Reflectance, ///< the ground's own property: the light corrected too
+};
+
+/// How the corrected images of one band agree with the truth after one scale over all captures, in
+/// percent of the true value.
+struct BandResult {
+    std::string band;
+    double scale = 0.0; ///< corrected value a unit of truth
+    double bias = 0.0;  ///< mean error
+    double worstCaptureBias = 0.0;
+    std::size_t worstCapture = 0;
+    /// Of the reflectances that have enough pixels for their mean error to tell; absent = none has.
+    std::optional<double> worstLevelBias;
+    double worstLevel = 0.0; ///< reflectance
+    double rms = 0.0;
+    double predictedRms = 0.0;        ///< from the noise put in, over the same pixels
+    std::size_t pixels = 0;           ///< compared
+    std::size_t expectedMasked = 0;   ///< defective or saturated
+    std::size_t masked = 0;           ///< no data in the corrected images
+    std::size_t unexpectedMasked = 0; ///< masked, but neither defective nor saturated
+    [[nodiscard]] double rmsRatio() const { return rms / predictedRms; }
+};
+
+/// Compares corrected images (float TIFF, no-data value -10000 or NaN) with the truth of a flight.
+/// @throws MissingFile, Failure
+std::vector<BandResult>
+compare(const std::filesystem::path& flight, const std::filesystem::path& corrected, Target target);
+
+/// A table for people.
+void printTable(std::ostream& stream, const std::vector<BandResult>& results, Target target);
+/// One JSON document.
+void printJson(std::ostream& stream, const std::vector<BandResult>& results, Target target);
+
+} // namespace tessik::simulate

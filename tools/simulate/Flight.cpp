@@ -1,0 +1,158 @@
+#include "simulate/Flight.h"
+
+#include "platform/image/PendingFile.h"
+#include "platform/image/Raster.h"
+#include "simulate/RedEdgeCamera.h"
+#include "simulate/Scene.h"
+
+#include <nlohmann/json.hpp>
+
+#include <exception>
+#include <fstream>
+#include <functional>
+
+namespace tessik::simulate {
+namespace {
+
+using nlohmann::ordered_json;
+using std::filesystem::path;
+
+constexpr int kManifestVersion = 1;
+
+/// Writes under a temporary name and renames; adds the path to what goes wrong.
+void writeWhole(const path& file, const std::function<void(const std::string&)>& write) {
+    try {
+        image::PendingFile pending(file.u8string());
+        write(pending.temporaryPath());
+        pending.commit();
+    } catch (const std::exception& failure) {
+        throw Failure(file, failure.what());
+    }
+}
+
+void prepareFolder(const path& folder, bool hasTruth) {
+    std::error_code failure;
+    std::filesystem::create_directories(hasTruth ? folder / kTruthFolder : folder, failure);
+    if (failure) {
+        throw Failure(folder, "cannot be created: " + failure.message());
+    }
+}
+
+/// Files of an earlier flight among those of this one would go unnoticed.
+void checkVacant(const path& folder) {
+    std::error_code failure;
+    if (!std::filesystem::exists(folder, failure)) {
+        return;
+    }
+    const bool isEmpty = std::filesystem::is_empty(folder, failure);
+    if (failure || !std::filesystem::is_directory(folder)) {
+        throw Failure(folder, "is no folder that can be read");
+    }
+    if (!isEmpty) {
+        throw Failure(folder, "the folder is not empty");
+    }
+}
+
+ordered_json record(const Camera& camera, const Shot& shot, const Frame& frame) {
+    const Band& band = camera.bands()[shot.band];
+    return {{"file", camera.fileName(shot.capture, shot.band)},
+            {"capture", shot.capture},
+            {"band", band.name},
+            {"wavelength_nm", band.info.wavelengthNm},
+            {"irradiance", shot.irradiance},
+            {"exposure_s", frame.exposureSeconds},
+            {"iso", frame.iso},
+            {"bad_pixels", frame.badPixels},
+            {"saturated_pixels", frame.saturatedPixels}};
+}
+
+/// Makes the files of one band of one capture. @return its part of the manifest
+ordered_json renderFile(const path& folder, const Camera& camera, const Shot& shot, bool hasTruth) {
+    const Frame frame = camera.take(shot, hasTruth);
+    const std::string name = camera.fileName(shot.capture, shot.band);
+    writeWhole(folder / name, [&frame](const std::string& file) {
+        image::writeUInt16Raster(file, {frame.samples});
+        exif::writeTags(file, frame.tags);
+    });
+    if (hasTruth) {
+        writeWhole(folder / kTruthFolder / name, [&](const std::string& file) {
+            image::WriteOptions options;
+            options.bandNames = {"reflectance", "relative standard deviation"};
+            image::writeFloatRaster(file, {shot.reflectance, frame.relativeDeviation}, options);
+        });
+    }
+    return record(camera, shot, frame);
+}
+
+void writeManifest(const path& folder,
+                   const Camera& camera,
+                   const FlightOptions& options,
+                   const std::vector<ordered_json>& records) {
+    const ordered_json manifest = {{"schema_version", kManifestVersion},
+                                   {"camera", camera.name()},
+                                   {"seed", options.seed},
+                                   {"noise", options.noise},
+                                   {"width", options.width},
+                                   {"height", options.height},
+                                   {"captures", options.captures},
+                                   {"files", records}};
+    writeWhole(folder / kTruthFolder / kManifestFile, [&manifest](const std::string& file) {
+        std::ofstream stream(file);
+        stream << manifest.dump(1) << '\n';
+        stream.close();
+        if (!stream) {
+            throw std::runtime_error("cannot be written");
+        }
+    });
+}
+
+} // namespace
+
+void renderFlight(const path& folder, const FlightOptions& options) {
+    checkVacant(folder);
+    prepareFolder(folder, options.hasTruth);
+    const Scene scene(options.seed);
+    const Light light(options.seed, options.captures);
+    const RedEdgeCamera camera({options.width, options.height, options.seed, options.noise});
+    const std::size_t bandCount = camera.bands().size();
+
+    std::vector<ordered_json> records(options.captures * bandCount);
+    std::exception_ptr failure;
+    const auto renderOne = [&](std::size_t index) {
+        Shot shot;
+        shot.capture = index / bandCount;
+        shot.band = index % bandCount;
+        shot.station = stationOf(options.seed, shot.capture);
+        const double wavelength = camera.bands()[shot.band].info.wavelengthNm;
+        shot.irradiance = light.irradiance(shot.capture, wavelength);
+        shot.reading = light.reading(shot.capture, wavelength);
+        const View view{shot.station.eastM,
+                        shot.station.northM,
+                        kFootprintWidthM / static_cast<double>(options.width),
+                        options.width,
+                        options.height};
+        shot.reflectance = scene.reflectance(wavelength, view);
+        records[index] = renderFile(folder, camera, shot, options.hasTruth);
+    };
+    // Every file has random numbers of its own, so their order does not matter.
+    const std::size_t fileCount = records.size();
+#pragma omp parallel for schedule(dynamic) default(none) shared(fileCount, renderOne, failure)
+    for (std::size_t index = 0; index < fileCount; ++index) {
+        try {
+            renderOne(index);
+        } catch (...) {
+#pragma omp critical(simulateFailure)
+            if (!failure) {
+                failure = std::current_exception();
+            }
+        }
+    }
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
+    if (options.hasTruth) {
+        writeManifest(folder, camera, options, records);
+    }
+}
+
+} // namespace tessik::simulate

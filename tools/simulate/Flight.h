@@ -1,0 +1,39 @@
+#pragma once
+
+#include "simulate/Camera.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <stdexcept>
+
+namespace tessik::simulate {
+
+/// A failure to be shown as it stands: "path: reason".
+class Failure : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+    Failure(const std::filesystem::path& path, const std::string& reason)
+        : std::runtime_error(path.u8string() + ": " + reason) {}
+};
+
+/// Where, below the folder of a flight, the truth is.
+inline constexpr auto kTruthFolder = "truth";
+inline constexpr auto kManifestFile = "flight.json";
+
+struct FlightOptions {
+    std::size_t captures = 6;
+    std::uint64_t seed = 1;
+    Eigen::Index width = 640;  ///< px
+    Eigen::Index height = 480; ///< px
+    bool hasTruth = true;
+    double noise = 1.0; ///< times the camera's own
+};
+
+/// Renders a flight into a folder, which is made, or is there and empty: the camera's files, and
+/// beside them what they were made from. The same options give the same bytes.
+///   truth/<file>       two float bands: reflectance, and the relative deviation of the noise put
+///   in truth/flight.json  irradiance, exposure and counts of unusable pixels of each file
+/// @throws Failure
+void renderFlight(const std::filesystem::path& folder, const FlightOptions& options);
+
+} // namespace tessik::simulate

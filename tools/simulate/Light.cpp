@@ -1,0 +1,53 @@
+#include "simulate/Light.h"
+
+#include "simulate/Random.h"
+#include "simulate/Spectrum.h"
+
+#include <algorithm>
+
+namespace tessik::simulate {
+namespace {
+
+/// Global irradiance of a high sun and a clear sky at sea level, rounded; W/m2/nm.
+constexpr Spectrum kClearSky = {1.56, 1.47, 1.36, 1.24, 1.03};
+
+/// Clouds let less infrared through than blue light: per nm from 650 nm, under the thickest.
+constexpr double kCloudTilt = -3e-4;
+constexpr double kReferenceNm = 650.0;
+
+constexpr std::uint64_t kPurpose = 0x11647;
+
+} // namespace
+
+Light::Light(std::uint64_t seed, std::size_t captureCount) : m_moments(captureCount) {
+    Random random({seed, kPurpose});
+    double drift = 1.0;
+    bool isCloudy = false;
+    double cover = 1.0;
+    std::uint32_t left = 1 + random.below(3);
+    for (Moment& moment : m_moments) {
+        drift = std::clamp(drift + random.uniform(-0.01, 0.01), 0.92, 1.05);
+        if (left == 0) {
+            isCloudy = !isCloudy;
+            cover = random.uniform(0.30, 0.70);
+            left = 2 + random.below(4);
+        }
+        --left;
+        moment.clearSky = drift;
+        // No two places under a cloud are alike.
+        moment.cloud = isCloudy ? cover * random.uniform(0.92, 1.08) : 1.0;
+    }
+}
+
+double Light::irradiance(std::size_t capture, double wavelengthNm) const {
+    const Moment& moment = m_moments.at(capture);
+    const double tilt = 1.0 + kCloudTilt * (1.0 - moment.cloud) * (wavelengthNm - kReferenceNm);
+    return valueAt(kClearSky, wavelengthNm) * moment.clearSky * moment.cloud * tilt;
+}
+
+LightReading Light::reading(std::size_t capture, double wavelengthNm) const {
+    constexpr double kMountedAtYaw = 3.5;
+    return {irradiance(capture, wavelengthNm), kMountedAtYaw, 0.0, 0.0};
+}
+
+} // namespace tessik::simulate

@@ -1,0 +1,233 @@
+// Source of the sample's formula: the maker's radiometric calibration model, solved for the sample.
+#include "simulate/RedEdgeCamera.h"
+
+#include "simulate/Random.h"
+#include "simulate/RedEdgeTags.h"
+#include "simulate/Scene.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+
+namespace tessik::simulate {
+namespace {
+
+constexpr double kPi = 3.14159265358979323846;
+constexpr double kFullScale = 65536.0;
+constexpr double kStep = 16.0; ///< DN at 16 bits between two stored values
+constexpr float kLargestSample = 65520.0F;
+
+/// Brightest material, stored, as a share of full scale. With the rolling shutter's part it stays
+/// some ten standard deviations below saturation, and the darkest as far above the dark level.
+constexpr double kLowestPeak = 0.60;
+constexpr double kHighestPeak = 0.82;
+
+/// At ISO 100; a large pixel, so that the darkest material at ISO 800 keeps clear of the dark
+/// level.
+constexpr double kElectronsPerStep = 16.0;
+constexpr double kReadNoiseElectrons = 3.0; ///< before the amplifier
+constexpr double kReadNoiseSteps = 0.4;     ///< after it
+
+/// Seconds and share that the exposure differs by from the first row to the last: some tenths of a
+/// percent of a long exposure, some percents of a short one, whatever the image's height.
+constexpr std::array<double, 5> kShutterSeconds = {2.4e-6, 2.0e-6, 2.8e-6, 2.2e-6, 2.6e-6};
+constexpr std::array<double, 5> kShutterShare = {4.0e-3, 3.2e-3, 4.6e-3, 3.8e-3, 3.0e-3};
+
+constexpr std::array<double, 5> kA1 = {1.4648541280593884e-4,
+                                       1.5131962210884321e-4,
+                                       2.4117350862153912e-4,
+                                       1.7430918412360557e-4,
+                                       1.9856120973451128e-4};
+
+/// Fall-off over r as a share of the half diagonal, 30 % at 1; each band has its own part of it.
+constexpr std::array<double, 6> kFallOff = {-0.02, -0.05, -0.90, 2.00, -2.00, 0.67};
+constexpr std::array<double, 5> kFallOffOfBand = {0.80, 0.95, 1.10, 1.20, 1.00};
+/// Of the vignetting's centre from the image's, as a share of the width and height.
+constexpr std::array<std::pair<double, double>, 5> kCenterShift = {
+    {{0.021, -0.012}, {-0.016, 0.018}, {0.008, 0.022}, {-0.023, -0.009}, {0.014, 0.015}}};
+
+constexpr std::array<int, 4> kDark = {4800, 4816, 4784, 4832};
+constexpr std::size_t kBadPixelCount = 8;
+/// Dead, hot, stuck.
+constexpr std::array<float, 4> kBadValues = {0.0F, kLargestSample, 20000.0F, 4800.0F};
+
+constexpr std::uint64_t kDefectPurpose = 0xbad;
+constexpr std::uint64_t kExposurePurpose = 0x7e;
+constexpr std::uint64_t kNoisePurpose = 0x4015e;
+
+RedEdgeCalibration calibrationOf(std::size_t band, const RedEdgeCamera::Options& options) {
+    const auto width = static_cast<double>(options.width);
+    const auto height = static_cast<double>(options.height);
+    RedEdgeCalibration calibration;
+    calibration.a1 = kA1[band];
+    calibration.a2 = kShutterSeconds[band] / height;
+    calibration.a3 = kShutterShare[band] / height;
+    calibration.centerX = (0.5 + kCenterShift[band].first) * width;
+    calibration.centerY = (0.5 + kCenterShift[band].second) * height;
+    const double halfDiagonal = 0.5 * std::sqrt(width * width + height * height);
+    double power = halfDiagonal;
+    for (std::size_t i = 0; i < kFallOff.size(); ++i) {
+        calibration.polynomial[i] = kFallOffOfBand[band] * kFallOff[i] / power;
+        power *= halfDiagonal;
+    }
+    for (std::size_t i = 0; i < kDark.size(); ++i) {
+        calibration.dark[i] = kDark[(i + band) % kDark.size()];
+    }
+    Random random({options.seed, kDefectPurpose, band});
+    while (calibration.badPixels.size() < kBadPixelCount) {
+        const std::pair<int, int> pixel(
+            static_cast<int>(random.below(static_cast<std::uint32_t>(options.width))),
+            static_cast<int>(random.below(static_cast<std::uint32_t>(options.height))));
+        auto& list = calibration.badPixels;
+        if (std::find(list.begin(), list.end(), pixel) == list.end()) {
+            list.push_back(pixel);
+        }
+    }
+    return calibration;
+}
+
+BandMatrix brightnessMap(const RedEdgeCalibration& calibration,
+                         const RedEdgeCamera::Options& options) {
+    BandMatrix map(options.height, options.width);
+    for (Eigen::Index y = 0; y < map.rows(); ++y) {
+        const double dy = static_cast<double>(y) - calibration.centerY;
+        for (Eigen::Index x = 0; x < map.cols(); ++x) {
+            const double dx = static_cast<double>(x) - calibration.centerX;
+            const double r = std::sqrt(dx * dx + dy * dy);
+            double sum = 0.0;
+            for (auto c = calibration.polynomial.rbegin(); c != calibration.polynomial.rend();
+                 ++c) {
+                sum = (sum + *c) * r;
+            }
+            map(y, x) = static_cast<float>(1.0 + sum);
+        }
+    }
+    return map;
+}
+
+/// Effective exposure of a row, s.
+double rowExposure(const RedEdgeCalibration& calibration, double seconds, double row) {
+    return seconds + calibration.a2 * row - calibration.a3 * seconds * row;
+}
+
+float stored(double sample) {
+    const double steps = std::floor(sample / kStep + 0.5);
+    return static_cast<float>(std::clamp(steps * kStep, 0.0, static_cast<double>(kLargestSample)));
+}
+
+} // namespace
+
+double RedEdgeCalibration::bandSensitivity() const {
+    return fNumber * fNumber / (kPi * kFullScale * a1);
+}
+
+RedEdgeCamera::RedEdgeCamera(const Options& options) : m_options(options) {
+    for (std::size_t b = 0; b < kBandCount; ++b) {
+        m_calibrations[b] = calibrationOf(b, options);
+        m_brightness[b] = brightnessMap(m_calibrations[b], options);
+    }
+}
+
+const std::vector<Band>& RedEdgeCamera::bands() const {
+    static const std::vector<Band> bands = {{"Blue", {475.0, 20.0}},
+                                            {"Green", {560.0, 20.0}},
+                                            {"Red", {668.0, 10.0}},
+                                            {"NIR", {840.0, 40.0}},
+                                            {"Red edge", {717.0, 10.0}}};
+    return bands;
+}
+
+std::string RedEdgeCamera::fileName(std::size_t capture, std::size_t band) const {
+    std::array<char, 40> name{};
+    std::snprintf(name.data(), name.size(), "IMG_%04zu_%zu.tif", capture, band + 1);
+    return name.data();
+}
+
+/// The speed goes through all that there are from capture to capture; the time puts the brightest
+/// material at a level drawn for the capture.
+RedEdgeExposure RedEdgeCamera::expose(const Shot& shot) const {
+    constexpr std::array<int, 4> kSpeeds = {100, 400, 200, 800};
+    const RedEdgeCalibration& calibration = m_calibrations[shot.band];
+    Random random({m_options.seed, kExposurePurpose, shot.capture, shot.band});
+    RedEdgeExposure exposure;
+    exposure.iso = kSpeeds[(shot.capture + shot.band + m_options.seed) % kSpeeds.size()];
+    const double darkest = *std::max_element(kDark.begin(), kDark.end());
+    const double signal = random.uniform(kLowestPeak, kHighestPeak) * kFullScale - darkest;
+    const double radiance = Scene::kBrightest * shot.irradiance / kPi;
+    const double wanted = signal * calibration.a1 / (kFullScale * radiance * exposure.gain());
+    const double middle = 0.5 * static_cast<double>(m_options.height);
+    const double seconds = (wanted - calibration.a2 * middle) / (1.0 - calibration.a3 * middle);
+    exposure.numerator = std::max<std::int64_t>(
+        1, static_cast<std::int64_t>(std::floor(seconds * RedEdgeExposure::kDenominator + 0.5)));
+    return exposure;
+}
+
+Frame RedEdgeCamera::take(const Shot& shot, bool withDeviation) const {
+    const RedEdgeCalibration& calibration = m_calibrations[shot.band];
+    const BandMatrix& brightness = m_brightness[shot.band];
+    const RedEdgeExposure exposure = expose(shot);
+    const Eigen::Index rows = brightness.rows();
+    const Eigen::Index cols = brightness.cols();
+    const double gain = exposure.gain();
+
+    // Variances in DN^2 at 16 bits. Shot: N electrons deviate by sqrt(N), and the amplifier makes
+    // one electron gain * kStep / kElectronsPerStep DN.
+    const double dnPerElectron = gain * kStep / kElectronsPerStep;
+    const double factor = m_options.noise * m_options.noise;
+    const double shotPerSignal = factor * dnPerElectron;
+    const double readAmplified = kReadNoiseElectrons * dnPerElectron;
+    const double readLate = kReadNoiseSteps * kStep;
+    const double read = factor * (readAmplified * readAmplified + readLate * readLate);
+    const double quantisation = kStep * kStep / 12.0;
+
+    Frame frame;
+    frame.samples.resize(rows, cols);
+    if (withDeviation) {
+        frame.relativeDeviation.resize(rows, cols);
+    }
+    Random random({m_options.seed, kNoisePurpose, shot.capture, shot.band});
+    std::vector<float> noise(static_cast<std::size_t>(cols));
+    constexpr float kUnusable = std::numeric_limits<float>::infinity();
+    for (Eigen::Index y = 0; y < rows; ++y) {
+        random.normal(noise);
+        const double seconds = rowExposure(calibration, exposure.seconds(), static_cast<double>(y));
+        const double perReflectance =
+            kFullScale * shot.irradiance / kPi * gain * seconds / calibration.a1;
+        const auto* dark = &calibration.dark[static_cast<std::size_t>(y % 2) * 2];
+        for (Eigen::Index x = 0; x < cols; ++x) {
+            const double signal = perReflectance * static_cast<double>(shot.reflectance(y, x)) *
+                                  static_cast<double>(brightness(y, x));
+            const double variance = shotPerSignal * signal + read;
+            const float sample = stored(
+                static_cast<double>(dark[x % 2]) + signal +
+                std::sqrt(variance) * static_cast<double>(noise[static_cast<std::size_t>(x)]));
+            frame.samples(y, x) = sample;
+            if (withDeviation) {
+                frame.relativeDeviation(y, x) =
+                    sample < kLargestSample
+                        ? static_cast<float>(std::sqrt(variance + quantisation) / signal)
+                        : kUnusable;
+            }
+        }
+    }
+    for (std::size_t i = 0; i < calibration.badPixels.size(); ++i) {
+        const auto& [column, row] = calibration.badPixels[i];
+        frame.samples(row, column) = kBadValues[i % kBadValues.size()];
+        if (withDeviation) {
+            frame.relativeDeviation(row, column) = kUnusable;
+        }
+    }
+    frame.exposureSeconds = exposure.seconds();
+    frame.iso = exposure.iso;
+    frame.badPixels = calibration.badPixels.size();
+    frame.saturatedPixels =
+        static_cast<std::size_t>((frame.samples.array() >= kLargestSample).count());
+    for (const auto& [column, row] : calibration.badPixels) {
+        frame.saturatedPixels -= frame.samples(row, column) >= kLargestSample ? 1 : 0;
+    }
+    frame.tags = redEdgeTags(calibration, exposure, bands()[shot.band], shot);
+    return frame;
+}
+
+} // namespace tessik::simulate

@@ -1,0 +1,95 @@
+// The simulate command: renders flights from known reflectance, and compares corrected images with
+// what they were rendered from.
+#include "simulate/Compare.h"
+#include "simulate/Flight.h"
+
+#include <CLI/CLI.hpp>
+
+#include <iostream>
+#include <map>
+#include <string>
+
+namespace {
+
+using namespace tessik::simulate; // NOLINT(google-build-using-namespace): the command's own
+
+struct CompareOptions {
+    std::string flight;
+    std::string corrected;
+    Target target = Target::Radiance;
+    bool isJson = false;
+};
+
+CLI::App* addFlight(CLI::App& app, std::string& folder, FlightOptions& options, bool& noTruth) {
+    CLI::App* flight = app.add_subcommand("flight", "Render a flight as a camera would store it");
+    flight->add_option("-o,--output", folder, "Folder to make")->required();
+    flight->add_option("--captures", options.captures, "Number of captures")
+        ->check(CLI::Range(1, 9999))
+        ->capture_default_str();
+    flight->add_option("--seed", options.seed, "What everything random follows from")
+        ->capture_default_str();
+    flight->add_option("--width", options.width, "Columns of an image")
+        ->check(CLI::Range(16, 16384))
+        ->capture_default_str();
+    flight->add_option("--height", options.height, "Rows of an image")
+        ->check(CLI::Range(16, 16384))
+        ->capture_default_str();
+    flight->add_flag("--no-truth", noTruth, "Leave out the truth beside the images");
+    flight->add_option("--noise", options.noise, "Noise, times the camera's own")
+        ->check(CLI::Range(0.0, 100.0))
+        ->capture_default_str();
+    return flight;
+}
+
+CLI::App* addCompare(CLI::App& app, CompareOptions& options) {
+    CLI::App* compare = app.add_subcommand("compare", "Compare corrected images with the truth");
+    compare->add_option("flight", options.flight, "Folder of the flight")->required();
+    compare
+        ->add_option("corrected",
+                     options.corrected,
+                     "Folder of the corrected images, under the names of the raw ones")
+        ->required();
+    const std::map<std::string, Target> targets = {{"radiance", Target::Radiance},
+                                                   {"reflectance", Target::Reflectance}};
+    compare->add_option("--against", options.target, "radiance (default) or reflectance")
+        ->transform(CLI::CheckedTransformer(targets));
+    compare->add_flag("--json", options.isJson, "Print one JSON document");
+    return compare;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app("Renders flights from known reflectance, and judges corrected images by it");
+    app.require_subcommand(1);
+    std::string folder;
+    FlightOptions flightOptions;
+    bool noTruth = false;
+    CompareOptions compareOptions;
+    const CLI::App* flight = addFlight(app, folder, flightOptions, noTruth);
+    addCompare(app, compareOptions);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& failure) {
+        return app.exit(failure) == 0 ? 0 : 1;
+    }
+    try {
+        if (flight->parsed()) {
+            flightOptions.hasTruth = !noTruth;
+            renderFlight(std::filesystem::u8path(folder), flightOptions);
+            return 0;
+        }
+        const std::vector<BandResult> results =
+            compare(std::filesystem::u8path(compareOptions.flight),
+                    std::filesystem::u8path(compareOptions.corrected),
+                    compareOptions.target);
+        (compareOptions.isJson ? printJson : printTable)(std::cout, results, compareOptions.target);
+        return 0;
+    } catch (const MissingFile& failure) {
+        std::cerr << failure.what() << '\n';
+        return 2;
+    } catch (const std::exception& failure) {
+        std::cerr << failure.what() << '\n';
+        return 1;
+    }
+}
