@@ -105,7 +105,7 @@ protected:
             for (std::size_t band = 1; band <= 5; ++band) {
                 const std::string name =
                     "IMG_000" + std::to_string(capture) + "_" + std::to_string(band) + ".tif";
-                BandMatrix image = invert(flight / name, fault);
+                BandMatrix image = invert(flight / kImagesFolder / name, fault);
                 scale(image, factors.at(capture));
                 image::writeFloatRaster(corrected / name, {image});
             }
@@ -159,7 +159,7 @@ TEST_F(SimulatedFlight, samplesAreTwelveBitsShiftedByFourAndUnusableOnesAreCount
     std::set<int> speeds;
     for (const auto& record : manifest.at("files")) {
         const std::string name = record.at("file");
-        const BandMatrix samples = image::Raster::open(flight / name).read().at(0);
+        const BandMatrix samples = image::Raster::open(flight / kImagesFolder / name).read().at(0);
         const BandImage truth = image::Raster::open(flight / "truth" / name).read();
         EXPECT_TRUE((samples.array() == (samples.array() / 16.0F).floor() * 16.0F).all());
         EXPECT_LE(samples.maxCoeff(), 65520.0F);
@@ -300,7 +300,8 @@ TEST_F(NoiselessFlight, onlyQuantisationIsLeftAndStatedAsSuch) {
 TEST_F(SimulatedFlight, whatWasPutInTheMetadataIsReadBack) {
     std::ifstream stream(flight / "truth" / "flight.json");
     const auto record = nlohmann::json::parse(stream).at("files").at(8); // capture 1, NIR
-    const exif::ImageMetadata metadata = exif::readMetadata(flight / "IMG_0001_4.tif");
+    const exif::ImageMetadata metadata =
+        exif::readMetadata(flight / kImagesFolder / "IMG_0001_4.tif");
     const ExifInfo& exif = metadata.exif;
     EXPECT_TRUE(metadata.warnings.empty());
     EXPECT_EQ(exif.make, "MicaSense");
@@ -320,7 +321,7 @@ TEST_F(SimulatedFlight, whatWasPutInTheMetadataIsReadBack) {
     ASSERT_EQ(exif.badPixels.size(), 1U);
     EXPECT_EQ(exif.badPixels[0].size(), record.at("bad_pixels").get<std::size_t>());
     EXPECT_EQ(exif.vignetting.coefficients.rows(), 7);
-    const exif::Tags tags = exif::readTags(flight / "IMG_0001_4.tif").tags;
+    const exif::Tags tags = exif::readTags(flight / kImagesFolder / "IMG_0001_4.tif").tags;
     const double a1 = tags.xmpNumbers("MicaSense", "RadiometricCalibration").at(0);
     ASSERT_EQ(exif.sensitivity.size(), 1U);
     EXPECT_DOUBLE_EQ(exif.sensitivity[0], 2.8 * 2.8 / (kPi * 65536.0 * a1));
@@ -328,7 +329,7 @@ TEST_F(SimulatedFlight, whatWasPutInTheMetadataIsReadBack) {
     EXPECT_GT(exif.micaSense3kModel.k2, 0.0);
 
     const auto geo = [this](const std::string& name) {
-        return exif::readMetadata(flight / name).geo;
+        return exif::readMetadata(flight / kImagesFolder / name).geo;
     };
     const GeoData first = geo("IMG_0000_4.tif");
     const GeoData second = geo("IMG_0001_4.tif");
@@ -337,8 +338,10 @@ TEST_F(SimulatedFlight, whatWasPutInTheMetadataIsReadBack) {
     ASSERT_TRUE(first.position && second.position);
     const double north = (second.position->latitude - first.position->latitude) * 111320.0;
     EXPECT_NEAR(north, 7.3, 1.01);
-    EXPECT_EQ(exif.captureId, exif::readMetadata(flight / "IMG_0001_1.tif").exif.captureId);
-    EXPECT_NE(exif.captureId, exif::readMetadata(flight / "IMG_0000_1.tif").exif.captureId);
+    EXPECT_EQ(exif.captureId,
+              exif::readMetadata(flight / kImagesFolder / "IMG_0001_1.tif").exif.captureId);
+    EXPECT_NE(exif.captureId,
+              exif::readMetadata(flight / kImagesFolder / "IMG_0000_1.tif").exif.captureId);
 }
 
 TEST_F(SimulatedFlight, aCaptureThatIsOffIsNamed) {

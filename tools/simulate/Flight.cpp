@@ -32,7 +32,10 @@ void writeWhole(const path& file, const std::function<void(const std::string&)>&
 
 void prepareFolder(const path& folder, bool hasTruth) {
     std::error_code failure;
-    std::filesystem::create_directories(hasTruth ? folder / kTruthFolder : folder, failure);
+    std::filesystem::create_directories(folder / kImagesFolder, failure);
+    if (hasTruth && !failure) {
+        std::filesystem::create_directories(folder / kTruthFolder, failure);
+    }
     if (failure) {
         throw Failure(folder, "cannot be created: " + failure.message());
     }
@@ -70,7 +73,7 @@ ordered_json record(const Camera& camera, const Shot& shot, const Frame& frame) 
 ordered_json renderFile(const path& folder, const Camera& camera, const Shot& shot, bool hasTruth) {
     const Frame frame = camera.take(shot, hasTruth);
     const std::string name = camera.fileName(shot.capture, shot.band);
-    writeWhole(folder / name, [&frame](const std::string& file) {
+    writeWhole(folder / kImagesFolder / name, [&frame](const std::string& file) {
         image::writeUInt16Raster(file, {frame.samples});
         exif::writeTags(file, frame.tags);
     });

@@ -16,7 +16,8 @@ public:
         : std::runtime_error(path.u8string() + ": " + reason) {}
 };
 
-/// Where, below the folder of a flight, the truth is.
+/// Where, below the folder of a flight, the raw images and the truth are.
+inline constexpr auto kImagesFolder = "images";
 inline constexpr auto kTruthFolder = "truth";
 inline constexpr auto kManifestFile = "flight.json";
 
@@ -31,8 +32,9 @@ struct FlightOptions {
 
 /// Renders a flight into a folder, which is made, or is there and empty: the camera's files, and
 /// beside them what they were made from. The same options give the same bytes.
-///   truth/<file>       two float bands: reflectance, and the relative deviation of the noise put
-///   in truth/flight.json  irradiance, exposure and counts of unusable pixels of each file
+///   images/<file>      as the camera stores them
+///   truth/<file>       two float bands: reflectance, and the relative deviation of the noise put in
+///   truth/flight.json  irradiance, exposure and counts of unusable pixels of each file
 /// @throws Failure
 void renderFlight(const std::filesystem::path& folder, const FlightOptions& options);
 
