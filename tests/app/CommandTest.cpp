@@ -1,0 +1,283 @@
+#include "Flight.h"
+#include "platform/exif/ExifReader.h"
+#include "platform/exif/Predicates.h"
+#include "platform/exif/TagFile.h"
+#include "platform/image/Raster.h"
+#include "simulate/Compare.h"
+#include "simulate/Flight.h"
+#include "support/Support.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <regex>
+#include <set>
+
+namespace tessik::app {
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+using test::TemporaryFolder;
+
+std::string readAll(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+struct Result {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+/// Runs the command in a folder as a user's shell would.
+Result radiometry(const TemporaryFolder& folder, const std::string& arguments) {
+    const std::string command = "cd '" + folder.path().string() + "' && '" RADIOMETRY_COMMAND "' " +
+                                arguments + " > stdout.txt 2> stderr.txt";
+    const int status = std::system(command.c_str()); // NOLINT(concurrency-mt-unsafe)
+    return {WEXITSTATUS(status),
+            readAll(folder.path() / "stdout.txt"),
+            readAll(folder.path() / "stderr.txt")};
+}
+
+std::size_t lineCount(const std::string& text) {
+    return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+}
+
+/// Names of all files below a folder.
+std::set<std::string> filesIn(const fs::path& folder) {
+    std::set<std::string> names;
+    for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+        if (entry.is_regular_file()) {
+            names.insert(entry.path().lexically_relative(folder).string());
+        }
+    }
+    return names;
+}
+
+simulate::FlightOptions flightOptions(std::size_t captures) {
+    simulate::FlightOptions options;
+    options.captures = captures;
+    options.width = 320;
+    options.height = 240;
+    return options;
+}
+
+/// The raw images of a flight alone, in this very folder.
+void renderImages(const fs::path& folder, std::size_t captures = 1) {
+    const TemporaryFolder whole;
+    simulate::FlightOptions options = flightOptions(captures);
+    options.hasTruth = false;
+    simulate::renderFlight(whole.path() / "flight", options);
+    fs::create_directories(folder.parent_path());
+    fs::copy(
+        whole.path() / "flight" / simulate::kImagesFolder, folder, fs::copy_options::recursive);
+}
+
+TEST(CorrectCommand, aSimulatedFlightComesOutAsItsTruth) {
+    const TemporaryFolder folder;
+    simulate::renderFlight(folder.path() / "flight", flightOptions(4));
+    const Result result = radiometry(folder, "correct flight/images -o out --type camera -j 2");
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.err, "");
+    for (const simulate::BandResult& band : simulate::compare(
+             folder.path() / "flight", folder.path() / "out", simulate::Target::Radiance)) {
+        EXPECT_LT(std::abs(band.bias), 0.2) << band.band;
+        EXPECT_LT(std::abs(band.worstCaptureBias), 0.2) << band.band;
+        EXPECT_LT(std::abs(band.worstLevelBias.value_or(0.0)), 0.2) << band.band;
+        // The prediction is a mean over some 300,000 pixels: good to well below a percent.
+        EXPECT_NEAR(band.rmsRatio(), 1.0, 0.02) << band.band;
+        EXPECT_EQ(band.unexpectedMasked, 0U) << band.band;
+        EXPECT_EQ(band.masked, band.expectedMasked) << band.band;
+    }
+}
+
+TEST(CorrectCommand, oneBadImageCostsOneLineAndNothingElse) {
+    const TemporaryFolder folder;
+    renderImages(folder.path() / "in");
+    const std::string whole = readAll(folder.path() / "in/IMG_0000_1.tif");
+    std::ofstream(folder.path() / "in/empty.tif");
+    std::ofstream(folder.path() / "in/text.tif") << "no image";
+    std::ofstream(folder.path() / "in/truncated.tif") << whole.substr(0, whole.size() / 2);
+    image::writeUInt16Raster(folder.file("in/bare.tif"), {test::ramp(8, 8)});
+    std::ofstream(folder.path() / "in/notes.txt") << "not looked at";
+
+    const Result result = radiometry(folder, "correct in gone.tif -o out --type camera");
+    EXPECT_EQ(result.status, 2);
+    for (const char* line : {"in/empty.tif: the file is empty",
+                             "in/text.tif: not a readable TIFF or JPEG image",
+                             "in/truncated.tif: ",
+                             "in/bare.tif: no camera metadata",
+                             "gone.tif: no such file"}) {
+        EXPECT_NE(result.err.find(std::string("radiometry: ") + line), std::string::npos)
+            << line << "\n"
+            << result.err;
+    }
+    EXPECT_EQ(lineCount(result.err), 5U) << result.err;
+    EXPECT_EQ(filesIn(folder.path() / "out"),
+              (std::set<std::string>{"IMG_0000_1.tif",
+                                     "IMG_0000_2.tif",
+                                     "IMG_0000_3.tif",
+                                     "IMG_0000_4.tif",
+                                     "IMG_0000_5.tif"}));
+    EXPECT_EQ(result.out.rfind("5 images done, 0 kept, 5 failed; ", 0), 0U) << result.out;
+}
+
+TEST(CorrectCommand, outputsAreKeptMarkedAndMadeAnewWhenAsked) {
+    const TemporaryFolder folder;
+    renderImages(folder.path() / "in");
+    EXPECT_EQ(radiometry(folder, "correct in -o out --type camera").status, 0);
+    const std::string first = readAll(folder.path() / "out/IMG_0000_3.tif");
+
+    fs::remove(folder.path() / "out/IMG_0000_3.tif");
+    const Result resumed = radiometry(folder, "correct in -o out --type camera");
+    EXPECT_EQ(resumed.out.rfind("1 images done, 4 kept, 0 failed; ", 0), 0U) << resumed.out;
+    EXPECT_EQ(readAll(folder.path() / "out/IMG_0000_3.tif"), first);
+    EXPECT_EQ(radiometry(folder, "correct in -o out --type camera --overwrite").out.substr(0, 8),
+              "5 images");
+    const Result otherType = radiometry(folder, "correct in -o out --type none");
+    EXPECT_EQ(otherType.out.rfind("5 images done, 0 kept", 0), 0U) << otherType.out;
+
+    const Result twice = radiometry(folder, "correct out -o again --type camera");
+    EXPECT_EQ(twice.status, 1);
+    EXPECT_NE(twice.err.find("out/IMG_0000_1.tif: already corrected"), std::string::npos);
+    EXPECT_EQ(radiometry(folder, "correct in -o in --type camera").status, 1);
+}
+
+TEST(CorrectCommand, outputsKeepTheCaptureAndDropTheRawState) {
+    const TemporaryFolder folder;
+    renderImages(folder.path() / "in");
+    EXPECT_EQ(radiometry(folder, "correct in/IMG_0000_4.tif -o out --type camera").status, 0);
+    const exif::ImageMetadata before = exif::readMetadata(folder.file("in/IMG_0000_4.tif"));
+    const exif::ImageMetadata after = exif::readMetadata(folder.file("out/IMG_0000_4.tif"));
+    EXPECT_EQ(after.exif.make, before.exif.make);
+    EXPECT_EQ(after.exif.serialNumber, before.exif.serialNumber);
+    EXPECT_EQ(after.exif.bandNames, before.exif.bandNames);
+    EXPECT_EQ(after.exif.bands, before.exif.bands);
+    EXPECT_EQ(after.exif.exposureTime, before.exif.exposureTime);
+    EXPECT_EQ(after.geo.captureTime, before.geo.captureTime);
+    ASSERT_TRUE(after.geo.position);
+    EXPECT_EQ(after.geo.position->latitude, before.geo.position->latitude);
+    EXPECT_TRUE(after.exif.isNormalized);
+    EXPECT_TRUE(after.exif.darkLevels.empty());
+    EXPECT_TRUE(after.exif.sensitivity.empty());
+    EXPECT_TRUE(after.exif.sunIrradiance.empty());
+    EXPECT_TRUE(after.exif.badPixels.empty());
+    EXPECT_EQ(after.exif.vignetting.coefficients.size(), 0);
+    EXPECT_FALSE(micasense::hasValid3kModel(after.exif.micaSense3kModel));
+    EXPECT_EQ(image::Raster::open(folder.file("out/IMG_0000_4.tif")).type(), DataType::Float32);
+}
+
+TEST(CorrectCommand, pathsOfFoldersAndListsStayAndClashesAreRefused) {
+    const TemporaryFolder folder;
+    renderImages(folder.path() / "in/a");
+    fs::create_directories(folder.path() / "in/b");
+    fs::copy_file(folder.path() / "in/a/IMG_0000_1.tif", folder.path() / "in/b/IMG_0000_1.TIF");
+    EXPECT_EQ(radiometry(folder, "correct in -o out --type camera").status, 0);
+    EXPECT_EQ(filesIn(folder.path() / "out").count("a/IMG_0000_1.tif"), 1U);
+    EXPECT_EQ(filesIn(folder.path() / "out").count("b/IMG_0000_1.tif"), 1U);
+
+    std::ofstream(folder.path() / "list.txt") << "in/a/IMG_0000_2.tif\n\nin/b/IMG_0000_1.TIF\r\n";
+    EXPECT_EQ(radiometry(folder, "correct @list.txt -o listed --type camera").status, 0);
+    EXPECT_EQ(filesIn(folder.path() / "listed"),
+              (std::set<std::string>{"in/a/IMG_0000_2.tif", "in/b/IMG_0000_1.tif"}));
+
+    const Result clash =
+        radiometry(folder, "correct in/a/IMG_0000_1.tif in/b/IMG_0000_1.TIF -o c --type camera");
+    EXPECT_EQ(clash.status, 2);
+    EXPECT_NE(clash.err.find("another image has the same output"), std::string::npos) << clash.err;
+}
+
+TEST(CorrectCommand, badUsageIsStatusOne) {
+    const TemporaryFolder folder;
+    for (const char* arguments : {"",
+                                  "correct",
+                                  "correct x.tif",
+                                  "correct . -o out --type sun",
+                                  "correct @none.txt -o out",
+                                  "inspect",
+                                  "frobnicate"}) {
+        const Result result = radiometry(folder, arguments);
+        EXPECT_EQ(result.status, 1) << arguments;
+        EXPECT_NE(result.err, "") << arguments;
+        EXPECT_EQ(result.out, "") << arguments;
+    }
+    EXPECT_EQ(radiometry(folder, "correct --help").status, 0);
+}
+
+TEST(InspectCommand, saysWhatIsUnderstoodAndWhatWouldBeDone) {
+    const TemporaryFolder folder;
+    renderImages(folder.path() / "in");
+    const Result result =
+        radiometry(folder, "inspect in/IMG_0000_1.tif in/IMG_0000_2.tif gone.tif --json");
+    EXPECT_EQ(result.status, 2);
+    const Json images = Json::parse(result.out);
+    ASSERT_EQ(images.size(), 2U);
+    const Json& image = images[1];
+    EXPECT_EQ(image["file"], "in/IMG_0000_2.tif");
+    EXPECT_NE(image["camera"]["id"], images[0]["camera"]["id"]);
+    EXPECT_EQ(image["camera"]["make"], "MicaSense");
+    EXPECT_EQ(image["bands"],
+              Json::parse(R"([{"name":"Green","wavelength_nm":560,"fwhm_nm":20}])"));
+    EXPECT_EQ(image["pixel_type"], "uint16");
+    EXPECT_EQ(image["vignetting"]["type"], "radial polynomial");
+    EXPECT_EQ(image["vignetting"]["coefficients"].size(), 7U);
+    EXPECT_EQ(image["vignetting"]["coefficients"][0], 1.0);
+    EXPECT_EQ(image["dark_levels"][0].size(), 2U);
+    EXPECT_EQ(image["color_matrix"], Json());
+    EXPECT_EQ(image["correction_type"], "irradiance");
+    EXPECT_EQ(image["missing"]["sun-angle"], Json::parse(R"(["sun-irradiance-orientation"])"));
+    const std::vector<std::string> chain = image["chain"];
+    EXPECT_EQ(chain.back(), "ConvertNanToNodata");
+    EXPECT_NE(std::find(chain.begin(), chain.end(), "MicaSenseRedEdgeOpticalCamera"), chain.end());
+    const std::vector<std::string> applicable = image["applicable"];
+    EXPECT_EQ(std::find(applicable.begin(), applicable.end(), "ColorMatrix"), applicable.end());
+    EXPECT_NE(std::find(applicable.begin(), applicable.end(), "BadPixelMasking"), applicable.end());
+}
+
+/// Reference values computed independently from the camera makers' published formulas.
+TEST(Samples, realImagesComeOutAsTheirMakersFormulas) {
+    const auto samples = test::samplesFolder();
+    if (!samples) {
+        GTEST_SKIP() << "no sample images; set RADIOMETRY_SAMPLES";
+    }
+    const TemporaryFolder folder;
+    const Result result =
+        radiometry(folder, "correct '" + samples->string() + "/rededge' -o out --type camera");
+    EXPECT_EQ(result.status, 0) << result.err;
+    std::ifstream table(*samples / "expected.csv");
+    std::string line;
+    std::getline(table, line);
+    const std::vector<std::string> names = exif::splitList(line);
+    int checked = 0;
+    while (std::getline(table, line)) {
+        const std::vector<std::string> row = exif::splitList(line);
+        if (row[0].rfind("rededge/", 0) != 0) {
+            continue;
+        }
+        const BandMatrix band =
+            image::Raster::open(folder.file("out/" + row[0].substr(8))).read().at(0);
+        for (std::size_t i = 1; i < names.size(); ++i) {
+            std::smatch at;
+            if (std::regex_match(names[i], at, std::regex("x(\\d+)_y(\\d+)"))) {
+                const double value = band(std::stoi(at[2]), std::stoi(at[1]));
+                EXPECT_NEAR(value / std::stod(row[i]), 1.0, 2e-6) << row[0] << " " << names[i];
+                ++checked;
+            }
+        }
+        const auto masked = (band.array() == radiometry::kNoData).eval();
+        EXPECT_EQ(masked.count(), std::stol(row.back())) << row[0];
+        const double sum = masked.select(0.0, band.array().cast<double>()).sum();
+        const double mean = sum / static_cast<double>(masked.size() - masked.count());
+        EXPECT_NEAR(mean / std::stod(row[row.size() - 2]), 1.0, 2e-6) << row[0];
+    }
+    EXPECT_EQ(checked, 60);
+}
+
+} // namespace
+} // namespace tessik::app
