@@ -48,9 +48,10 @@ def correct(raw, p):
 
 
 def seconds(raw, p):
-    start = time.perf_counter()
+    """Processor time, as chain_benchmark counts it."""
+    start = time.process_time()
     correct(raw, p)
-    return time.perf_counter() - start
+    return time.process_time() - start
 
 
 def main():
