@@ -4,7 +4,6 @@
 #include "platform/log/Log.h"
 #include "radiometry/Consistency.h"
 
-#include <algorithm>
 #include <limits>
 
 namespace tessik::radiometry::corrector {
@@ -15,28 +14,17 @@ constexpr auto kContext = "Correcting for dark current";
 /// @return whether a result is negative; a NaN is not
 template <typename Block>
 bool subtract(BandMatrix& band, const Block& dark) {
-    float least = 0.0F;
+    // An integer, or-ed: compilers vectorise that, but no minimum of floats that may be NaN.
+    int isNegative = 0;
     for (Eigen::Index r = 0; r < band.rows(); ++r) {
         float* pixel = &band(r, 0);
         const float* darkPixel = &dark.coeffRef(r, 0);
-        // A row's minimum in eight strands: one strand would wait for its own last comparison.
-        constexpr Eigen::Index kStrands = 8;
-        float strand[kStrands] = {};
-        Eigen::Index c = 0;
-        for (; c + kStrands <= band.cols(); c += kStrands) {
-            for (Eigen::Index s = 0; s < kStrands; ++s) {
-                const float v = pixel[c + s] - darkPixel[c + s];
-                pixel[c + s] = v;
-                strand[s] = v < strand[s] ? v : strand[s];
-            }
-        }
-        for (; c < band.cols(); ++c) {
+        for (Eigen::Index c = 0; c < band.cols(); ++c) {
             pixel[c] -= darkPixel[c];
-            least = pixel[c] < least ? pixel[c] : least;
+            isNegative |= static_cast<int>(pixel[c] < 0.0F);
         }
-        least = std::min(least, *std::min_element(strand, strand + kStrands));
     }
-    return least < 0.0F;
+    return isNegative != 0;
 }
 
 /// Running mean in storage order; NaN for an empty block.
