@@ -12,15 +12,14 @@ namespace {
 constexpr auto kContext = "Correcting for dark current";
 
 /// @return whether a result is negative; a NaN is not
-template <typename Block>
-bool subtract(BandMatrix& band, const Block& dark) {
+template <typename Dark>
+bool subtract(BandMatrix& band, const Dark& dark) {
     // An integer, or-ed: compilers vectorise that, but no minimum of floats that may be NaN.
     int isNegative = 0;
     for (Eigen::Index r = 0; r < band.rows(); ++r) {
         float* pixel = &band(r, 0);
-        const float* darkPixel = &dark.coeffRef(r, 0);
         for (Eigen::Index c = 0; c < band.cols(); ++c) {
-            pixel[c] -= darkPixel[c];
+            pixel[c] -= dark.coeff(r, c);
             isNegative |= static_cast<int>(pixel[c] < 0.0F);
         }
     }
@@ -44,26 +43,29 @@ float runningMean(const Block& dark) {
 } // namespace
 
 struct DarkCurrent::Data {
-    const std::vector<BandMatrix>* maps = nullptr;
+    const datasource::DarkCurrentModel* model = nullptr;
 };
 
 DarkCurrent::DarkCurrent() : m_data(std::make_unique<Data>()) {}
 DarkCurrent::~DarkCurrent() = default;
 
 void DarkCurrent::useData(const datasource::DarkCurrentModel& source) {
-    m_data->maps = &source.darkCurrentMap();
+    m_data->model = &source;
 }
 
 bool DarkCurrent::isApplicable() const {
-    return m_data->maps != nullptr;
+    return m_data->model != nullptr;
 }
 
 void DarkCurrent::apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const {
-    verifyConsistentNumberOfBands(bands.size(), m_data->maps->size(), kContext);
+    const std::vector<BandMatrix>& maps = m_data->model->darkCurrentMap();
+    verifyConsistentNumberOfBands(bands.size(), maps.size(), kContext);
     bool isLastNegative = false;
     for (std::size_t b = 0; b < bands.size(); ++b) {
-        const auto dark = blockOf((*m_data->maps)[b], bands[b], blockOffset, kContext);
-        isLastNegative = subtract(bands[b], dark);
+        const auto dark = blockOf(maps[b], bands[b], blockOffset, kContext);
+        const std::optional<float> level = m_data->model->constantLevels()[b];
+        isLastNegative =
+            level ? subtract(bands[b], constant(bands[b], *level)) : subtract(bands[b], dark);
         TESSIK_LOG(logging::kInfo) << "Dark current correction: " << runningMean(dark);
     }
     if (isLastNegative) {
