@@ -72,22 +72,21 @@ void BadExposureMasking::apply(BandImage& bands, const Eigen::Vector2i& blockOff
                                       : originalPixelRange(*m_data->exif, *m_data->camera);
     TESSIK_LOG(logging::kInfo) << "Masking badly exposed pixels outside range [" << range.min
                                << ", " << range.max << "]";
-    static const std::vector<BandMatrix> kNone;
-    const std::vector<BandMatrix>& maps =
-        m_data->darkCurrent != nullptr ? m_data->darkCurrent->darkCurrentMap() : kNone;
-    if (!maps.empty()) {
-        verifyConsistentNumberOfBands(bands.size(), maps.size(), kContext);
+    const datasource::DarkCurrentModel* model = m_data->darkCurrent;
+    const bool hasDarkCurrent = model != nullptr && !model->darkCurrentMap().empty();
+    if (hasDarkCurrent) {
+        verifyConsistentNumberOfBands(bands.size(), model->darkCurrentMap().size(), kContext);
     }
     const auto lo = static_cast<float>(range.min);
     const auto hi = static_cast<float>(range.max);
     for (std::size_t b = 0; b < bands.size(); ++b) {
         BandMatrix& band = bands[b];
-        if (maps.empty()) {
+        if (!hasDarkCurrent) {
             mask(band, lo, hi, constant(band, 0.0F));
             continue;
         }
-        const auto dark = blockOf(maps[b], band, blockOffset, kContext);
-        if (const std::optional<float> level = m_data->darkCurrent->constantLevels()[b]) {
+        const auto dark = blockOf(model->darkCurrentMap()[b], band, blockOffset, kContext);
+        if (const std::optional<float> level = model->constantLevels()[b]) {
             mask(band, lo, hi, constant(band, *level));
         } else {
             mask(band, lo, hi, dark);

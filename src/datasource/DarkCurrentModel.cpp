@@ -10,12 +10,15 @@ namespace tessik::radiometry::datasource {
 namespace {
 
 std::optional<float> constantLevel(const BandMatrix& map) {
-    // Each value equals the next one, bit for bit: a map with a NaN has a level, too.
-    const auto bytes = static_cast<std::size_t>(map.size()) * sizeof(float);
-    const bool isConstant =
-        map.size() > 0 && std::memcmp(map.data(), map.data() + 1, bytes - sizeof(float)) ==
-                              0; // NOLINT(bugprone-suspicious-memory-comparison)
-    return isConstant ? std::optional(map(0, 0)) : std::nullopt;
+    if (map.size() == 0) {
+        return std::nullopt;
+    }
+    // Each value has the very bits of the next one.
+    const float* value = map.data();
+    const auto others = static_cast<std::size_t>(map.size() - 1);
+    const bool isConstant = // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
+        std::memcmp(value, value + 1, others * sizeof(float)) == 0;
+    return isConstant ? std::optional(*value) : std::nullopt;
 }
 
 } // namespace
