@@ -28,23 +28,13 @@ PixelValueRange linearRange(const std::vector<gamma_t>& gammas) {
     return range;
 }
 
-void mask(BandMatrix& band, float lo, float hi) {
-    float* pixel = band.data();
-    const Eigen::Index size = band.size();
-    for (Eigen::Index i = 0; i < size; ++i) {
-        const float v = pixel[i];
-        pixel[i] = (lo < v) & (v < hi) ? v : kNan;
-    }
-}
-
-template <typename Block>
-void mask(BandMatrix& band, float lo, float hi, const Block& dark) {
+template <typename Dark>
+void mask(BandMatrix& band, float lo, float hi, const Dark& dark) {
     for (Eigen::Index r = 0; r < band.rows(); ++r) {
         float* pixel = &band(r, 0);
-        const float* darkPixel = &dark.coeffRef(r, 0);
         for (Eigen::Index c = 0; c < band.cols(); ++c) {
             const float v = pixel[c];
-            pixel[c] = (lo + darkPixel[c] < v) & (v < hi) ? v : kNan;
+            pixel[c] = (lo + dark.coeff(r, c) < v) & (v < hi) ? v : kNan;
         }
     }
 }
@@ -54,7 +44,7 @@ void mask(BandMatrix& band, float lo, float hi, const Block& dark) {
 struct BadExposureMasking::Data {
     const ExifInfo* exif = nullptr;
     const CameraParams* camera = nullptr;
-    const std::vector<BandMatrix>* darkCurrent = nullptr;
+    const datasource::DarkCurrentModel* darkCurrent = nullptr;
 };
 
 BadExposureMasking::BadExposureMasking() : m_data(std::make_unique<Data>()) {}
@@ -69,7 +59,7 @@ void BadExposureMasking::useData(const datasource::Sensor& source) {
 }
 
 void BadExposureMasking::useData(const datasource::DarkCurrentModel& source) {
-    m_data->darkCurrent = &source.darkCurrentMap();
+    m_data->darkCurrent = &source;
 }
 
 bool BadExposureMasking::isApplicable() const {
@@ -82,20 +72,24 @@ void BadExposureMasking::apply(BandImage& bands, const Eigen::Vector2i& blockOff
                                       : originalPixelRange(*m_data->exif, *m_data->camera);
     TESSIK_LOG(logging::kInfo) << "Masking badly exposed pixels outside range [" << range.min
                                << ", " << range.max << "]";
-    const bool hasDarkCurrent = m_data->darkCurrent != nullptr && !m_data->darkCurrent->empty();
+    const datasource::DarkCurrentModel* model = m_data->darkCurrent;
+    const bool hasDarkCurrent = model != nullptr && !model->darkCurrentMap().empty();
     if (hasDarkCurrent) {
-        verifyConsistentNumberOfBands(bands.size(), m_data->darkCurrent->size(), kContext);
+        verifyConsistentNumberOfBands(bands.size(), model->darkCurrentMap().size(), kContext);
     }
     const auto lo = static_cast<float>(range.min);
     const auto hi = static_cast<float>(range.max);
     for (std::size_t b = 0; b < bands.size(); ++b) {
-        if (hasDarkCurrent) {
-            mask(bands[b],
-                 lo,
-                 hi,
-                 blockOf((*m_data->darkCurrent)[b], bands[b], blockOffset, kContext));
+        BandMatrix& band = bands[b];
+        if (!hasDarkCurrent) {
+            mask(band, lo, hi, constant(band, 0.0F));
+            continue;
+        }
+        const auto dark = blockOf(model->darkCurrentMap()[b], band, blockOffset, kContext);
+        if (const std::optional<float> level = model->constantLevels()[b]) {
+            mask(band, lo, hi, constant(band, *level));
         } else {
-            mask(bands[b], lo, hi);
+            mask(band, lo, hi, dark);
         }
     }
 }

@@ -4,7 +4,6 @@
 #include "platform/log/Log.h"
 #include "radiometry/Consistency.h"
 
-#include <algorithm>
 #include <limits>
 
 namespace tessik::radiometry::corrector {
@@ -13,30 +12,18 @@ namespace {
 constexpr auto kContext = "Correcting for dark current";
 
 /// @return whether a result is negative; a NaN is not
-template <typename Block>
-bool subtract(BandMatrix& band, const Block& dark) {
-    float least = 0.0F;
+template <typename Dark>
+bool subtract(BandMatrix& band, const Dark& dark) {
+    // An integer, or-ed: compilers vectorise that, but no minimum of floats that may be NaN.
+    int isNegative = 0;
     for (Eigen::Index r = 0; r < band.rows(); ++r) {
         float* pixel = &band(r, 0);
-        const float* darkPixel = &dark.coeffRef(r, 0);
-        // A row's minimum in eight strands: one strand would wait for its own last comparison.
-        constexpr Eigen::Index kStrands = 8;
-        float strand[kStrands] = {};
-        Eigen::Index c = 0;
-        for (; c + kStrands <= band.cols(); c += kStrands) {
-            for (Eigen::Index s = 0; s < kStrands; ++s) {
-                const float v = pixel[c + s] - darkPixel[c + s];
-                pixel[c + s] = v;
-                strand[s] = v < strand[s] ? v : strand[s];
-            }
+        for (Eigen::Index c = 0; c < band.cols(); ++c) {
+            pixel[c] -= dark.coeff(r, c);
+            isNegative |= static_cast<int>(pixel[c] < 0.0F);
         }
-        for (; c < band.cols(); ++c) {
-            pixel[c] -= darkPixel[c];
-            least = pixel[c] < least ? pixel[c] : least;
-        }
-        least = std::min(least, *std::min_element(strand, strand + kStrands));
     }
-    return least < 0.0F;
+    return isNegative != 0;
 }
 
 /// Running mean in storage order; NaN for an empty block.
@@ -56,26 +43,29 @@ float runningMean(const Block& dark) {
 } // namespace
 
 struct DarkCurrent::Data {
-    const std::vector<BandMatrix>* maps = nullptr;
+    const datasource::DarkCurrentModel* model = nullptr;
 };
 
 DarkCurrent::DarkCurrent() : m_data(std::make_unique<Data>()) {}
 DarkCurrent::~DarkCurrent() = default;
 
 void DarkCurrent::useData(const datasource::DarkCurrentModel& source) {
-    m_data->maps = &source.darkCurrentMap();
+    m_data->model = &source;
 }
 
 bool DarkCurrent::isApplicable() const {
-    return m_data->maps != nullptr;
+    return m_data->model != nullptr;
 }
 
 void DarkCurrent::apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const {
-    verifyConsistentNumberOfBands(bands.size(), m_data->maps->size(), kContext);
+    const std::vector<BandMatrix>& maps = m_data->model->darkCurrentMap();
+    verifyConsistentNumberOfBands(bands.size(), maps.size(), kContext);
     bool isLastNegative = false;
     for (std::size_t b = 0; b < bands.size(); ++b) {
-        const auto dark = blockOf((*m_data->maps)[b], bands[b], blockOffset, kContext);
-        isLastNegative = subtract(bands[b], dark);
+        const auto dark = blockOf(maps[b], bands[b], blockOffset, kContext);
+        const std::optional<float> level = m_data->model->constantLevels()[b];
+        isLastNegative =
+            level ? subtract(bands[b], constant(bands[b], *level)) : subtract(bands[b], dark);
         TESSIK_LOG(logging::kInfo) << "Dark current correction: " << runningMean(dark);
     }
     if (isLastNegative) {

@@ -37,4 +37,9 @@ inline auto blockOf(const BandMatrix& map,
     return map.block(row, col, band.rows(), band.cols());
 }
 
+/// A map of one value for a band, of which nothing is stored.
+inline auto constant(const BandMatrix& band, float value) {
+    return BandMatrix::Constant(band.rows(), band.cols(), value);
+}
+
 } // namespace tessik::radiometry::corrector

@@ -1,7 +1,5 @@
 #include "radiometry/VignettingModel.h"
 
-#include <array>
-#include <cmath>
 #include <ostream>
 
 namespace tessik::radiometry {
@@ -16,6 +14,21 @@ Eigen::VectorXd trimmed(const Eigen::VectorXd& coefficients) {
         --size;
     }
     return coefficients.head(size);
+}
+
+/// Pixels at a time: their radii and sums stay in registers while the coefficients are walked.
+constexpr int kLanes = 8;
+
+/// The polynomial at neighbouring pixels of a row, from their squared distances along x and y.
+template <int Lanes>
+void evaluate(const Eigen::VectorXd& k, const double* dx2, double dy2, float* brightness) {
+    using Pixels = Eigen::Array<double, Lanes, 1>;
+    const Pixels radius = (Eigen::Map<const Pixels>(dx2) + dy2).sqrt();
+    Pixels sum = Pixels::Constant(k(k.size() - 1));
+    for (Eigen::Index power = k.size() - 2; power >= 0; --power) {
+        sum = sum * radius + k(power);
+    }
+    Eigen::Array<float, Lanes, 1>::Map(brightness) = sum.template cast<float>();
 }
 
 } // namespace
@@ -45,35 +58,21 @@ VignettingModelRadialPolynomial::~VignettingModelRadialPolynomial() = default;
 BandMatrix VignettingModelRadialPolynomial::map() const {
     const Data& data = *m_data;
     const Eigen::VectorXd& k = data.coefficients;
+    Eigen::ArrayXd dx2(data.width);
+    for (Eigen::Index c = 0; c < data.width; ++c) {
+        const double dx = static_cast<double>(c) - data.centerX;
+        dx2(c) = dx * dx;
+    }
     BandMatrix result(data.height, data.width);
-    // A chunk of a row at a time: radii and sums stay in the first-level cache while the
-    // coefficients are walked, and every inner loop is free of dependencies.
-    constexpr Eigen::Index kChunk = 256;
-    std::array<double, kChunk> radius{};
-    std::array<double, kChunk> sum{};
     for (Eigen::Index r = 0; r < data.height; ++r) {
         const double dy = static_cast<double>(r) - data.centerY;
         const double dy2 = dy * dy;
-        for (Eigen::Index begin = 0; begin < data.width; begin += kChunk) {
-            const auto count = static_cast<int>(std::min(kChunk, data.width - begin));
-            const double left = static_cast<double>(begin) - data.centerX;
-            for (int i = 0; i < count; ++i) {
-                const double dx = left + static_cast<double>(i);
-                radius[static_cast<std::size_t>(i)] = std::sqrt(dx * dx + dy2);
-                sum[static_cast<std::size_t>(i)] = k(k.size() - 1);
-            }
-            for (Eigen::Index power = k.size() - 2; power >= 0; --power) {
-                const double coefficient = k(power);
-                for (int i = 0; i < count; ++i) {
-                    sum[static_cast<std::size_t>(i)] =
-                        sum[static_cast<std::size_t>(i)] * radius[static_cast<std::size_t>(i)] +
-                        coefficient;
-                }
-            }
-            float* out = &result(r, begin);
-            for (int i = 0; i < count; ++i) {
-                out[i] = static_cast<float>(sum[static_cast<std::size_t>(i)]);
-            }
+        Eigen::Index c = 0;
+        for (; c + kLanes <= data.width; c += kLanes) {
+            evaluate<kLanes>(k, &dx2(c), dy2, &result(r, c));
+        }
+        for (; c < data.width; ++c) {
+            evaluate<1>(k, &dx2(c), dy2, &result(r, c));
         }
     }
     return result;

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -145,9 +146,14 @@ public:
     explicit DarkCurrentModel(const IDarkCurrentModel& model);
     void accept(corrector::ICorrector& corrector) const override;
     [[nodiscard]] const std::vector<BandMatrix>& darkCurrentMap() const { return m_map; }
+    /// The value of each band's map where it is the same everywhere, which spares reading the map.
+    [[nodiscard]] const std::vector<std::optional<float>>& constantLevels() const {
+        return m_constantLevels;
+    }
 
 private:
     std::vector<BandMatrix> m_map;
+    std::vector<std::optional<float>> m_constantLevels;
 };
 
 /// One over the relative brightness of every pixel, height x width, computed once from a model.
