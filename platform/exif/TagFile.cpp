@@ -26,6 +26,10 @@ void handleMessage(int level, const char* message) {
     while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back())) != 0) {
         text.pop_back();
     }
+    // Said whenever two makers' name spaces share a prefix; names are looked up by prefix here.
+    if (text.rfind("Updating namespace URI", 0) == 0) {
+        return;
+    }
     // One damaged directory can give thousands of these.
     constexpr std::size_t kMaxWarnings = 20;
     if (currentWarnings->size() < kMaxWarnings) {
@@ -40,6 +44,15 @@ public:
     WarningScope& operator=(const WarningScope&) = delete;
     ~WarningScope() { currentWarnings = nullptr; }
 };
+
+/// Held while a file's metadata is decoded or encoded. Exiv2 has one table of name spaces a
+/// process, and one prefix in it stands for one URI: a file whose maker uses another URI under the
+/// same prefix replaces the entry that a file read at the same time still needs, and that one then
+/// fails as a whole. The lock that the toolkit itself asks for does not cover the table.
+std::mutex& exiv2Mutex() {
+    static std::mutex mutex;
+    return mutex;
+}
 
 /// The XMP toolkit inside Exiv2 keeps global tables; it asks for a lock to guard them.
 void lockXmp(void* mutex, bool lock) {
@@ -116,17 +129,16 @@ void collectXmp(const Exiv2::XmpData& data, Tags& tags) {
     }
 }
 
+/// To be done after a file was read and before a tag is set: the last file may have put its own name
+/// space under a prefix.
 void registerOwnNamespaces() {
-    static std::once_flag done;
-    std::call_once(done, [] {
-        for (const char* prefix : {"Camera", "MicaSense", "DLS", "Tessik"}) {
-            std::string name(prefix);
-            std::transform(name.begin(), name.end(), name.begin(), [](unsigned char c) {
-                return static_cast<char>(std::tolower(c));
-            });
-            Exiv2::XmpProperties::registerNs("urn:tessik:xmp:" + name + ":1.0/", prefix);
-        }
-    });
+    for (const char* prefix : {"Camera", "MicaSense", "DLS", "Tessik"}) {
+        std::string name(prefix);
+        std::transform(name.begin(), name.end(), name.begin(), [](unsigned char c) {
+            return static_cast<char>(std::tolower(c));
+        });
+        Exiv2::XmpProperties::registerNs("urn:tessik:xmp:" + name + ":1.0/", prefix);
+    }
 }
 
 void setTag(Exiv2::Image& image, const NewTag& tag) {
@@ -163,7 +175,10 @@ TagFile readTags(const std::string& path) {
     const WarningScope scope(file.warnings);
     try {
         const Exiv2::Image::AutoPtr image = Exiv2::ImageFactory::open(path);
-        image->readMetadata();
+        {
+            const std::lock_guard lock(exiv2Mutex());
+            image->readMetadata();
+        }
         collectExif(image->exifData(), file.tags);
         collectXmp(image->xmpData(), file.tags);
         file.pixelWidth = static_cast<std::uint64_t>(std::max(0, image->pixelWidth()));
@@ -177,12 +192,13 @@ TagFile readTags(const std::string& path) {
 
 void writeTags(const std::string& path, const std::vector<NewTag>& tags) {
     initialiseOnce();
-    registerOwnNamespaces();
     std::vector<std::string> warnings;
     const WarningScope scope(warnings);
     try {
         const Exiv2::Image::AutoPtr image = Exiv2::ImageFactory::open(path);
+        const std::lock_guard lock(exiv2Mutex());
         image->readMetadata();
+        registerOwnNamespaces();
         for (const NewTag& tag : tags) {
             setTag(*image, tag);
         }

@@ -2,6 +2,7 @@
 
 #include "platform/exif/ExifReader.h"
 #include "platform/exif/Tags.h"
+#include "platform/exif/cameras/CaptureTime.h"
 
 #include <vector>
 
@@ -13,6 +14,7 @@ namespace tessik::exif {
 struct Dialect {
     bool (*matches)(const Tags& tags);
     void (*read)(const Tags& tags, ImageMetadata& metadata);
+    Clock clock;
 };
 
 const std::vector<Dialect>& dialects();

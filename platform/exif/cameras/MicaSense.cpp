@@ -64,6 +64,6 @@ void read(const Tags& tags, ImageMetadata& metadata) {
 
 } // namespace
 
-const Dialect kMicaSense = {&matches, &read};
+const Dialect kMicaSense = {&matches, &read, Clock::Utc};
 
 } // namespace tessik::exif
