@@ -140,41 +140,6 @@ void readBands(const Tags& tags, ExifInfo& exif) {
     }
 }
 
-/// The repeating pattern of TIFF's BlackLevel: rows, columns, samples, the last running fastest. A
-/// pattern whose entries are all alike is one number.
-std::vector<Eigen::MatrixXd> readBlackLevel(const Tags& tags, std::uint64_t bandCount) {
-    const std::vector<double> levels = tags.exifNumbers("Exif.Image.BlackLevel");
-    std::vector<double> repeat = tags.exifNumbers("Exif.Image.BlackLevelRepeatDim");
-    if (repeat.size() != 2) {
-        repeat = {1.0, 1.0};
-    }
-    const std::uint64_t rows = asCount(repeat[0]);
-    const std::uint64_t cols = asCount(repeat[1]);
-    constexpr std::uint64_t kMaxRepeat = 64;
-    if (levels.empty() || rows == 0 || cols == 0 || rows > kMaxRepeat || cols > kMaxRepeat ||
-        levels.size() != rows * cols * bandCount) {
-        return {};
-    }
-    std::vector<Eigen::MatrixXd> perBand(bandCount);
-    for (std::uint64_t b = 0; b < bandCount; ++b) {
-        Eigen::MatrixXd& pattern = perBand[b];
-        pattern.resize(static_cast<Eigen::Index>(rows), static_cast<Eigen::Index>(cols));
-        for (std::uint64_t r = 0; r < rows; ++r) {
-            for (std::uint64_t c = 0; c < cols; ++c) {
-                pattern(static_cast<Eigen::Index>(r), static_cast<Eigen::Index>(c)) =
-                    levels[(r * cols + c) * bandCount + b];
-            }
-        }
-        if (!pattern.allFinite()) {
-            return {};
-        }
-        if ((pattern.array() == pattern(0, 0)).all()) {
-            pattern = Eigen::MatrixXd::Constant(1, 1, pattern(0, 0));
-        }
-    }
-    return perBand;
-}
-
 void readDarkLevels(const Tags& tags, ExifInfo& exif) {
     exif.darkLevels = readBlackLevel(tags, exif.bandCount);
     if (!exif.darkLevels.empty()) {
@@ -334,6 +299,40 @@ void readIdentity(const Tags& tags, ExifInfo& exif) {
 }
 
 } // namespace
+
+std::vector<Eigen::MatrixXd> readBlackLevel(const Tags& tags, std::uint64_t bandCount) {
+    // Rows, columns, samples, the last running fastest.
+    const std::vector<double> levels = tags.exifNumbers("Exif.Image.BlackLevel");
+    std::vector<double> repeat = tags.exifNumbers("Exif.Image.BlackLevelRepeatDim");
+    if (repeat.size() != 2) {
+        repeat = {1.0, 1.0};
+    }
+    const std::uint64_t rows = asCount(repeat[0]);
+    const std::uint64_t cols = asCount(repeat[1]);
+    constexpr std::uint64_t kMaxRepeat = 64;
+    if (levels.empty() || rows == 0 || cols == 0 || rows > kMaxRepeat || cols > kMaxRepeat ||
+        levels.size() != rows * cols * bandCount) {
+        return {};
+    }
+    std::vector<Eigen::MatrixXd> perBand(bandCount);
+    for (std::uint64_t b = 0; b < bandCount; ++b) {
+        Eigen::MatrixXd& pattern = perBand[b];
+        pattern.resize(static_cast<Eigen::Index>(rows), static_cast<Eigen::Index>(cols));
+        for (std::uint64_t r = 0; r < rows; ++r) {
+            for (std::uint64_t c = 0; c < cols; ++c) {
+                pattern(static_cast<Eigen::Index>(r), static_cast<Eigen::Index>(c)) =
+                    levels[(r * cols + c) * bandCount + b];
+            }
+        }
+        if (!pattern.allFinite()) {
+            return {};
+        }
+        if ((pattern.array() == pattern(0, 0)).all()) {
+            pattern = Eigen::MatrixXd::Constant(1, 1, pattern(0, 0));
+        }
+    }
+    return perBand;
+}
 
 void readCommon(const TagFile& file, ImageMetadata& metadata) {
     const Tags& tags = file.tags;

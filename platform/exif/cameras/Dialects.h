@@ -4,6 +4,9 @@
 #include "platform/exif/Tags.h"
 #include "platform/exif/cameras/CaptureTime.h"
 
+#include <Eigen/Core>
+
+#include <cstdint>
 #include <vector>
 
 /// How camera makers state what ExifInfo holds. The common reading comes first; then the first
@@ -22,7 +25,12 @@ const std::vector<Dialect>& dialects();
 /// EXIF, and the tags of the Camera prefix that all makers share.
 void readCommon(const TagFile& file, ImageMetadata& metadata);
 
+/// The repeating pattern of TIFF's BlackLevel of each band; a pattern whose entries are all alike
+/// is one number. Empty when it is absent or malformed.
+std::vector<Eigen::MatrixXd> readBlackLevel(const Tags& tags, std::uint64_t bandCount);
+
 extern const Dialect kMicaSense;
+extern const Dialect kSequoia;
 extern const Dialect kAirinov;
 
 } // namespace tessik::exif
