@@ -31,6 +31,7 @@ std::vector<Eigen::MatrixXd> readBlackLevel(const Tags& tags, std::uint64_t band
 
 extern const Dialect kMicaSense;
 extern const Dialect kSequoia;
+extern const Dialect kDjiP4Multispectral;
 extern const Dialect kAirinov;
 
 } // namespace tessik::exif
