@@ -74,9 +74,8 @@ void initialiseOnce() {
     });
 }
 
-/// Two makers' name spaces under one prefix: the toolkit renames the second that it meets in a
-/// process to "Camera_1_". Which one that is depends on the order of files, so the addition is
-/// taken off.
+/// "Camera" for "Camera_1_": XMP toolkits rename the second name space that they meet under one
+/// prefix, so files rewritten by other programs hold such names.
 std::string plainPrefix(std::string prefix) {
     if (prefix.size() < 3 || prefix.back() != '_') {
         return prefix;
@@ -129,8 +128,8 @@ void collectXmp(const Exiv2::XmpData& data, Tags& tags) {
     }
 }
 
-/// To be done after a file was read and before a tag is set: the last file may have put its own name
-/// space under a prefix.
+/// To be done after a file was read and before a tag is set: the last file may have put its own
+/// name space under a prefix.
 void registerOwnNamespaces() {
     for (const char* prefix : {"Camera", "MicaSense", "DLS", "Tessik"}) {
         std::string name(prefix);

@@ -106,6 +106,8 @@ TEST(SequoiaIrradiance, aFaultGivesAReasonInsteadOfAReading) {
         rows[i] = value;
         return rows;
     };
+    std::vector<double> brokenRow = kCalibration;
+    brokenRow.push_back(4.0);
     const auto gain = [](std::uint16_t index) {
         return [index](Record& r) { r.gainIndex = index; };
     };
@@ -159,8 +161,8 @@ TEST(SequoiaIrradiance, aFaultGivesAReasonInsteadOfAReading) {
         {"no number of the lamp", list(alone(gain(2))), changed(10, NAN), kGain},
         {"no lamp time", list(alone(gain(2))), changed(9, 0.0), kGain},
         {"no reference", list(alone(gain(2))), changed(6, 65535.0), kGain},
-        {"two rows of one gain", list(alone(gain(2))), changed(12, 2.0), kGain},
-        {"broken row", list(alone(gain(2))), std::vector<double>(13, 2.0), kGain},
+        {"two rows of one gain", list(alone(gain(2))), changed(0, 2.0), kGain},
+        {"broken row", list(alone(gain(2))), brokenRow, kGain},
         {"no calibration", list(alone(gain(2))), {}, kGain}};
     for (const FaultCase& c : cases) {
         const SequoiaIrradiance read = decodeSequoiaIrradiance(c.text, c.calibration, 1.1);

@@ -12,14 +12,17 @@
 namespace tessik::exif {
 namespace {
 
-/// Bytes of a TIFF of one 16-bit pixel with an XMP packet whose prefix Camera stands for the URI.
-std::string tinyTiff(const std::string& uri, const std::string& bandName) {
+/// Bytes of a TIFF of one 16-bit pixel with an XMP packet whose prefix stands for the URI.
+std::string tinyTiff(const std::string& uri,
+                     const std::string& bandName,
+                     const std::string& prefix = "Camera") {
     const std::string packet = R"(<?xpacket begin="" id="W5M0MpCehiHzreSzNTczkc9d"?>)"
                                R"(<x:xmpmeta xmlns:x="adobe:ns:meta/"><rdf:RDF )"
                                R"(xmlns:rdf="http://www.w3.org/1999/02/22-rdf-syntax-ns#">)"
-                               R"(<rdf:Description rdf:about="" xmlns:Camera=")" +
-                               uri + "\"><Camera:BandName>" + bandName +
-                               "</Camera:BandName></rdf:Description></rdf:RDF></x:xmpmeta>"
+                               R"(<rdf:Description rdf:about="" xmlns:)" +
+                               prefix + "=\"" + uri + "\"><" + prefix + ":BandName>" + bandName +
+                               "</" + prefix +
+                               ":BandName></rdf:Description></rdf:RDF></x:xmpmeta>"
                                R"(<?xpacket end="w"?>)";
     std::string bytes = {'I', 'I', 42, 0, 10, 0, 0, 0, 1, 2};
     const auto number = [&bytes](std::size_t value, int size) {
@@ -71,6 +74,19 @@ TEST(TagFile, onePrefixOfSeveralNameSpacesIsReadInAnyOrder) {
     const std::vector<std::string> paths = filesOfManyMakers(folder);
     for (const std::size_t i : {0, 1, 2, 1, 0, 2, 0}) {
         EXPECT_TRUE(readsItsBand(paths[i])) << kUris[i];
+    }
+}
+
+TEST(TagFile, aPrefixThatAnotherProgramRenamedKeepsItsMeaning) {
+    const test::TemporaryFolder folder;
+    for (const char* prefix : {"DLS", "DLS_1_", "DLS_12_"}) {
+        const std::string path = folder.file(prefix);
+        // The toolkit remembers the first prefix of a URI, so each has one of its own.
+        const std::string uri = std::string("http://c.example/") + prefix + "/";
+        std::ofstream(path, std::ios::binary) << tinyTiff(uri, "Red", prefix);
+        const Tags tags = readTags(path).tags;
+        EXPECT_EQ(tags.xmpText("DLS", "BandName"), "Red") << prefix;
+        EXPECT_EQ(tags.xmpText("Camera", "BandName"), "") << prefix; // what it is not
     }
 }
 

@@ -52,9 +52,10 @@ Record readRecord(const char* bytes, const Layout& layout) {
         record.gainIndex = qFromLittleEndian<quint16>(bytes + 12);
         record.integrationSeconds = 1e-3 * qFromLittleEndian<quint16>(bytes + 14);
     }
-    const char* angles = bytes + layout.size - 12;
-    for (int i = 0; i < 3; ++i) {
-        record.yawPitchRoll(i) = static_cast<double>(qFromLittleEndian<float>(angles + 4 * i));
+    const char* angle = bytes + layout.size - 12;
+    for (double& degrees : record.yawPitchRoll) {
+        degrees = static_cast<double>(qFromLittleEndian<float>(angle));
+        angle += 4;
     }
     return record;
 }
