@@ -183,6 +183,19 @@ TEST(CommonTags, aBandWithoutAWidthKeepsItsWavelength) {
     EXPECT_EQ(exif.bands, (bands_t{{660.0, 0.0}, {790.0, 0.0}}));
 }
 
+TEST(CommonTags, aWildNumberOfBandsAllocatesNothing) {
+    const ExifInfo exif = interpret(tagFile({{"Exif.Image.SamplesPerPixel", {"4294967295"}},
+                                             {"Xmp.Camera.BandName", {"Red"}},
+                                             {"Xmp.Camera.CentralWavelength", {"660"}},
+                                             {"Xmp.Camera.InvalidPixel", {"1,2"}},
+                                             {"Xmp.Camera.ColorTransform", {"1"}},
+                                             {"Xmp.Camera.BlackCurrent", {"1"}},
+                                             {"Exif.Image.BlackLevel", {"1"}}}))
+                              .exif;
+    EXPECT_TRUE(exif.bands.empty() && exif.bandNames.empty() && exif.badPixels.empty());
+    EXPECT_TRUE(exif.darkLevels.empty() && exif.colorConversionMatrix.size() == 0);
+}
+
 struct LevelledCase {
     const char* what;
     TagList tags;

@@ -129,13 +129,11 @@ void readBands(const Tags& tags, ExifInfo& exif) {
         }
     }
     const std::vector<double> centres = tags.xmpNumbers("Camera", "CentralWavelength");
-    std::vector<double> widths = tags.xmpNumbers("Camera", "WavelengthFWHM");
-    if (widths.size() != exif.bandCount || !areFinite(widths)) {
-        widths.assign(exif.bandCount, 0.0);
-    }
+    const std::vector<double> widths = tags.xmpNumbers("Camera", "WavelengthFWHM");
+    const bool hasWidths = widths.size() == exif.bandCount && areFinite(widths);
     if (centres.size() == exif.bandCount && areFinite(centres)) {
         for (std::size_t b = 0; b < centres.size(); ++b) {
-            exif.bands.push_back({centres[b], widths[b]});
+            exif.bands.push_back({centres[b], hasWidths ? widths[b] : 0.0});
         }
     }
 }
@@ -223,14 +221,14 @@ void readVignetting2D(const Tags& tags, ImageMetadata& metadata) {
 /// Row-major, bands x bands.
 void readColorMatrix(const Tags& tags, ImageMetadata& metadata) {
     const std::vector<double> values = tags.xmpNumbers("Camera", "ColorTransform");
-    const auto bands = static_cast<Eigen::Index>(metadata.exif.bandCount);
     if (values.empty() && !isUnreadable(tags, "ColorTransform", values)) {
         return;
     }
-    if (static_cast<Eigen::Index>(values.size()) != bands * bands || !areFinite(values)) {
+    if (values.size() != metadata.exif.bandCount * metadata.exif.bandCount || !areFinite(values)) {
         metadata.warnings.emplace_back("ColorTransform is not a bands x bands matrix; not used");
         return;
     }
+    const auto bands = static_cast<Eigen::Index>(metadata.exif.bandCount);
     using RowMajor = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>;
     metadata.exif.colorConversionMatrix = Eigen::Map<const RowMajor>(values.data(), bands, bands);
 }
