@@ -1,8 +1,10 @@
 #include "platform/exif/ExifReader.h"
 
+#include "platform/exif/cameras/CaptureTime.h"
 #include "platform/exif/cameras/Dialects.h"
 #include "platform/text/Text.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace tessik::exif {
@@ -27,19 +29,23 @@ QString joined(const std::vector<QString>& names) {
 
 } // namespace
 
-ImageMetadata readMetadata(const std::string& path) {
-    return interpret(readTags(path));
+ImageMetadata readMetadata(const std::string& path, const ReadOptions& options) {
+    return interpret(readTags(path), options);
 }
 
-ImageMetadata interpret(const TagFile& file) {
+ImageMetadata interpret(const TagFile& file, const ReadOptions& options) {
+    const std::vector<Dialect>& known = dialects();
+    const auto dialect = std::find_if(known.begin(), known.end(), [&](const Dialect& candidate) {
+        return candidate.matches(file.tags);
+    });
     ImageMetadata metadata;
     metadata.warnings = file.warnings;
     readCommon(file, metadata);
-    for (const Dialect& dialect : dialects()) {
-        if (dialect.matches(file.tags)) {
-            dialect.read(file.tags, metadata);
-            break;
-        }
+    readCaptureTime(
+        file.tags, dialect == known.end() ? Clock::Local : dialect->clock, options, metadata);
+    // What a corrected image keeps of the maker's tags no longer describes its pixels.
+    if (dialect != known.end() && !metadata.exif.isNormalized) {
+        dialect->read(file.tags, metadata);
     }
     return metadata;
 }

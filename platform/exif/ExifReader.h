@@ -7,6 +7,7 @@
 #include "platform/export.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,15 +17,26 @@ namespace tessik::exif {
 struct ImageMetadata {
     ExifInfo exif;
     GeoData geo;
-    /// What could not be understood, a line each; the fields concerned are absent.
+    /// What could not be understood, or had to be guessed, a line each. The texts hold no numbers
+    /// of the image, so that a flight repeats few of them.
     std::vector<std::string> warnings;
 };
 
+/// What the user knows and the files do not say.
+struct ReadOptions {
+    /// Local time minus UTC, hours, of cameras that write local time without a zone; absent = it is
+    /// estimated from the longitude, with a warning. Cameras that write UTC, and files that state
+    /// their zone, do not need it.
+    std::optional<double> utcOffsetHours;
+};
+
 /// Reads and interprets the metadata of a TIFF or JPEG file. Thread safe. @throws Error
-TESSIK_PLATFORM_EXPORT ImageMetadata readMetadata(const std::string& path);
+TESSIK_PLATFORM_EXPORT ImageMetadata readMetadata(const std::string& path,
+                                                  const ReadOptions& options = {});
 
 /// Interprets tags that are already read.
-TESSIK_PLATFORM_EXPORT ImageMetadata interpret(const TagFile& file);
+TESSIK_PLATFORM_EXPORT ImageMetadata interpret(const TagFile& file,
+                                               const ReadOptions& options = {});
 
 /// Identifier of the camera that took an image: a hash of maker, model, serial number, place in the
 /// rig, bands and image size; the same on every machine. Every band file of a rig is a camera.

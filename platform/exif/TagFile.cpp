@@ -23,12 +23,12 @@ constexpr long kMaxComponents = 256;
 thread_local std::vector<std::string>* currentWarnings = nullptr;
 
 void handleMessage(int level, const char* message) {
-    if (currentWarnings == nullptr || level < Exiv2::LogMsg::warn) {
-        return;
-    }
     std::string text(message);
-    if (text.rfind("Updating namespace URI", 0) == 0) {
-        return; // makers' name spaces differ under one prefix; see plainPrefix
+    // Warnings speak of directory entries that nobody asks for; that XMP is lost concerns the user.
+    const bool isOfInterest =
+        level >= Exiv2::LogMsg::error || text.rfind("Failed to decode XMP", 0) == 0;
+    if (currentWarnings == nullptr || !isOfInterest) {
+        return;
     }
     while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back())) != 0) {
         text.pop_back();
@@ -47,6 +47,15 @@ public:
     WarningScope& operator=(const WarningScope&) = delete;
     ~WarningScope() { currentWarnings = nullptr; }
 };
+
+/// Held while a file's metadata is decoded or encoded. Exiv2 has one table of name spaces a
+/// process, and one prefix in it stands for one URI: a file whose maker uses another URI under the
+/// same prefix replaces the entry that a file read at the same time still needs, and that one then
+/// fails as a whole. The lock that the toolkit itself asks for does not cover the table.
+std::mutex& exiv2Mutex() {
+    static std::mutex mutex;
+    return mutex;
+}
 
 /// The XMP toolkit inside Exiv2 keeps global tables; it asks for a lock to guard them.
 void lockXmp(void* mutex, bool lock) {
@@ -68,9 +77,8 @@ void initialiseOnce() {
     });
 }
 
-/// Two makers' name spaces under one prefix: the toolkit renames the second that it meets in a
-/// process to "Camera_1_". Which one that is depends on the order of files, so the addition is
-/// taken off.
+/// "Camera" for "Camera_1_": XMP toolkits rename the second name space that they meet under one
+/// prefix, so files rewritten by other programs hold such names.
 std::string plainPrefix(std::string prefix) {
     if (prefix.size() < 3 || prefix.back() != '_') {
         return prefix;
@@ -134,13 +142,12 @@ std::string ownNamespace(const std::string& prefix) {
     return "urn:tessik:xmp:" + name + ":1.0/";
 }
 
+/// To be done after a file was read and before a tag is set: the last file may have put its own
+/// name space under a prefix.
 void registerOwnNamespaces() {
-    static std::once_flag done;
-    std::call_once(done, [] {
-        for (const char* prefix : {"Camera", "MicaSense", "DLS", "Tessik"}) {
-            Exiv2::XmpProperties::registerNs(ownNamespace(prefix), prefix);
-        }
-    });
+    for (const char* prefix : {"Camera", "MicaSense", "DLS", "Tessik"}) {
+        Exiv2::XmpProperties::registerNs(ownNamespace(prefix), prefix);
+    }
 }
 
 /// Exiv2 itself stores a text that is not of the tag's type as a value without components.
@@ -305,7 +312,10 @@ TagFile readTags(const std::string& path) {
     const WarningScope scope(file.warnings);
     try {
         const Exiv2::Image::AutoPtr image = Exiv2::ImageFactory::open(path);
-        image->readMetadata();
+        {
+            const std::lock_guard lock(exiv2Mutex());
+            image->readMetadata();
+        }
         collectExif(image->exifData(), file.tags);
         collectXmp(image->xmpData(), file.tags);
         file.pixelWidth = static_cast<std::uint64_t>(std::max(0, image->pixelWidth()));
@@ -319,12 +329,13 @@ TagFile readTags(const std::string& path) {
 
 void writeTags(const std::string& path, const std::vector<NewTag>& tags) {
     initialiseOnce();
-    registerOwnNamespaces();
     std::vector<std::string> warnings;
     const WarningScope scope(warnings);
     try {
         const Exiv2::Image::AutoPtr image = Exiv2::ImageFactory::open(path);
+        const std::lock_guard lock(exiv2Mutex());
         image->readMetadata();
+        registerOwnNamespaces();
         for (const NewTag& tag : tags) {
             setTag(*image, tag);
         }
@@ -342,9 +353,12 @@ void copyDescription(const std::string& sourcePath,
     const WarningScope scope(warnings);
     try {
         const Exiv2::Image::AutoPtr source = Exiv2::ImageFactory::open(sourcePath);
-        source->readMetadata();
         const Exiv2::Image::AutoPtr target = Exiv2::ImageFactory::open(targetPath);
-        target->readMetadata();
+        {
+            const std::lock_guard lock(exiv2Mutex());
+            source->readMetadata();
+            target->readMetadata();
+        }
         for (const Exiv2::Exifdatum& datum : source->exifData()) {
             if (describesTheCapture(datum)) {
                 target->exifData().add(datum);

@@ -13,6 +13,6 @@ void read(const Tags& /*tags*/, ImageMetadata& metadata) {
 
 } // namespace
 
-const Dialect kAirinov = {&matches, &read};
+const Dialect kAirinov = {&matches, &read, Clock::Local};
 
 } // namespace tessik::exif

@@ -1,92 +1,37 @@
 #include "platform/exif/cameras/Dialects.h"
 
+#include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <limits>
 
 namespace tessik::exif {
 namespace {
 
-/// Days from 1970-01-01 to a date of the Gregorian calendar.
-/// Source: H. Hinnant, chrono-compatible low-level date algorithms, days_from_civil.
-std::int64_t daysFromCivil(std::int64_t year, int month, int day) {
-    year -= month <= 2 ? 1 : 0;
-    const std::int64_t era = (year >= 0 ? year : year - 399) / 400;
-    const std::int64_t yearOfEra = year - era * 400;
-    const std::int64_t dayOfYear = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
-    const std::int64_t dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
-    return era * 146097 + dayOfEra - 719468;
+bool isBlank(const Tags::Value& texts) {
+    return std::all_of(texts.begin(), texts.end(), [](const std::string& text) {
+        return text.find_first_not_of(" ,\t\r\n") == std::string::npos;
+    });
 }
 
-/// "2017:10:19 20:42:10" as seconds since 1970-01-01 of the clock that wrote it.
-std::optional<double> parseDateTime(const std::string& text) {
-    int year = 0;
-    int month = 0;
-    int day = 0;
-    int hour = 0;
-    int minute = 0;
-    int second = 0;
-    int used = 0;
-    if (std::sscanf(text.c_str(), // NOLINT(cert-err34-c): the ranges are checked below
-                    "%4d%*1[:-]%2d%*1[:-]%2d%*1[ T]%2d:%2d:%2d%n",
-                    &year,
-                    &month,
-                    &day,
-                    &hour,
-                    &minute,
-                    &second,
-                    &used) != 6 ||
-        used == 0) {
-        return std::nullopt;
-    }
-    if (year < 1 || month < 1 || month > 12 || day < 1 || day > 31 || hour < 0 || hour > 23 ||
-        minute < 0 || minute > 59 || second < 0 || second > 60) {
-        return std::nullopt;
-    }
-    return static_cast<double>(((daysFromCivil(year, month, day) * 24 + hour) * 60 + minute) * 60 +
-                               second);
+bool areFinite(const std::vector<double>& values) {
+    return std::all_of(
+        values.begin(), values.end(), [](double value) { return std::isfinite(value); });
 }
 
-/// Digits of a fraction of a second, with a sign on some firmware: "200159" is 0.200159 s,
-/// "-182458" is -0.182458 s.
-double parseSubSeconds(const std::string& text) {
-    const bool negative = !text.empty() && text.front() == '-';
-    const auto fraction = parseNumber("0." + text.substr(negative ? 1 : 0));
-    return fraction ? (negative ? -*fraction : *fraction) : 0.0;
-}
-
-/// "+02:00" in seconds.
-std::optional<double> parseUtcOffset(const std::string& text) {
-    if (text.size() != 6 || (text[0] != '+' && text[0] != '-') || text[3] != ':') {
-        return std::nullopt;
-    }
-    const auto hours = parseNumber(text.substr(1, 2));
-    const auto minutes = parseNumber(text.substr(4, 2));
-    if (!hours || !minutes) {
-        return std::nullopt;
-    }
-    return (text[0] == '-' ? -1.0 : 1.0) * (*hours * 3600.0 + *minutes * 60.0);
-}
-
-void readTime(const Tags& tags, GeoData& geo) {
-    const auto seconds = parseDateTime(tags.exifText("Exif.Photo.DateTimeOriginal"));
-    if (!seconds) {
-        return;
-    }
-    std::string fraction = tags.exifText("Exif.Photo.SubSecTimeOriginal");
-    if (fraction.empty()) {
-        fraction = tags.exifText("Exif.Photo.SubSecTime");
-    }
-    const double offset =
-        parseUtcOffset(tags.exifText("Exif.Photo.OffsetTimeOriginal")).value_or(0.0);
-    geo.captureTime = *seconds + parseSubSeconds(fraction) - offset;
+/// A tag that is there, and says something, but not in the form that is asked for.
+bool isUnreadable(const Tags& tags, const std::string& name, const std::vector<double>& read) {
+    const Tags::Value* texts = tags.xmp("Camera", name);
+    return texts != nullptr && read.empty() && !isBlank(*texts);
 }
 
 /// Degrees, minutes, seconds; NaN where it is not stated.
-double readAngle(const Tags& tags, const std::string& key, char negative) {
+double readAngle(const Tags& tags, const std::string& key, char positive, char negative) {
     const std::vector<double> parts = tags.exifNumbers("Exif.GPSInfo." + key);
     const std::string reference = tags.exifText("Exif.GPSInfo." + key + "Ref");
-    if (parts.size() != 3 || reference.empty()) {
+    const bool isKnown =
+        reference == std::string(1, positive) || reference == std::string(1, negative);
+    if (parts.size() != 3 || !isKnown ||
+        !std::all_of(parts.begin(), parts.end(), [](double part) { return part >= 0.0; })) {
         return std::numeric_limits<double>::quiet_NaN();
     }
     const double degrees = parts[0] + parts[1] / 60.0 + parts[2] / 3600.0;
@@ -97,8 +42,8 @@ void readPosition(const Tags& tags, GeoData& geo) {
     if (tags.exifText("Exif.GPSInfo.GPSStatus") == "V") {
         return; // the receiver had no fix
     }
-    const double latitude = readAngle(tags, "GPSLatitude", 'S');
-    const double longitude = readAngle(tags, "GPSLongitude", 'W');
+    const double latitude = readAngle(tags, "GPSLatitude", 'N', 'S');
+    const double longitude = readAngle(tags, "GPSLongitude", 'E', 'W');
     if (!(std::abs(latitude) <= 90.0) || !(std::abs(longitude) <= 180.0)) {
         return;
     }
@@ -185,46 +130,12 @@ void readBands(const Tags& tags, ExifInfo& exif) {
     }
     const std::vector<double> centres = tags.xmpNumbers("Camera", "CentralWavelength");
     const std::vector<double> widths = tags.xmpNumbers("Camera", "WavelengthFWHM");
-    if (centres.size() == exif.bandCount && widths.size() == exif.bandCount) {
+    const bool hasWidths = widths.size() == exif.bandCount && areFinite(widths);
+    if (centres.size() == exif.bandCount && areFinite(centres)) {
         for (std::size_t b = 0; b < centres.size(); ++b) {
-            exif.bands.push_back({centres[b], widths[b]});
+            exif.bands.push_back({centres[b], hasWidths ? widths[b] : 0.0});
         }
     }
-}
-
-/// The repeating pattern of TIFF's BlackLevel: rows, columns, samples, the last running fastest. A
-/// pattern whose entries are all alike is one number.
-std::vector<Eigen::MatrixXd> readBlackLevel(const Tags& tags, std::uint64_t bandCount) {
-    const std::vector<double> levels = tags.exifNumbers("Exif.Image.BlackLevel");
-    std::vector<double> repeat = tags.exifNumbers("Exif.Image.BlackLevelRepeatDim");
-    if (repeat.size() != 2) {
-        repeat = {1.0, 1.0};
-    }
-    const std::uint64_t rows = asCount(repeat[0]);
-    const std::uint64_t cols = asCount(repeat[1]);
-    constexpr std::uint64_t kMaxRepeat = 64;
-    if (levels.empty() || rows == 0 || cols == 0 || rows > kMaxRepeat || cols > kMaxRepeat ||
-        levels.size() != rows * cols * bandCount) {
-        return {};
-    }
-    std::vector<Eigen::MatrixXd> perBand(bandCount);
-    for (std::uint64_t b = 0; b < bandCount; ++b) {
-        Eigen::MatrixXd& pattern = perBand[b];
-        pattern.resize(static_cast<Eigen::Index>(rows), static_cast<Eigen::Index>(cols));
-        for (std::uint64_t r = 0; r < rows; ++r) {
-            for (std::uint64_t c = 0; c < cols; ++c) {
-                pattern(static_cast<Eigen::Index>(r), static_cast<Eigen::Index>(c)) =
-                    levels[(r * cols + c) * bandCount + b];
-            }
-        }
-        if (!pattern.allFinite()) {
-            return {};
-        }
-        if ((pattern.array() == pattern(0, 0)).all()) {
-            pattern = Eigen::MatrixXd::Constant(1, 1, pattern(0, 0));
-        }
-    }
-    return perBand;
 }
 
 void readDarkLevels(const Tags& tags, ExifInfo& exif) {
@@ -233,7 +144,7 @@ void readDarkLevels(const Tags& tags, ExifInfo& exif) {
         return;
     }
     const std::vector<double> levels = tags.xmpNumbers("Camera", "BlackCurrent");
-    if (levels.size() == exif.bandCount) {
+    if (levels.size() == exif.bandCount && areFinite(levels)) {
         for (const double level : levels) {
             exif.darkLevels.push_back(Eigen::MatrixXd::Constant(1, 1, level));
         }
@@ -262,8 +173,7 @@ void readBadPixels(const Tags& tags, ImageMetadata& metadata) {
     for (const Tags::Value& texts : perBand) {
         auto& list = exif.badPixels.emplace_back();
         const std::vector<double> numbers = parseNumbers(texts);
-        if (numbers.size() % 2 != 0 ||
-            (numbers.empty() && texts != Tags::Value{""} && !texts.empty())) {
+        if (numbers.size() % 2 != 0 || (numbers.empty() && !isBlank(texts))) {
             metadata.warnings.emplace_back("InvalidPixel does not hold pairs of numbers; not used");
             exif.badPixels.clear();
             return;
@@ -282,13 +192,13 @@ void readBadPixels(const Tags& tags, ImageMetadata& metadata) {
 void readVignetting2D(const Tags& tags, ImageMetadata& metadata) {
     const std::vector<double> powers = tags.xmpNumbers("Camera", "VignettingPolynomial2DName");
     const std::vector<double> values = tags.xmpNumbers("Camera", "VignettingPolynomial2D");
-    if (values.empty()) {
+    if (values.empty() && !isUnreadable(tags, "VignettingPolynomial2D", values)) {
         return;
     }
     constexpr double kMaxPower = 32.0;
     Eigen::Index rows = 0;
     Eigen::Index cols = 0;
-    bool isValid = powers.size() == 2 * values.size();
+    bool isValid = !values.empty() && areFinite(values) && powers.size() == 2 * values.size();
     for (std::size_t i = 0; isValid && i < powers.size(); ++i) {
         isValid = powers[i] >= 0.0 && powers[i] <= kMaxPower && powers[i] == std::floor(powers[i]);
         Eigen::Index& size = i % 2 == 0 ? rows : cols;
@@ -296,7 +206,7 @@ void readVignetting2D(const Tags& tags, ImageMetadata& metadata) {
     }
     if (!isValid) {
         metadata.warnings.emplace_back(
-            "VignettingPolynomial2D and its powers do not fit each other; not used");
+            "VignettingPolynomial2D and its powers are no polynomial; not used");
         return;
     }
     VignettingData& vignetting = metadata.exif.vignetting;
@@ -311,21 +221,21 @@ void readVignetting2D(const Tags& tags, ImageMetadata& metadata) {
 /// Row-major, bands x bands.
 void readColorMatrix(const Tags& tags, ImageMetadata& metadata) {
     const std::vector<double> values = tags.xmpNumbers("Camera", "ColorTransform");
-    const auto bands = static_cast<Eigen::Index>(metadata.exif.bandCount);
-    if (values.empty()) {
+    if (values.empty() && !isUnreadable(tags, "ColorTransform", values)) {
         return;
     }
-    if (static_cast<Eigen::Index>(values.size()) != bands * bands) {
+    if (values.size() != metadata.exif.bandCount * metadata.exif.bandCount || !areFinite(values)) {
         metadata.warnings.emplace_back("ColorTransform is not a bands x bands matrix; not used");
         return;
     }
+    const auto bands = static_cast<Eigen::Index>(metadata.exif.bandCount);
     using RowMajor = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>;
     metadata.exif.colorConversionMatrix = Eigen::Map<const RowMajor>(values.data(), bands, bands);
 }
 
 void readGamma(const Tags& tags, ExifInfo& exif) {
     const std::vector<double> values = tags.xmpNumbers("Camera", "Gamma");
-    if (values.empty() || values.size() != 3 * exif.bandCount) {
+    if (values.empty() || values.size() != 3 * exif.bandCount || !areFinite(values)) {
         return;
     }
     for (std::size_t b = 0; b < exif.bandCount; ++b) {
@@ -388,6 +298,40 @@ void readIdentity(const Tags& tags, ExifInfo& exif) {
 
 } // namespace
 
+std::vector<Eigen::MatrixXd> readBlackLevel(const Tags& tags, std::uint64_t bandCount) {
+    // Rows, columns, samples, the last running fastest.
+    const std::vector<double> levels = tags.exifNumbers("Exif.Image.BlackLevel");
+    std::vector<double> repeat = tags.exifNumbers("Exif.Image.BlackLevelRepeatDim");
+    if (repeat.size() != 2) {
+        repeat = {1.0, 1.0};
+    }
+    const std::uint64_t rows = asCount(repeat[0]);
+    const std::uint64_t cols = asCount(repeat[1]);
+    constexpr std::uint64_t kMaxRepeat = 64;
+    if (levels.empty() || rows == 0 || cols == 0 || rows > kMaxRepeat || cols > kMaxRepeat ||
+        levels.size() != rows * cols * bandCount) {
+        return {};
+    }
+    std::vector<Eigen::MatrixXd> perBand(bandCount);
+    for (std::uint64_t b = 0; b < bandCount; ++b) {
+        Eigen::MatrixXd& pattern = perBand[b];
+        pattern.resize(static_cast<Eigen::Index>(rows), static_cast<Eigen::Index>(cols));
+        for (std::uint64_t r = 0; r < rows; ++r) {
+            for (std::uint64_t c = 0; c < cols; ++c) {
+                pattern(static_cast<Eigen::Index>(r), static_cast<Eigen::Index>(c)) =
+                    levels[(r * cols + c) * bandCount + b];
+            }
+        }
+        if (!pattern.allFinite()) {
+            return {};
+        }
+        if ((pattern.array() == pattern(0, 0)).all()) {
+            pattern = Eigen::MatrixXd::Constant(1, 1, pattern(0, 0));
+        }
+    }
+    return perBand;
+}
+
 void readCommon(const TagFile& file, ImageMetadata& metadata) {
     const Tags& tags = file.tags;
     ExifInfo& exif = metadata.exif;
@@ -409,7 +353,6 @@ void readCommon(const TagFile& file, ImageMetadata& metadata) {
         exif.isNormalized = true;
         exif.radiometricIndicator = 0;
     }
-    readTime(tags, metadata.geo);
     readPosition(tags, metadata.geo);
 }
 

@@ -3,7 +3,7 @@
 namespace tessik::exif {
 
 const std::vector<Dialect>& dialects() {
-    static const std::vector<Dialect> table = {kMicaSense, kAirinov};
+    static const std::vector<Dialect> table = {kMicaSense, kSequoia, kDjiP4Multispectral, kAirinov};
     return table;
 }
 

@@ -2,7 +2,11 @@
 
 #include "platform/exif/ExifReader.h"
 #include "platform/exif/Tags.h"
+#include "platform/exif/cameras/CaptureTime.h"
 
+#include <Eigen/Core>
+
+#include <cstdint>
 #include <vector>
 
 /// How camera makers state what ExifInfo holds. The common reading comes first; then the first
@@ -13,6 +17,7 @@ namespace tessik::exif {
 struct Dialect {
     bool (*matches)(const Tags& tags);
     void (*read)(const Tags& tags, ImageMetadata& metadata);
+    Clock clock;
 };
 
 const std::vector<Dialect>& dialects();
@@ -20,7 +25,13 @@ const std::vector<Dialect>& dialects();
 /// EXIF, and the tags of the Camera prefix that all makers share.
 void readCommon(const TagFile& file, ImageMetadata& metadata);
 
+/// The repeating pattern of TIFF's BlackLevel of each band; a pattern whose entries are all alike
+/// is one number. Empty when it is absent or malformed.
+std::vector<Eigen::MatrixXd> readBlackLevel(const Tags& tags, std::uint64_t bandCount);
+
 extern const Dialect kMicaSense;
+extern const Dialect kSequoia;
+extern const Dialect kDjiP4Multispectral;
 extern const Dialect kAirinov;
 
 } // namespace tessik::exif

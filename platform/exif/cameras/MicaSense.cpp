@@ -37,14 +37,14 @@ void readVignetting(const Tags& tags, ExifInfo& exif) {
 /// The second-generation light sensor states irradiance on a level surface; its pose is already in
 /// it.
 void readLevelledIrradiance(const Tags& tags, ExifInfo& exif) {
-    const auto horizontal = tags.xmpNumber("DLS", "HorizontalIrradiance");
-    if (!horizontal || !std::isfinite(*horizontal) || *horizontal <= 0.0) {
+    constexpr double kMicrowattPerCm2 = 0.01; // in W/m2
+    const double irradiance =
+        tags.xmpNumber("DLS", "HorizontalIrradiance").value_or(0.0) *
+        tags.xmpNumber("DLS", "IrradianceScaleToSIUnits").value_or(kMicrowattPerCm2);
+    if (!std::isfinite(irradiance) || irradiance <= 0.0) {
         return;
     }
-    constexpr double kMicrowattPerCm2 = 0.01; // in W/m2
-    const double scale =
-        tags.xmpNumber("DLS", "IrradianceScaleToSIUnits").value_or(kMicrowattPerCm2);
-    exif.sunIrradiance = {*horizontal * scale};
+    exif.sunIrradiance = {irradiance};
     exif.sunSensorYawPitchRoll.reset();
 }
 
@@ -64,6 +64,6 @@ void read(const Tags& tags, ImageMetadata& metadata) {
 
 } // namespace
 
-const Dialect kMicaSense = {&matches, &read};
+const Dialect kMicaSense = {&matches, &read, Clock::Utc};
 
 } // namespace tessik::exif

@@ -1,0 +1,137 @@
+#include "platform/exif/cameras/CaptureTime.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+
+namespace tessik::exif {
+namespace {
+
+constexpr double kSecondsPerHour = 3600.0;
+
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+/// Days from 1970-01-01 to a date of the Gregorian calendar.
+/// Source: H. Hinnant, chrono-compatible low-level date algorithms, days_from_civil.
+std::int64_t daysFromCivil(std::int64_t year, int month, int day) {
+    year -= month <= 2 ? 1 : 0;
+    const std::int64_t era = (year >= 0 ? year : year - 399) / 400;
+    const std::int64_t yearOfEra = year - era * 400;
+    const std::int64_t dayOfYear = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
+    const std::int64_t dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
+    return era * 146097 + dayOfEra - 719468;
+}
+
+/// "2017:10:19 20:42:10" as seconds since 1970-01-01 of the clock that wrote it.
+std::optional<double> parseDateTime(const std::string& text) {
+    int year = 0;
+    int month = 0;
+    int day = 0;
+    int hour = 0;
+    int minute = 0;
+    int second = 0;
+    int used = 0;
+    if (std::sscanf(text.c_str(), // NOLINT(cert-err34-c): the ranges are checked below
+                    "%4d%*1[:-]%2d%*1[:-]%2d%*1[ T]%2d:%2d:%2d%n",
+                    &year,
+                    &month,
+                    &day,
+                    &hour,
+                    &minute,
+                    &second,
+                    &used) != 6 ||
+        used == 0) {
+        return std::nullopt;
+    }
+    if (year < 1 || month < 1 || month > 12 || day < 1 || day > 31 || hour < 0 || hour > 23 ||
+        minute < 0 || minute > 59 || second < 0 || second > 60) {
+        return std::nullopt;
+    }
+    return static_cast<double>(((daysFromCivil(year, month, day) * 24 + hour) * 60 + minute) * 60 +
+                               second);
+}
+
+/// Digits of a fraction of a second, with a sign on some firmware: "200159" is 0.200159 s,
+/// "-182458" is -0.182458 s. Anything else is no fraction.
+double parseSubSeconds(const std::string& text) {
+    const bool isNegative = !text.empty() && text.front() == '-';
+    const std::string digits = text.substr(isNegative ? 1 : 0);
+    if (!std::all_of(digits.begin(), digits.end(), isDigit)) {
+        return 0.0;
+    }
+    const double fraction = parseNumber("0." + digits).value_or(0.0);
+    return isNegative ? -fraction : fraction;
+}
+
+/// "+02:00" in seconds.
+std::optional<double> parseUtcOffset(const std::string& text) {
+    if (text.size() != 6 || (text[0] != '+' && text[0] != '-') || text[3] != ':') {
+        return std::nullopt;
+    }
+    if (!isDigit(text[1]) || !isDigit(text[2]) || !isDigit(text[4]) || !isDigit(text[5])) {
+        return std::nullopt;
+    }
+    const int hours = 10 * (text[1] - '0') + text[2] - '0';
+    const int minutes = 10 * (text[4] - '0') + text[5] - '0';
+    constexpr int kMaxHours = 14; // Kiribati
+    if (hours > kMaxHours || minutes > 59) {
+        return std::nullopt;
+    }
+    return (text[0] == '-' ? -1.0 : 1.0) * (hours * kSecondsPerHour + minutes * 60.0);
+}
+
+/// Seconds that the camera's clock is ahead of UTC.
+double
+clockOffset(const Tags& tags, Clock clock, const ReadOptions& options, ImageMetadata& metadata) {
+    const auto stated = parseUtcOffset(tags.exifText("Exif.Photo.OffsetTimeOriginal"));
+    if (stated || clock == Clock::Utc) {
+        return stated.value_or(0.0);
+    }
+    if (options.utcOffsetHours) {
+        return *options.utcOffsetHours * kSecondsPerHour;
+    }
+    if (!metadata.geo.position) {
+        metadata.warnings.emplace_back("The capture time is local time without a time zone, and "
+                                       "there is no position to estimate one from: taken as UTC");
+        return 0.0;
+    }
+    metadata.warnings.emplace_back("The capture time is local time without a time zone: the offset "
+                                   "to UTC is estimated from the longitude, in whole hours");
+    constexpr double kDegreesPerHour = 15.0;
+    return std::round(metadata.geo.position->longitude / kDegreesPerHour) * kSecondsPerHour;
+}
+
+} // namespace
+
+std::optional<double>
+readClock(const Tags& tags, const std::string& dateKey, const std::string& fractionKey) {
+    const auto seconds = parseDateTime(tags.exifText(dateKey));
+    return seconds ? std::optional(*seconds + parseSubSeconds(tags.exifText(fractionKey)))
+                   : std::nullopt;
+}
+
+void readCaptureTime(const Tags& tags,
+                     Clock clock,
+                     const ReadOptions& options,
+                     ImageMetadata& metadata) {
+    const bool hasOwnFraction = !tags.exifText("Exif.Photo.SubSecTimeOriginal").empty();
+    const auto seconds =
+        readClock(tags,
+                  "Exif.Photo.DateTimeOriginal",
+                  hasOwnFraction ? "Exif.Photo.SubSecTimeOriginal" : "Exif.Photo.SubSecTime");
+    if (!seconds) {
+        return;
+    }
+    // A clock that nobody has set counts from 1970 or 1980: time since the start, not a date.
+    constexpr double kOldestSeconds = 20.0 * 365.0 * 24.0 * kSecondsPerHour;
+    if (*seconds < kOldestSeconds) {
+        metadata.warnings.emplace_back("The camera's clock was not set: no capture time");
+        return;
+    }
+    metadata.geo.captureTime = *seconds - clockOffset(tags, clock, options, metadata);
+}
+
+} // namespace tessik::exif
