@@ -58,7 +58,7 @@ public:
 
     /// An ISO below 1 is warned of and used as it is.
     /// @throws std::bad_optional_access when the metadata state no sensor temperature
-    BandImage map() const override;
+    [[nodiscard]] BandImage map() const override;
     void print(std::ostream& os) const override;
 
 private:
