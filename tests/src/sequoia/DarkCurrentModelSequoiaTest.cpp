@@ -50,7 +50,7 @@ TEST(DarkCurrentModelSequoia, aMissingTemperatureIsRefusedAfterTheIsoWasWarnedOf
     exif.sensorTemperature.reset();
     exif.iso = -5;
     const LogCapture log;
-    EXPECT_THROW(createDarkCurrentModel(exif, &model)->map(), std::bad_optional_access);
+    EXPECT_THROW((void)createDarkCurrentModel(exif, &model)->map(), std::bad_optional_access);
     EXPECT_EQ(log.count(logging::kWarning, "Invalid ISO read from exif"), 1);
 }
 
