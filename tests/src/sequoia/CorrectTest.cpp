@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <optional>
 
 namespace tessik::radiometry {
 namespace {
@@ -56,23 +55,6 @@ TEST(CorrectSequoia, theFactoryModelIsAppliedPixelByPixelAndBlockByBlock) {
     }
     EXPECT_EQ(corrected(setup, &model, raw.block(2, 1, 3, 4), {1, 2}),
               BandMatrix(whole.block(2, 1, 3, 4)));
-}
-
-TEST(CorrectSequoia, withoutAModelTheMetadataServe) {
-    ExifInfo exif = test::sequoiaExif(kCols, kRows);
-    exif.darkLevels = {Eigen::MatrixXd::Constant(1, 1, 4096.0)};
-    const BandMatrix raw = test::ramp(kRows, kCols, 20000.0F);
-    const BandMatrix band = corrected(test::ImageSetup(exif), nullptr, raw);
-    const double factor = 2.2 * 2.2 / (0.002 * 2.0 * 200.0 + 0.5);
-    EXPECT_FLOAT_EQ(band(4, 3), static_cast<float>((raw(4, 3) - 4096.0) * factor));
-}
-
-TEST(CorrectSequoia, anImageWithoutSensorTemperatureIsRefusedUnderAModel) {
-    ExifInfo exif = test::sequoiaExif(kCols, kRows);
-    exif.sensorTemperature.reset();
-    const sequoia::ModelParameter model{{}, {grid(kRows, kCols, 0.0, 0.0), 30.0, {}}};
-    EXPECT_THROW(corrected(test::ImageSetup(exif), &model, test::ramp(kRows, kCols)),
-                 std::bad_optional_access);
 }
 
 } // namespace

@@ -7,7 +7,6 @@
 
 #include <cmath>
 #include <optional>
-#include <sstream>
 
 namespace tessik::radiometry {
 namespace {
@@ -66,15 +65,6 @@ TEST(DarkCurrentModelSequoia, aPatternOfAnotherSizeThanTheImageIsRefusedByTheCor
               }),
               "Correcting for dark current: block (0,0) of size (3,5) lies outside the map (2,5)");
     EXPECT_EQ(bands[0], test::ramp(3, 5));
-}
-
-TEST(DarkCurrentModelSequoia, itsDescriptionNamesItsParameters) {
-    const ExifInfo exif = test::sequoiaExif(5, 3);
-    const sequoia::ModelParameter model = modelOf(3, 5);
-    std::ostringstream text;
-    text << *createDarkCurrentModel(exif, &model);
-    EXPECT_EQ(text.str(),
-              "Sequoia model: dark offset 7 temperature coefficient 0.02 dark pattern 3x5");
 }
 
 } // namespace

@@ -142,13 +142,6 @@ TEST(SequoiaModelFile, twoWritesAreTheSameBytesAndCarryNoDate) {
     EXPECT_NE(bytesOf(folder.file("a.tif")), bytesOf(folder.file("b.tif")));
 }
 
-TEST(SequoiaModelFile, aSerialNumberNeedNotBeThere) {
-    const TemporaryFolder folder;
-    const std::string path = folder.file("model.tif");
-    writeModel(text(path), QString(), someModels());
-    EXPECT_EQ(std::get<0>(readModel(text(path))), QString());
-}
-
 TEST(SequoiaModelFile, modelsThatDoNotFitAreRefusedAndNothingIsWritten) {
     struct Case {
         const char* what;
