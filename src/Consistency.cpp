@@ -23,7 +23,8 @@ bool verifyConsistentMatrixBlocks(std::int64_t rows,
                                   std::int64_t blockRows,
                                   std::int64_t blockCols,
                                   const QString& context) {
-    if (rows % blockRows != 0 || cols % blockCols != 0 || rows / blockRows != cols / blockCols) {
+    if (blockRows <= 0 || blockCols <= 0 || rows % blockRows != 0 || cols % blockCols != 0 ||
+        rows / blockRows != cols / blockCols) {
         fail(context,
              ": matrix (",
              static_cast<qint64>(rows),

@@ -7,6 +7,7 @@ namespace tessik::radiometry {
 
 /// Enlarges a matrix whose even and odd rows describe two interleaved row fields of a sensor. The
 /// fields are enlarged one by one, so that interpolation never mixes them, and interleaved again.
+/// @return (factor * grid rows) x (factor * grid columns)
 /// @throws std::runtime_error as zoom
 inline BandMatrix zoomRowFields(const math::RowMatrixXd& grid, int factor) {
     const auto field = [&grid](Eigen::Index first) {

@@ -12,6 +12,7 @@ struct ExifInfo;
 namespace tessik::radiometry {
 
 namespace sequoia {
+struct DarkCurrentParameter;
 struct ModelParameter;
 } // namespace sequoia
 
@@ -40,6 +41,23 @@ public:
     ~DarkCurrentModelBase() override;
 
     /// Empty when the metadata state no levels, or not one entry a band.
+    [[nodiscard]] BandImage map() const override;
+    void print(std::ostream& os) const override;
+
+private:
+    struct Data;
+    std::unique_ptr<Data> m_data;
+};
+
+/// The dark current of a Sequoia band at the image's ISO and sensor temperature; one map, of the
+/// size of the factory's pattern. Keeps references to the metadata and the parameters.
+class RADIOMETRY_EXPORT DarkCurrentModelSequoia final : public IDarkCurrentModel {
+public:
+    DarkCurrentModelSequoia(const ExifInfo& exif, const sequoia::DarkCurrentParameter& parameter);
+    ~DarkCurrentModelSequoia() override;
+
+    /// An ISO below 1 is warned of and used as it is.
+    /// @throws std::bad_optional_access when the metadata state no sensor temperature
     [[nodiscard]] BandImage map() const override;
     void print(std::ostream& os) const override;
 

@@ -13,6 +13,8 @@ namespace tessik {
 /// One camera of a project.
 struct CameraData {
     QString uniqueName;
+    QString make;  ///< empty = not known
+    QString model; ///< empty = not known
     bands_t bands;
     CameraParams params;
 };

@@ -2,6 +2,7 @@
 
 #include "platform/exif/cameras/CaptureTime.h"
 #include "platform/exif/cameras/Dialects.h"
+#include "platform/text/Hash.h"
 #include "platform/text/Text.h"
 
 #include <algorithm>
@@ -9,15 +10,6 @@
 
 namespace tessik::exif {
 namespace {
-
-/// FNV-1a, 64 bit: small, and the same everywhere.
-std::uint64_t hash(const std::string& text) {
-    std::uint64_t value = 14695981039346656037ULL;
-    for (const char c : text) {
-        value = (value ^ static_cast<unsigned char>(c)) * 1099511628211ULL;
-    }
-    return value;
-}
 
 QString joined(const std::vector<QString>& names) {
     QString text;
@@ -71,7 +63,7 @@ std::uint64_t cameraId(const ExifInfo& exif) {
     for (const BandInfo& band : exif.bands) {
         text += text::compose("|", band.wavelengthNm, "_", band.fwhmNm);
     }
-    return hash(text.toStdString());
+    return text::hash(text.toStdString());
 }
 
 QString cameraName(const ExifInfo& exif) {

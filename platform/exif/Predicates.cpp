@@ -1,12 +1,25 @@
 #include "platform/exif/Predicates.h"
 
+#include "platform/camera/CamerasData.h"
+
 #include <algorithm>
 #include <cmath>
 
 namespace tessik {
+namespace {
+
+bool isSequoiaName(const QString& make, const QString& model) {
+    return make == QLatin1String("Parrot") && model == QLatin1String("Sequoia");
+}
+
+} // namespace
 
 bool sequoia::isSequoia(const ExifInfo& exif) {
-    return exif.make == QLatin1String("Parrot") && exif.model == QLatin1String("Sequoia");
+    return isSequoiaName(exif.make, exif.model);
+}
+
+bool sequoia::isSequoia(const CameraData& camera) {
+    return isSequoiaName(camera.make, camera.model);
 }
 
 bool micasense::isMicaSense(const ExifInfo& exif) {

@@ -8,9 +8,13 @@
 /// Questions asked of metadata.
 namespace tessik {
 
+struct CameraData;
+
 namespace sequoia {
-/// A Parrot Sequoia.
+/// Taken by a Parrot Sequoia.
 TESSIK_PLATFORM_EXPORT bool isSequoia(const ExifInfo& exif);
+/// One of the cameras of a Parrot Sequoia.
+TESSIK_PLATFORM_EXPORT bool isSequoia(const CameraData& camera);
 } // namespace sequoia
 
 namespace micasense {

@@ -12,6 +12,8 @@
 #include "radiometry/corrector/GammaRelinearisation.h"
 #include "radiometry/corrector/IntensityShift.h"
 #include "radiometry/corrector/MicaSenseRedEdgeOpticalCamera.h"
+#include "radiometry/corrector/ParrotSequoiaOpticalCameraV1.h"
+#include "radiometry/corrector/ParrotSequoiaOpticalCameraV2.h"
 #include "radiometry/corrector/Vignetting.h"
 
 namespace tessik::radiometry::corrector {
@@ -25,6 +27,10 @@ void appendOpticalCamera(const ExifInfo& exif, Chain& chain) {
         chain.push_back(std::make_unique<MicaSenseRedEdgeOpticalCamera>());
     } else if (exif.isAirinovMultispec4C) {
         chain.push_back(std::make_unique<AirinovMultispec4COpticalCameraV2_32>());
+    } else if (tessik::sequoia::isSequoia(exif)) {
+        // One acts without the factory's model of the band, the other with it.
+        chain.push_back(std::make_unique<ParrotSequoiaOpticalCameraV1>());
+        chain.push_back(std::make_unique<ParrotSequoiaOpticalCameraV2>());
     } else {
         chain.push_back(std::make_unique<BasicOpticalCamera>());
     }

@@ -1,6 +1,6 @@
 #include "radiometry/DarkCurrentModel.h"
 
-#include "Fail.h"
+#include "radiometry/sequoia/ModelParameter.h"
 
 #include <ostream>
 
@@ -14,7 +14,7 @@ std::ostream& operator<<(std::ostream& os, const IDarkCurrentModel& model) {
 std::unique_ptr<IDarkCurrentModel> createDarkCurrentModel(const ExifInfo& exif,
                                                           const sequoia::ModelParameter* model) {
     if (model != nullptr) {
-        fail("Sequoia model parameters are not supported");
+        return std::make_unique<DarkCurrentModelSequoia>(exif, model->darkCurrent);
     }
     return std::make_unique<DarkCurrentModelBase>(exif);
 }

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "radiometry/corrector/ICorrector.h"
+
+#include <memory>
+
+namespace tessik::radiometry::corrector {
+
+/// Adds a fixed bias to the red edge and near infrared bands of a Sequoia corrected by the
+/// factory's model. The biases are negative: a value of 0 or more never goes below 0, a negative
+/// one stays as it is, NaN stays NaN. Not part of the chain.
+class RADIOMETRY_EXPORT ParrotSequoiaBias final : public ICorrector {
+public:
+    ParrotSequoiaBias();
+    ~ParrotSequoiaBias() override;
+
+    using ICorrector::useData;
+    void useData(const datasource::ImageMetadata& source) override;
+    void useData(const datasource::ParrotSequoiaCMOS& source) override;
+    void useData(const datasource::UserSettings& source) override;
+
+protected:
+    [[nodiscard]] bool isApplicable() const override;
+    void apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const override;
+
+private:
+    struct Data;
+    std::unique_ptr<Data> m_data;
+};
+
+} // namespace tessik::radiometry::corrector

@@ -1,0 +1,177 @@
+#include "ThermalProfile.h"
+#include "platform/camera/InputImage.h"
+#include "platform/exif/Predicates.h"
+#include "platform/log/Log.h"
+#include "platform/text/Hash.h"
+#include "radiometry/Types.h"
+#include "radiometry/sequoia/FactoryCalibration.h"
+#include "radiometry/sequoia/ModelFile.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+
+#include <algorithm>
+#include <map>
+#include <optional>
+#include <tuple>
+
+namespace tessik::radiometry::sequoia {
+namespace {
+
+/// What a camera's images say of it.
+struct CameraIdentity {
+    std::vector<QString> serialNumbers; ///< distinct, in the order of the images
+    QString bandName;                   ///< empty = not one band with a name
+};
+
+void learn(const ExifInfo& exif, CameraIdentity& camera) {
+    std::vector<QString>& known = camera.serialNumbers;
+    if (!exif.serialNumber.isEmpty() &&
+        std::find(known.begin(), known.end(), exif.serialNumber) == known.end()) {
+        known.push_back(exif.serialNumber);
+    }
+    if (camera.bandName.isEmpty() && exif.bandNames.size() == 1) {
+        camera.bandName = exif.bandNames.front();
+    }
+}
+
+std::map<std::uint64_t, CameraIdentity> sequoiaCameras(const CamerasData& cameras,
+                                                       const std::vector<InputImage>& images) {
+    std::map<std::uint64_t, CameraIdentity> result;
+    for (const auto& [id, camera] : cameras) {
+        if (tessik::sequoia::isSequoia(camera)) {
+            result.emplace(id, CameraIdentity());
+        }
+    }
+    for (const InputImage& image : images) {
+        if (const auto camera = result.find(image.cameraId); camera != result.end()) {
+            learn(image.exif, camera->second);
+        }
+    }
+    for (const auto& [id, camera] : result) {
+        if (camera.serialNumbers.size() > 1) {
+            QString numbers;
+            for (const QString& number : camera.serialNumbers) {
+                numbers += " " + number;
+            }
+            TESSIK_LOG(logging::kWarning)
+                << "Camera ID " << id
+                << " contains images with different serial numbers:" << numbers;
+        }
+    }
+    return result;
+}
+
+void loadThermalProfile(const QString& modelPath, const QString& serialNumber, BandModels& models) {
+    const QString path = QFileInfo(modelPath).dir().filePath("sequoia_therm.dat");
+    try {
+        applyThermalProfile(path, models);
+    } catch (const error& failure) {
+        TESSIK_LOG(logging::kWarning)
+            << "w0502: Unable to load thermal profile " << path
+            << " for Sequoia with serial number " << serialNumber << ": " << failure.what()
+            << ". Results of this camera will have poor quality.";
+    }
+}
+
+/// @return the models of a body's bands; absent when there is no file that can be used
+std::optional<BandModels> loadModels(const CalibrationFiles& calibrationFiles,
+                                     const QString& serialNumber) {
+    const auto file = calibrationFiles.find(serialNumber);
+    if (file == calibrationFiles.end()) {
+        return std::nullopt;
+    }
+    const QString& path = file->second;
+    try {
+        auto [found, models] = readModel(path);
+        if (found != serialNumber) {
+            TESSIK_LOG(logging::kWarning) << "w0501: Serial number mismatch: " << path
+                                          << " belongs to Sequoia with serial number " << found
+                                          << " but requested was serial number " << serialNumber
+                                          << ". The data cannot be used.";
+            return std::nullopt;
+        }
+        loadThermalProfile(path, serialNumber, models);
+        return std::move(models);
+    } catch (const error& failure) {
+        TESSIK_LOG(logging::kWarning)
+            << "Sequoia with serial number " << serialNumber << ": " << failure.what();
+        return std::nullopt;
+    }
+}
+
+/// Calls take(camera identifier, camera, serial number, model) for each camera and each of its
+/// serial numbers for which there is a model of the camera's band.
+template <typename Take>
+void forEachModel(const CalibrationFiles& calibrationFiles,
+                  const CamerasData& cameras,
+                  const std::vector<InputImage>& images,
+                  const Take& take) {
+    // The four cameras of a body share a file: it is read, and warned of, once.
+    std::map<QString, std::optional<BandModels>> loaded;
+    for (const auto& [id, camera] : sequoiaCameras(cameras, images)) {
+        for (const QString& serialNumber : camera.serialNumbers) {
+            auto models = loaded.find(serialNumber);
+            if (models == loaded.end()) {
+                models =
+                    loaded.emplace(serialNumber, loadModels(calibrationFiles, serialNumber)).first;
+            }
+            if (!models->second) {
+                continue;
+            }
+            const auto model = models->second->find(camera.bandName);
+            if (model != models->second->end()) {
+                take(id, camera, serialNumber, model->second);
+            }
+        }
+    }
+}
+
+} // namespace
+
+std::uint64_t serialNumberKey(const QString& serialNumber) {
+    const bool isDecimal = std::all_of(serialNumber.begin(), serialNumber.end(), [](QChar c) {
+        return c >= QLatin1Char('0') && c <= QLatin1Char('9');
+    });
+    bool fits = false;
+    const qulonglong value = serialNumber.toULongLong(&fits);
+    return isDecimal && fits ? value : text::hash(serialNumber.toStdString());
+}
+
+std::unordered_map<std::uint64_t, ModelParameter>
+loadFactoryCalibration(const CalibrationFiles& calibrationFiles,
+                       const CamerasData& cameras,
+                       const std::vector<InputImage>& images) {
+    std::unordered_map<std::uint64_t, ModelParameter> result;
+    forEachModel(calibrationFiles,
+                 cameras,
+                 images,
+                 [&result](std::uint64_t /*id*/,
+                           const CameraIdentity& /*camera*/,
+                           const QString& serialNumber,
+                           const ModelParameter& model) {
+                     result.emplace(serialNumberKey(serialNumber), model); // the first stays
+                 });
+    return result;
+}
+
+std::unordered_map<std::uint64_t, ModelParameter>
+loadFactoryCalibrationByCamera(const CalibrationFiles& calibrationFiles,
+                               const CamerasData& cameras,
+                               const std::vector<InputImage>& images) {
+    std::unordered_map<std::uint64_t, ModelParameter> result;
+    forEachModel(calibrationFiles,
+                 cameras,
+                 images,
+                 [&result](std::uint64_t id,
+                           const CameraIdentity& camera,
+                           const QString& /*serialNumber*/,
+                           const ModelParameter& model) {
+                     if (camera.serialNumbers.size() == 1) {
+                         result.emplace(id, model);
+                     }
+                 });
+    return result;
+}
+
+} // namespace tessik::radiometry::sequoia

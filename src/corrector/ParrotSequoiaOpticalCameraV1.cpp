@@ -1,0 +1,64 @@
+#include "radiometry/corrector/ParrotSequoiaOpticalCameraV1.h"
+
+#include "Kernels.h"
+#include "SequoiaExposure.h"
+#include "radiometry/Consistency.h"
+#include "radiometry/ExposureMetadata.h"
+
+namespace tessik::radiometry::corrector {
+
+struct ParrotSequoiaOpticalCameraV1::Data {
+    double sensitivity = 0.0;
+    double cmosCorrection = 0.0;
+    SequoiaExposure exposure;
+    CorrectionType correctionType = CorrectionType::NoCorrection;
+    const sequoia::CMOSParameter* cmos = nullptr;
+};
+
+ParrotSequoiaOpticalCameraV1::ParrotSequoiaOpticalCameraV1() : m_data(std::make_unique<Data>()) {}
+ParrotSequoiaOpticalCameraV1::~ParrotSequoiaOpticalCameraV1() = default;
+
+void ParrotSequoiaOpticalCameraV1::useData(const datasource::ImageMetadata& source) {
+    const ExifInfo& exif = source.exif();
+    const Eigen::ArrayXd sensitivity = readSensitivity(exif);
+    if (sensitivity.size() != 1) {
+        fail("Sensitivity not defined for single-band Sequoia image");
+    }
+    m_data->sensitivity = sensitivity(0);
+    if (exif.cmosCorrection.size() != 1) {
+        fail("CMOS correction not defined for single-band Sequoia image");
+    }
+    m_data->cmosCorrection = exif.cmosCorrection.front();
+    m_data->exposure = SequoiaExposure::of(exif);
+}
+
+void ParrotSequoiaOpticalCameraV1::useData(const datasource::ParrotSequoiaCMOS& source) {
+    m_data->cmos = &source.parameter();
+}
+
+void ParrotSequoiaOpticalCameraV1::useData(const datasource::UserSettings& source) {
+    m_data->correctionType = source.settings().correctionType;
+}
+
+bool ParrotSequoiaOpticalCameraV1::isApplicable() const {
+    const std::string invalid =
+        (m_data->sensitivity > 0.0 ? "" : "sensitivity ") + m_data->exposure.invalidNames();
+    if (!invalid.empty()) {
+        warnOfInvalidTags(invalid);
+        return false;
+    }
+    return m_data->cmos == nullptr && doAnyCorrection(m_data->correctionType);
+}
+
+void ParrotSequoiaOpticalCameraV1::apply(BandImage& bands,
+                                         const Eigen::Vector2i& /*blockOffset*/) const {
+    verifyConsistentNumberOfBands(
+        bands.size(), 1, QStringLiteral("Correcting for optical effects"));
+    const auto& [fNumber, exposure, iso] = m_data->exposure;
+    const double factor =
+        fNumber * fNumber / (exposure * m_data->sensitivity * iso + m_data->cmosCorrection);
+    scale(bands.front(), factor);
+    TESSIK_LOG(logging::kInfo) << "Sequoia V1 model optical correction: " << factor;
+}
+
+} // namespace tessik::radiometry::corrector
