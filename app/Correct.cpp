@@ -1,9 +1,8 @@
 #include "Correct.h"
 
-#include "Camera.h"
 #include "Console.h"
-#include "CorrectionWords.h"
 #include "Flight.h"
+#include "ImageCorrector.h"
 #include "Output.h"
 #include "platform/image/Raster.h"
 
@@ -20,10 +19,6 @@ namespace tessik::app {
 namespace {
 
 namespace fs = std::filesystem;
-using radiometry::CorrectionType;
-
-/// Corrections richer than this are not built yet; what they need is left out, not guessed.
-constexpr auto kRichest = CorrectionType::CameraOnly;
 
 struct Summary {
     std::atomic<std::int64_t> done{0};
@@ -34,9 +29,8 @@ struct Summary {
 
 /// One image, and where its result goes.
 struct Task {
-    Flight::Image* image;
+    std::size_t image;
     fs::path output;
-    CorrectionType type;
 };
 
 std::int64_t countNoData(const BandImage& bands) {
@@ -47,29 +41,41 @@ std::int64_t countNoData(const BandImage& bands) {
     return count;
 }
 
-void correctOne(const Task& task, const CorrectOptions& options, MapCache& maps, Summary& summary) {
-    InputImage& image = task.image->image;
+/// What the images of a run share.
+struct Run {
+    const CorrectOptions& options;
+    Flight& flight;
+    const Project& project;
+    ImageCorrector corrector;
+    Summary& summary;
+};
+
+void correctOne(const Task& task, Run& run) {
+    InputImage& image = run.flight.images[task.image];
     const std::string path = image.path.toStdString();
+    const std::vector<std::string>& creationOptions = run.options.creationOptions;
     const ImageContext context(path);
     try {
-        checkCorrectable(image, task.type, options.type.has_value());
-        const std::string mark =
-            fingerprint(task.image->input.path, task.type, options.creationOptions);
-        if (!options.overwrite && fingerprintOf(task.output) == mark) {
-            ++summary.kept;
+        run.corrector.check(image);
+        const std::string mark = fingerprint(run.flight.inputs[task.image].path,
+                                             run.project.typeOf(image),
+                                             run.project.fingerprint,
+                                             creationOptions);
+        if (!run.options.overwrite && fingerprintOf(task.output) == mark) {
+            ++run.summary.kept;
             return;
         }
         const image::Raster raster = openPixels(image);
         BandImage bands = raster.read();
-        correctBands(image, task.type, maps, bands);
+        run.corrector.correct(image, bands);
         const std::int64_t masked = countNoData(bands);
         fs::create_directories(task.output.parent_path());
-        writeOutput(task.output, image, bands, task.type, mark, options.creationOptions);
-        summary.maskedPixels += masked;
-        ++summary.done;
+        writeOutput(task.output, image, bands, run.project.typeOf(image), mark, creationOptions);
+        run.summary.maskedPixels += masked;
+        ++run.summary.done;
     } catch (const std::exception& failure) {
         sayFailure(path, failure.what());
-        ++summary.failed;
+        ++run.summary.failed;
     }
 }
 
@@ -90,33 +96,26 @@ bool prepareOutputFolder(const fs::path& folder) {
 }
 
 /// Two images of one output, or an output in place of its input, are failures of the image.
-std::vector<Task> makeTasks(Flight& flight, const CorrectOptions& options, Summary& summary) {
-    const auto types = correctionTypes(flight, options.type);
+std::vector<Task> makeTasks(const Flight& flight, const CorrectOptions& options, Summary& summary) {
     std::set<fs::path> outputs;
     std::vector<Task> tasks;
-    for (Flight::Image& image : flight.images) {
-        const std::string path = image.input.path.string();
-        fs::path output = (options.outputFolder / image.input.relative).replace_extension(".tif");
+    for (std::size_t i = 0; i < flight.images.size(); ++i) {
+        const Input& input = flight.inputs[i];
+        fs::path output = (options.outputFolder / input.relative).replace_extension(".tif");
+        std::string failure = flight.failures[i];
         std::error_code ignored;
-        if (image.failure.empty() && fs::equivalent(output, image.input.path, ignored)) {
-            image.failure = "the output would replace the input";
+        if (failure.empty() && fs::equivalent(output, input.path, ignored)) {
+            failure = "the output would replace the input";
         }
-        if (image.failure.empty() && !outputs.insert(output).second) {
-            image.failure = "another image has the same output " + output.string();
+        if (failure.empty() && !outputs.insert(output).second) {
+            failure = "another image has the same output " + output.string();
         }
-        if (!image.failure.empty()) {
-            sayFailure(path, image.failure);
+        if (!failure.empty()) {
+            sayFailure(input.path.string(), failure);
             ++summary.failed;
             continue;
         }
-        CorrectionType type = types.at(image.image.cameraId);
-        if (!options.type && type > kRichest) {
-            sayWarning({},
-                       "the metadata would allow '" + wordOf(type) + "'; corrected as '" +
-                           wordOf(kRichest) + "'");
-            type = kRichest;
-        }
-        tasks.push_back({&image, std::move(output), type});
+        tasks.push_back({i, std::move(output)});
     }
     return tasks;
 }
@@ -131,10 +130,6 @@ void sayFailures(const InputList& inputs, Summary& summary) {
 } // namespace
 
 int correct(const CorrectOptions& options) {
-    if (options.type && *options.type > kRichest) {
-        sayFailure({}, "--type " + wordOf(*options.type) + " is not available");
-        return NothingDone;
-    }
     Summary summary;
     const InputList inputs = expandInputs(options.inputs, options.outputFolder);
     sayFailures(inputs, summary);
@@ -142,14 +137,14 @@ int correct(const CorrectOptions& options) {
         return NothingDone;
     }
     const auto start = std::chrono::steady_clock::now();
-    Flight flight = readFlight(inputs.images, options.jobs);
+    Flight flight = readFlight(inputs.images, options.metadata, options.jobs);
+    const Project project = makeProject(flight, options.project);
     const std::vector<Task> tasks = makeTasks(flight, options, summary);
-    MapCache maps;
+    Run run{options, flight, project, ImageCorrector(project), summary};
     tbb::task_arena arena(options.jobs);
     arena.execute([&] {
-        tbb::parallel_for(std::size_t{0}, tasks.size(), [&](std::size_t i) {
-            correctOne(tasks[i], options, maps, summary);
-        });
+        tbb::parallel_for(
+            std::size_t{0}, tasks.size(), [&](std::size_t i) { correctOne(tasks[i], run); });
     });
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
     std::printf("%lld images done, %lld kept, %lld failed; %lld pixels masked; %.1f images/s\n",

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "radiometry/Types.h"
+#include "Project.h"
+#include "platform/exif/ExifReader.h"
 
 #include <filesystem>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,8 +12,8 @@ namespace tessik::app {
 struct CorrectOptions {
     std::vector<std::string> inputs;
     std::filesystem::path outputFolder;
-    /// Absent = the richest correction that a camera's metadata support.
-    std::optional<radiometry::CorrectionType> type;
+    ProjectOptions project;
+    exif::ReadOptions metadata;
     int jobs = 1;
     bool overwrite = false;
     std::vector<std::string> creationOptions;

@@ -1,67 +1,59 @@
 #include "Flight.h"
 
 #include "Console.h"
-#include "platform/exif/ExifReader.h"
 #include "platform/image/Raster.h"
-#include "radiometry/Config.h"
 
 #include <tbb/parallel_for.h>
 #include <tbb/task_arena.h>
 
-#include <algorithm>
+#include <utility>
 
 namespace tessik::app {
 namespace {
 
-void readImage(Flight::Image& image) {
-    const std::string path = image.input.path.string();
+InputImage readImage(const std::string& path, const exif::ReadOptions& options) {
+    exif::ImageMetadata metadata;
     try {
-        exif::ImageMetadata metadata;
-        try {
-            metadata = exif::readMetadata(path);
-        } catch (const exif::Error&) {
-            (void)image::Raster::open(path); // where it fails too, its reason says more
-            throw;
-        }
-        for (const std::string& warning : metadata.warnings) {
-            sayWarning(path, warning);
-        }
-        image.image = exif::inputImage(path, std::move(metadata));
-    } catch (const std::exception& failure) {
-        image.failure = failure.what();
+        metadata = exif::readMetadata(path, options);
+    } catch (const exif::Error&) {
+        (void)image::Raster::open(path); // where it fails too, its reason says more
+        throw;
     }
+    for (const std::string& warning : metadata.warnings) {
+        sayWarning(path, warning);
+    }
+    return exif::inputImage(path, std::move(metadata));
+}
+
+CameraData cameraData(const ExifInfo& exif) {
+    return {exif::cameraName(exif), exif.make, exif.model, exif.bands, exif::cameraParams(exif)};
 }
 
 } // namespace
 
-Flight readFlight(const std::vector<Input>& inputs, int jobs) {
+Flight readFlight(std::vector<Input> inputs, const exif::ReadOptions& options, int jobs) {
     Flight flight;
-    flight.images.resize(inputs.size());
+    flight.inputs = std::move(inputs);
+    flight.images.resize(flight.inputs.size());
+    flight.failures.resize(flight.inputs.size());
     tbb::task_arena arena(jobs);
     arena.execute([&] {
-        tbb::parallel_for(std::size_t{0}, inputs.size(), [&](std::size_t i) {
-            flight.images[i].input = inputs[i];
-            readImage(flight.images[i]);
+        tbb::parallel_for(std::size_t{0}, flight.inputs.size(), [&](std::size_t i) {
+            try {
+                flight.images[i] = readImage(flight.inputs[i].path.string(), options);
+            } catch (const std::exception& failure) {
+                flight.failures[i] = failure.what();
+                flight.images[i].path = QString::fromStdString(flight.inputs[i].path.string());
+                flight.images[i].enabled = false;
+            }
         });
     });
-    return flight;
-}
-
-std::map<std::uint64_t, radiometry::CorrectionType>
-correctionTypes(const Flight& flight, std::optional<radiometry::CorrectionType> wanted) {
-    std::map<std::uint64_t, radiometry::CorrectionType> types;
-    for (const Flight::Image& image : flight.images) {
-        if (!image.failure.empty()) {
-            continue;
-        }
-        const auto guess =
-            wanted ? *wanted : radiometry::guessRadiometricCorrectionTypeFromImage(image.image);
-        const auto [entry, isNew] = types.try_emplace(image.image.cameraId, guess);
-        if (!isNew) {
-            entry->second = std::min(entry->second, guess);
+    for (const InputImage& image : flight.images) {
+        if (image.enabled) {
+            flight.cameras.try_emplace(image.cameraId, cameraData(image.exif));
         }
     }
-    return types;
+    return flight;
 }
 
 } // namespace tessik::app

@@ -1,35 +1,27 @@
 #pragma once
 
 #include "Inputs.h"
+#include "platform/camera/CamerasData.h"
 #include "platform/camera/InputImage.h"
-#include "radiometry/Types.h"
+#include "platform/exif/ExifReader.h"
 
-#include <cstdint>
-#include <map>
-#include <optional>
 #include <string>
 #include <vector>
 
 namespace tessik::app {
 
-/// The images of a flight, their metadata read.
+/// The images of a flight, their metadata read. The lists have an entry for each input.
 struct Flight {
-    struct Image {
-        Input input;
-        InputImage image;
-        /// Why it cannot be used; empty = it can.
-        std::string failure;
-    };
-    std::vector<Image> images;
+    std::vector<Input> inputs;
+    /// An image that cannot be used is not enabled.
+    std::vector<InputImage> images;
+    /// Why an image cannot be used; empty = it can.
+    std::vector<std::string> failures;
+    /// The cameras of the images that can be used.
+    CamerasData cameras;
 };
 
-/// Reads the metadata of all inputs, in parallel. Warnings are said; failures are kept with the
-/// image.
-Flight readFlight(const std::vector<Input>& inputs, int jobs);
-
-/// The correction type of each camera: the one asked for, else the richest that the metadata of all
-/// its images support.
-std::map<std::uint64_t, radiometry::CorrectionType>
-correctionTypes(const Flight& flight, std::optional<radiometry::CorrectionType> wanted);
+/// Reads the metadata of all inputs, in parallel. Warnings are said; failures are kept.
+Flight readFlight(std::vector<Input> inputs, const exif::ReadOptions& options, int jobs);
 
 } // namespace tessik::app

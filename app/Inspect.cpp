@@ -1,9 +1,9 @@
 #include "Inspect.h"
 
-#include "Camera.h"
 #include "Console.h"
 #include "CorrectionWords.h"
 #include "Flight.h"
+#include "ImageCorrector.h"
 #include "platform/exif/ExifReader.h"
 #include "platform/exif/Predicates.h"
 #include "radiometry/Config.h"
@@ -81,10 +81,11 @@ Json missingOf(const InputImage& image, radiometry::CorrectionType guess) {
     return missing;
 }
 
-Json describe(const InputImage& image, MapCache& maps) {
+Json describe(const InputImage& image,
+              radiometry::CorrectionType guess,
+              ImageCorrector& corrector) {
     const ExifInfo& exif = image.exif;
-    const auto guess = radiometry::guessRadiometricCorrectionTypeFromImage(image);
-    const ChainDescription chain = describeChain(image, guess, maps);
+    const ChainDescription chain = corrector.describeChain(image);
     Json darkLevels = Json::array();
     for (const Eigen::MatrixXd& level : exif.darkLevels) {
         darkLevels.push_back(rowsOf(level));
@@ -148,6 +149,16 @@ void print(const Json& image) {
     }
 }
 
+/// Each camera with the richest correction that the metadata of its images support.
+Project guessedProject(const Flight& flight) {
+    Project project;
+    for (const auto& [id, camera] : flight.cameras) {
+        project.settings[id] = {
+            radiometry::guessRadiometricCorrectionTypeFromImage(flight.images, id)};
+    }
+    return project;
+}
+
 } // namespace
 
 int inspect(const InspectOptions& options) {
@@ -156,18 +167,20 @@ int inspect(const InspectOptions& options) {
     for (const auto& [path, reason] : inputs.failures) {
         sayFailure(path, reason);
     }
-    Flight flight = readFlight(inputs.images, options.jobs);
+    Flight flight = readFlight(inputs.images, options.metadata, options.jobs);
+    const Project project = guessedProject(flight);
+    ImageCorrector corrector(project);
     Json all = Json::array();
-    MapCache maps;
-    for (Flight::Image& entry : flight.images) {
-        const std::string path = entry.input.path.string();
+    for (std::size_t i = 0; i < flight.images.size(); ++i) {
+        InputImage& image = flight.images[i];
+        const std::string path = image.path.toStdString();
         const ImageContext context(path);
         try {
-            if (!entry.failure.empty()) {
-                throw Refusal(entry.failure);
+            if (!image.enabled) {
+                throw Refusal(flight.failures[i]);
             }
-            (void)openPixels(entry.image);
-            all.push_back(describe(entry.image, maps));
+            (void)openPixels(image);
+            all.push_back(describe(image, project.typeOf(image), corrector));
             if (!options.json) {
                 print(all.back());
             }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/exif/ExifReader.h"
+
 #include <string>
 #include <vector>
 
@@ -7,6 +9,7 @@ namespace tessik::app {
 
 struct InspectOptions {
     std::vector<std::string> inputs;
+    exif::ReadOptions metadata;
     bool json = false;
     int jobs = 1;
 };

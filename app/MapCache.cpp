@@ -1,8 +1,5 @@
 #include "MapCache.h"
 
-#include "radiometry/DarkCurrentModel.h"
-#include "radiometry/VignettingModel.h"
-
 #include <cstring>
 #include <memory>
 
@@ -33,49 +30,57 @@ private:
     std::string m_text;
 };
 
-std::string darkSignature(const ExifInfo& exif) {
+std::string darkSignature(const ExifInfo& exif, const radiometry::sequoia::ModelParameter* model) {
     Signature signature;
     signature.add(exif.imageWidth, exif.imageHeight, exif.bandCount);
+    if (model != nullptr) {
+        return signature.add(model, exif.iso, exif.sensorTemperature.value_or(0.0)).text();
+    }
     for (const Eigen::MatrixXd& level : exif.darkLevels) {
         signature.add(level);
     }
     return signature.text();
 }
 
-std::string vignettingSignature(const VignettingData& data, const CameraParams& camera) {
+std::string vignettingSignature(const CameraParams& camera,
+                                double apertureFNumber,
+                                const radiometry::sequoia::ModelParameter* model) {
     Signature signature;
-    signature.add(camera.width, camera.height, camera.principalPointX, camera.principalPointY)
-        .add(data.type, data.centerX, data.centerY)
-        .add(data.coefficients);
-    return signature.text();
+    signature.add(camera.width, camera.height, camera.principalPointX, camera.principalPointY);
+    if (model != nullptr) {
+        return signature.add(model).text();
+    }
+    const VignettingData data = camera.vignettingModel(apertureFNumber);
+    return signature.add(data.type, data.centerX, data.centerY).add(data.coefficients).text();
 }
 
 } // namespace
 
-datasource::Cache MapCache::mapsFor(const InputImage& image, const CameraParams& camera) {
+datasource::Cache MapCache::mapsFor(const InputImage& image,
+                                    const CameraParams& camera,
+                                    const radiometry::sequoia::ModelParameter* sequoiaModel) {
     datasource::Cache cache;
+    const ExifInfo& exif = image.exif;
     const std::lock_guard lock(m_mutex);
     const auto provide = [&](datasource::Type type, std::string signature, auto&& make) {
         const datasource::CacheKey key{image.cameraId, type};
-        Entry& entry = m_entries[key];
-        if (!entry.source || entry.signature != signature) {
-            entry = {std::move(signature), make()};
+        const auto [entry, isNew] = m_entries.try_emplace(key);
+        if (isNew || entry->second.signature != signature) {
+            entry->second = {std::move(signature), make()};
         }
-        cache[key] = entry.source;
+        if (entry->second.source) {
+            cache[key] = entry->second.source;
+        }
     };
-    if (!image.exif.darkLevels.empty()) {
-        provide(datasource::Type::DarkCurrentModel, darkSignature(image.exif), [&] {
-            return std::make_shared<datasource::DarkCurrentModel>(
-                *radiometry::createDarkCurrentModel(image.exif, nullptr));
-        });
-    }
-    const VignettingData vignetting = camera.vignettingModel(image.exif.apertureFNumber);
-    if (vignetting.coefficients.size() > 0) {
-        provide(datasource::Type::VignettingModel, vignettingSignature(vignetting, camera), [&] {
-            return std::make_shared<datasource::VignettingModel>(
-                *radiometry::createVignettingModel(vignetting, camera));
-        });
-    }
+    provide(datasource::Type::DarkCurrentModel, darkSignature(exif, sequoiaModel), [&] {
+        return datasource::createDarkCurrentSource(exif, sequoiaModel);
+    });
+    provide(datasource::Type::VignettingModel,
+            vignettingSignature(camera, exif.apertureFNumber, sequoiaModel),
+            [&] {
+                return datasource::createVignettingSource(
+                    camera, exif.apertureFNumber, sequoiaModel);
+            });
     return cache;
 }
 

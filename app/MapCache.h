@@ -16,7 +16,10 @@ namespace tessik::app {
 class MapCache {
 public:
     /// The maps for an image, made or found.
-    radiometry::datasource::Cache mapsFor(const InputImage& image, const CameraParams& camera);
+    /// @param sequoiaModel null = none; must stay in place as long as this
+    radiometry::datasource::Cache mapsFor(const InputImage& image,
+                                          const CameraParams& camera,
+                                          const radiometry::sequoia::ModelParameter* sequoiaModel);
 
 private:
     struct Entry {

@@ -35,10 +35,12 @@ image::WriteOptions writeOptions(const InputImage& image,
 
 std::string fingerprint(const fs::path& input,
                         radiometry::CorrectionType type,
+                        const std::string& settings,
                         const std::vector<std::string>& creationOptions) {
     std::string text = std::string(RADIOMETRY_VERSION) + " " + wordOf(type) + " " +
                        std::to_string(fs::file_size(input)) + " " +
-                       std::to_string(fs::last_write_time(input).time_since_epoch().count());
+                       std::to_string(fs::last_write_time(input).time_since_epoch().count()) +
+                       settings;
     for (const std::string& option : creationOptions) {
         text += " " + option;
     }

@@ -11,9 +11,11 @@
 namespace tessik::app {
 
 /// What an output was made from and with: outputs of equal fingerprints are equal.
+/// @param settings text of what else changes pixels
 /// @param creationOptions GeoTIFF creation options
 std::string fingerprint(const std::filesystem::path& input,
                         radiometry::CorrectionType type,
+                        const std::string& settings,
                         const std::vector<std::string>& creationOptions);
 
 /// The fingerprint that an output bears; empty when the file is missing or bears none.

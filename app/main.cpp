@@ -2,10 +2,14 @@
 #include "Correct.h"
 #include "CorrectionWords.h"
 #include "Inspect.h"
+#include "SequoiaModel.h"
 
 #include <CLI/CLI.hpp>
 
 #include <exception>
+#include <functional>
+#include <map>
+#include <memory>
 #include <thread>
 
 namespace {
@@ -30,6 +34,75 @@ void addJobs(CLI::App& command, int& jobs) {
         ->capture_default_str();
 }
 
+void addUtcOffset(CLI::App& command, tessik::exif::ReadOptions& options) {
+    command.add_option("--utc-offset",
+                       options.utcOffsetHours,
+                       "Local time minus UTC in hours, of cameras that write local time");
+}
+
+/// A subcommand: declares its options on the application, and runs.
+using Action = std::function<int()>;
+
+Action addInspect(CLI::App& cli) {
+    auto options = std::make_shared<app::InspectOptions>();
+    options->jobs = defaultJobs();
+    CLI::App& command = *cli.add_subcommand(
+        "inspect", "Show what is understood of each image, and what would be done");
+    addInputs(command, options->inputs);
+    command.add_flag("--json", options->json, "One JSON document on standard output");
+    addJobs(command, options->jobs);
+    addUtcOffset(command, options->metadata);
+    return [options] { return app::inspect(*options); };
+}
+
+Action addCorrect(CLI::App& cli) {
+    auto options = std::make_shared<app::CorrectOptions>();
+    options->jobs = defaultJobs();
+    CLI::App& command = *cli.add_subcommand("correct", "Correct images into a folder");
+    addInputs(command, options->inputs);
+    command.add_option("-o,--output", options->outputFolder, "Folder to write to, made if need be")
+        ->required();
+    command
+        .add_option_function<std::string>(
+            "--type",
+            [options](const std::string& word) { options->project.type = app::typeOf(word); },
+            "How far to correct; auto (the default) = as far as the metadata allow")
+        ->check(CLI::IsMember({"auto", "none", "camera"}));
+    command
+        .add_option("--sequoia-calibration",
+                    options->project.sequoiaCalibration,
+                    "Folder of Parrot Sequoia model files, named by serial number")
+        ->check(CLI::ExistingDirectory);
+    addJobs(command, options->jobs);
+    command.add_flag("--overwrite", options->overwrite, "Make outputs anew that are there");
+    command
+        .add_option("--co",
+                    options->creationOptions,
+                    "GeoTIFF creation option NAME=VALUE (COMPRESS, PREDICTOR, TILED, BIGTIFF)")
+        ->allow_extra_args(false);
+    addUtcOffset(command, options->metadata);
+    return [options] { return app::correct(*options); };
+}
+
+Action addSequoiaModel(CLI::App& cli) {
+    struct Options {
+        std::string file;
+        bool json = false;
+    };
+    auto options = std::make_shared<Options>();
+    CLI::App& command = *cli.add_subcommand("sequoia-model", "Parrot Sequoia model files");
+    command.require_subcommand(1);
+    CLI::App& show = *command.add_subcommand("show", "Show what a model file holds");
+    show.add_option("FILE", options->file, "A model file")->required();
+    show.add_flag("--json", options->json, "One JSON document on standard output");
+    CLI::App& check = *command.add_subcommand("check", "Tell whether a model file can be used");
+    check.add_option("FILE", options->file, "A model file")->required();
+    return [options, &show] {
+        return show.parsed() ? app::showSequoiaModel(options->file, options->json)
+                             : app::checkSequoiaModel(options->file);
+    };
+}
+
 int run(int argc, char** argv) {
     CLI::App cli("Radiometric correction of aerial images", "radiometry");
     cli.set_version_flag("--version", RADIOMETRY_VERSION);
@@ -39,34 +112,9 @@ int run(int argc, char** argv) {
     bool isQuiet = false;
     cli.add_flag("-v,--verbose", isVerbose, "Show the informational log as well");
     cli.add_flag("-q,--quiet", isQuiet, "Show errors alone");
-
-    app::InspectOptions inspectOptions;
-    inspectOptions.jobs = defaultJobs();
-    CLI::App& inspect = *cli.add_subcommand(
-        "inspect", "Show what is understood of each image, and what would be done");
-    addInputs(inspect, inspectOptions.inputs);
-    inspect.add_flag("--json", inspectOptions.json, "One JSON document on standard output");
-    addJobs(inspect, inspectOptions.jobs);
-
-    app::CorrectOptions correctOptions;
-    correctOptions.jobs = defaultJobs();
-    std::string type = "auto";
-    std::string outputFolder;
-    CLI::App& correct = *cli.add_subcommand("correct", "Correct images into a folder");
-    addInputs(correct, correctOptions.inputs);
-    correct.add_option("-o,--output", outputFolder, "Folder to write to, made if need be")
-        ->required();
-    correct.add_option("--type", type, "How far to correct; auto = as far as the metadata allow")
-        ->check(CLI::IsMember({"auto", "none", "camera"}))
-        ->capture_default_str();
-    addJobs(correct, correctOptions.jobs);
-    correct.add_flag("--overwrite", correctOptions.overwrite, "Make outputs anew that are there");
-    correct
-        .add_option("--co",
-                    correctOptions.creationOptions,
-                    "GeoTIFF creation option NAME=VALUE (COMPRESS, PREDICTOR, TILED, BIGTIFF)")
-        ->allow_extra_args(false);
-
+    const std::map<std::string, Action> actions = {{"inspect", addInspect(cli)},
+                                                   {"correct", addCorrect(cli)},
+                                                   {"sequoia-model", addSequoiaModel(cli)}};
     try {
         cli.parse(argc, argv);
     } catch (const CLI::ParseError& failure) {
@@ -76,12 +124,7 @@ int run(int argc, char** argv) {
     app::setVerbosity(isQuiet     ? app::Verbosity::Quiet
                       : isVerbose ? app::Verbosity::Verbose
                                   : app::Verbosity::Normal);
-    if (inspect.parsed()) {
-        return app::inspect(inspectOptions);
-    }
-    correctOptions.type = app::typeOf(type);
-    correctOptions.outputFolder = outputFolder;
-    return app::correct(correctOptions);
+    return actions.at(cli.get_subcommands().front()->get_name())();
 }
 
 } // namespace

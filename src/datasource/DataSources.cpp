@@ -43,30 +43,20 @@ DataSourcePointer lookup(const Cache& cache, std::size_t cameraId, Type type) {
     return found == cache.end() ? nullptr : found->second;
 }
 
-namespace {
-
-DataSourcePointer darkCurrentSource(const InputImage& image,
-                                    const sequoia::ModelParameter* sequoiaModel,
-                                    const Cache& cache) {
-    if (DataSourcePointer cached = lookup(cache, image.cameraId, Type::DarkCurrentModel)) {
-        return cached;
-    }
-    if (image.exif.darkLevels.empty() && sequoiaModel == nullptr) {
+DataSourcePointer createDarkCurrentSource(const ExifInfo& exif,
+                                          const sequoia::ModelParameter* sequoiaModel) {
+    if (exif.darkLevels.empty() && sequoiaModel == nullptr) {
         return nullptr;
     }
-    return std::make_shared<DarkCurrentModel>(*createDarkCurrentModel(image.exif, sequoiaModel));
+    return std::make_shared<DarkCurrentModel>(*createDarkCurrentModel(exif, sequoiaModel));
 }
 
-DataSourcePointer vignettingSource(const InputImage& image,
-                                   const CameraParams& camera,
-                                   const sequoia::ModelParameter* sequoiaModel,
-                                   const Cache& cache) {
-    if (DataSourcePointer cached = lookup(cache, image.cameraId, Type::VignettingModel)) {
-        return cached;
-    }
+DataSourcePointer createVignettingSource(const CameraParams& camera,
+                                         double apertureFNumber,
+                                         const sequoia::ModelParameter* sequoiaModel) {
     VignettingData description;
     if (sequoiaModel == nullptr) {
-        description = camera.vignettingModel(image.exif.apertureFNumber);
+        description = camera.vignettingModel(apertureFNumber);
     } else {
         description.coefficients = sequoiaModel->cmos.vignetting;
         description.type = VignettingType::Sequoia;
@@ -76,8 +66,6 @@ DataSourcePointer vignettingSource(const InputImage& image,
     }
     return std::make_shared<VignettingModel>(*createVignettingModel(description, camera));
 }
-
-} // namespace
 
 std::vector<DataSourcePointer> create(const InputImage& image,
                                       const CameraParams& camera,
@@ -103,8 +91,11 @@ std::vector<DataSourcePointer> create(const InputImage& image,
     if (sequoiaModel != nullptr) {
         append(std::make_shared<ParrotSequoiaCMOS>(sequoiaModel->cmos));
     }
-    append(darkCurrentSource(image, sequoiaModel, cache));
-    append(vignettingSource(image, camera, sequoiaModel, cache));
+    DataSourcePointer darkCurrent = lookup(cache, image.cameraId, Type::DarkCurrentModel);
+    append(darkCurrent ? darkCurrent : createDarkCurrentSource(image.exif, sequoiaModel));
+    DataSourcePointer vignetting = lookup(cache, image.cameraId, Type::VignettingModel);
+    append(vignetting ? vignetting
+                      : createVignettingSource(camera, image.exif.apertureFNumber, sequoiaModel));
     if (!sensitivity.empty()) {
         append(std::make_shared<CalibrationTarget>(sensitivity));
     }

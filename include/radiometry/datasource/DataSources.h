@@ -191,6 +191,20 @@ using Cache = std::unordered_map<CacheKey, DataSourcePointer, boost::hash<CacheK
 /// The cached source, or null. Never inserts.
 RADIOMETRY_EXPORT DataSourcePointer lookup(const Cache& cache, std::size_t cameraId, Type type);
 
+/// The dark current maps of an image: the factory model's where there is one, else what the
+/// metadata state; null when neither knows. Depends on the dark levels and image size, or on the
+/// model, ISO and sensor temperature. @throws error as the model factory
+RADIOMETRY_EXPORT DataSourcePointer
+createDarkCurrentSource(const ExifInfo& exif, const sequoia::ModelParameter* sequoiaModel);
+
+/// The inverse vignetting map of an image: the factory model's where there is one, else the
+/// camera's; null when neither describes it. Depends on that description, the principal point and
+/// the image size. @throws error as the model factory
+RADIOMETRY_EXPORT DataSourcePointer
+createVignettingSource(const CameraParams& camera,
+                       double apertureFNumber,
+                       const sequoia::ModelParameter* sequoiaModel);
+
 /// All sources of one image: the six unconditional ones (coordinate systems, metadata, light,
 /// sensor, pose, settings), then the Sequoia response, dark current, vignetting and target where
 /// they apply.

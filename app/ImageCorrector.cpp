@@ -1,4 +1,4 @@
-#include "Camera.h"
+#include "ImageCorrector.h"
 
 #include "platform/camera/CameraExternals.h"
 #include "platform/exif/ExifReader.h"
@@ -46,21 +46,21 @@ image::Raster openPixels(InputImage& image) {
     return raster;
 }
 
-void checkCorrectable(const InputImage& image, radiometry::CorrectionType type, bool isChosen) {
+void ImageCorrector::check(const InputImage& image) const {
     const ExifInfo& exif = image.exif;
+    const radiometry::CorrectionType type = m_project.typeOf(image);
     if (exif.isNormalized) {
         refuse("already corrected");
     }
-    if (!doAnyCorrection(type) && isChosen) {
+    if (!doAnyCorrection(type) && m_project.isTypeChosen) {
         return;
     }
     if (exif.make.isEmpty() && exif.exposureTime == 0.0) {
         refuse("no camera metadata");
     }
     if (!doAnyCorrection(type)) {
-        refuse(
-            "the metadata hold neither a sensitivity nor an irradiance; ask for --type camera to "
-            "correct exposure alone, or --type none");
+        refuse("the metadata hold neither a sensitivity nor an irradiance; ask for --type camera "
+               "to correct exposure alone, or --type none");
     }
     if (exif.exposureTime == 0.0 && !exif.isAirinovMultispec4C) {
         refuse("no exposure time in the metadata");
@@ -68,40 +68,40 @@ void checkCorrectable(const InputImage& image, radiometry::CorrectionType type, 
     if (!exif.sensitivity.empty() && !radiometry::isSensitivityValid(exif.sensitivity)) {
         refuse("no valid sensitivity in the metadata (a thermal band?); left alone");
     }
+    if (m_project.sequoiaModelOf(image) != nullptr && !exif.sensorTemperature) {
+        refuse("no sensor temperature in the metadata, which the factory calibration needs");
+    }
 }
 
-void correctBands(const InputImage& image,
-                  radiometry::CorrectionType type,
-                  MapCache& maps,
-                  BandImage& bands) {
+void ImageCorrector::correct(const InputImage& image, BandImage& bands) {
     const CameraParams camera = exif::cameraParams(image.exif);
+    const radiometry::sequoia::ModelParameter* model = m_project.sequoiaModelOf(image);
     radiometry::correct(image,
                         camera,
                         CameraExternals(),
                         {},
                         Eigen::ArrayXd(),
-                        {type},
-                        geo::ProjectCoordinateSystems(),
-                        nullptr,
-                        maps.mapsFor(image, camera),
+                        {m_project.typeOf(image)},
+                        m_project.coordinateSystems,
+                        model,
+                        m_maps.mapsFor(image, camera, model),
                         bands,
                         {0, 0});
 }
 
-ChainDescription
-describeChain(const InputImage& image, radiometry::CorrectionType type, MapCache& maps) {
+ChainDescription ImageCorrector::describeChain(const InputImage& image) {
     const CameraParams camera = exif::cameraParams(image.exif);
     const CameraExternals externals;
-    const geo::ProjectCoordinateSystems coordinateSystems{};
+    const radiometry::sequoia::ModelParameter* model = m_project.sequoiaModelOf(image);
     const auto sources = radiometry::datasource::create(image,
                                                         camera,
                                                         externals,
-                                                        coordinateSystems,
+                                                        m_project.coordinateSystems,
                                                         {},
                                                         Eigen::ArrayXd(),
-                                                        {type},
-                                                        nullptr,
-                                                        maps.mapsFor(image, camera));
+                                                        {m_project.typeOf(image)},
+                                                        model,
+                                                        m_maps.mapsFor(image, camera, model));
     ChainDescription description;
     for (const auto& corrector : radiometry::corrector::create(image.exif)) {
         radiometry::corrector::feed(*corrector, sources);

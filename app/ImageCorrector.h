@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MapCache.h"
+#include "Project.h"
 #include "platform/camera/InputImage.h"
 #include "platform/image/Raster.h"
 #include "radiometry/Types.h"
@@ -22,22 +23,29 @@ public:
 /// JPEG). @throws image::Error; Refusal when pixels and metadata contradict each other
 image::Raster openPixels(InputImage& image);
 
-/// @param isChosen the user asked for this type; else it is what the metadata allow
-/// @throws Refusal when correcting this image as `type` would give numbers that only look right
-void checkCorrectable(const InputImage& image, radiometry::CorrectionType type, bool isChosen);
-
-/// Corrects the bands of a whole image in place.
-void correctBands(const InputImage& image,
-                  radiometry::CorrectionType type,
-                  MapCache& maps,
-                  BandImage& bands);
-
 /// Names of the correctors that the library builds for an image, in order.
 struct ChainDescription {
     std::vector<std::string> chain;
     std::vector<std::string> applicable; ///< those of them that would act
 };
-ChainDescription
-describeChain(const InputImage& image, radiometry::CorrectionType type, MapCache& maps);
+
+/// Corrects the images of a project. Thread safe.
+class ImageCorrector {
+public:
+    /// @param project must outlive this
+    explicit ImageCorrector(const Project& project) : m_project(project) {}
+
+    /// @throws Refusal when correcting this image would give numbers that only look right
+    void check(const InputImage& image) const;
+
+    /// Corrects the bands of a whole image in place.
+    void correct(const InputImage& image, BandImage& bands);
+
+    ChainDescription describeChain(const InputImage& image);
+
+private:
+    const Project& m_project;
+    MapCache m_maps;
+};
 
 } // namespace tessik::app

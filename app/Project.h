@@ -1,0 +1,50 @@
+#pragma once
+
+#include "Flight.h"
+#include "platform/geo/ProjectCoordinateSystems.h"
+#include "radiometry/Types.h"
+#include "radiometry/sequoia/ModelParameter.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <unordered_map>
+
+namespace tessik::app {
+
+/// What the user asked for that concerns a whole flight.
+struct ProjectOptions {
+    /// Absent = the richest correction that a camera's metadata support.
+    std::optional<radiometry::CorrectionType> type;
+    /// Folder of Sequoia model files, <serial number>.tif; empty = none.
+    std::filesystem::path sequoiaCalibration;
+};
+
+/// What is decided for a flight before any of its images is corrected.
+struct Project {
+    /// By camera identifier.
+    std::unordered_map<std::size_t, radiometry::Settings> settings;
+    /// Factory models by camera identifier.
+    std::unordered_map<std::uint64_t, radiometry::sequoia::ModelParameter> sequoiaModels;
+    geo::ProjectCoordinateSystems coordinateSystems{};
+    /// True where the user named the type.
+    bool isTypeChosen = false;
+    /// Text that changes when a decision does that changes pixels, but for the type.
+    std::string fingerprint;
+
+    [[nodiscard]] radiometry::CorrectionType typeOf(const InputImage& image) const {
+        return settings.at(image.cameraId).correctionType;
+    }
+    /// Null = none.
+    [[nodiscard]] const radiometry::sequoia::ModelParameter*
+    sequoiaModelOf(const InputImage& image) const {
+        const auto found = sequoiaModels.find(image.cameraId);
+        return found == sequoiaModels.end() ? nullptr : &found->second;
+    }
+};
+
+/// Decides. Warnings are said.
+Project makeProject(const Flight& flight, const ProjectOptions& options);
+
+} // namespace tessik::app
