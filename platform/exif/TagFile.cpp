@@ -2,6 +2,7 @@
 
 #include "platform/log/Log.h"
 
+#include <QtCore/QRegularExpression>
 #include <QtCore/QString>
 #include <exiv2/exiv2.hpp>
 
@@ -10,7 +11,6 @@
 #include <cctype>
 #include <map>
 #include <mutex>
-#include <regex>
 #include <string_view>
 
 namespace tessik::exif {
@@ -248,11 +248,13 @@ std::string xmlEscaped(const std::string& text) {
 /// Name spaces by prefix as a packet declares them, in XML's own escaping. The toolkit's tables
 /// hold what the file read last in this process declared.
 std::map<std::string, std::string> declaredNamespaces(const std::string& packet) {
-    static const std::regex declaration("xmlns:([A-Za-z_][\\w.-]*)\\s*=\\s*[\"']([^\"'<]*)[\"']");
+    static const QRegularExpression declaration(
+        QStringLiteral(R"(xmlns:([A-Za-z_][\w.-]*)\s*=\s*["']([^"'<]*)["'])"));
     std::map<std::string, std::string> namespaces;
-    for (std::sregex_iterator match(packet.begin(), packet.end(), declaration), end; match != end;
-         ++match) {
-        namespaces.try_emplace((*match)[1], (*match)[2]);
+    auto match = declaration.globalMatch(QString::fromStdString(packet));
+    while (match.hasNext()) {
+        const QRegularExpressionMatch found = match.next();
+        namespaces.try_emplace(found.captured(1).toStdString(), found.captured(2).toStdString());
     }
     return namespaces;
 }
