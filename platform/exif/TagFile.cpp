@@ -10,6 +10,7 @@
 #include <array>
 #include <cctype>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string_view>
 
@@ -94,6 +95,10 @@ std::string plainPrefix(std::string prefix) {
     return prefix;
 }
 
+std::unique_ptr<Exiv2::Image> openImage(const std::string& path) {
+    return std::unique_ptr<Exiv2::Image>(Exiv2::ImageFactory::open(path).release());
+}
+
 void collectExif(const Exiv2::ExifData& data, Tags& tags) {
     constexpr std::array<const char*, 3> kGroups = {"Image", "Photo", "GPSInfo"};
     for (const Exiv2::Exifdatum& datum : data) {
@@ -159,7 +164,7 @@ void setExifTag(Exiv2::Image& image, const NewTag& tag) {
         const bool isWhole = value.find('/') == std::string::npos;
         joined += (joined.empty() ? "" : " ") + value + (isFraction && isWhole ? "/1" : "");
     }
-    const Exiv2::Value::AutoPtr value = Exiv2::Value::create(type);
+    const std::unique_ptr<Exiv2::Value> value(Exiv2::Value::create(type).release());
     if (value->read(joined) != 0 || value->count() == 0) {
         throw Error("the metadata cannot be written: " + tag.key + " cannot hold \"" + joined +
                     "\"");
@@ -313,7 +318,7 @@ TagFile readTags(const std::string& path) {
     TagFile file;
     const WarningScope scope(file.warnings);
     try {
-        const Exiv2::Image::AutoPtr image = Exiv2::ImageFactory::open(path);
+        const std::unique_ptr<Exiv2::Image> image = openImage(path);
         {
             const std::lock_guard lock(exiv2Mutex());
             image->readMetadata();
@@ -334,7 +339,7 @@ void writeTags(const std::string& path, const std::vector<NewTag>& tags) {
     std::vector<std::string> warnings;
     const WarningScope scope(warnings);
     try {
-        const Exiv2::Image::AutoPtr image = Exiv2::ImageFactory::open(path);
+        const std::unique_ptr<Exiv2::Image> image = openImage(path);
         const std::lock_guard lock(exiv2Mutex());
         image->readMetadata();
         registerOwnNamespaces();
@@ -354,8 +359,8 @@ void copyDescription(const std::string& sourcePath,
     std::vector<std::string> warnings;
     const WarningScope scope(warnings);
     try {
-        const Exiv2::Image::AutoPtr source = Exiv2::ImageFactory::open(sourcePath);
-        const Exiv2::Image::AutoPtr target = Exiv2::ImageFactory::open(targetPath);
+        const std::unique_ptr<Exiv2::Image> source = openImage(sourcePath);
+        const std::unique_ptr<Exiv2::Image> target = openImage(targetPath);
         {
             const std::lock_guard lock(exiv2Mutex());
             source->readMetadata();

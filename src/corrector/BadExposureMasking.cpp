@@ -34,7 +34,7 @@ void mask(BandMatrix& band, float lo, float hi, const Dark& dark) {
         float* pixel = &band(r, 0);
         for (Eigen::Index c = 0; c < band.cols(); ++c) {
             const float v = pixel[c];
-            pixel[c] = (lo + dark.coeff(r, c) < v) & (v < hi) ? v : kNan;
+            pixel[c] = ((lo + dark.coeff(r, c) < v) & (v < hi)) ? v : kNan;
         }
     }
 }
