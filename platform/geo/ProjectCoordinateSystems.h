@@ -1,13 +1,11 @@
 #pragma once
 
+#include "platform/geo/OutCoordSystem.h"
+#include "platform/geo/SiteCalibration.h"
+
 namespace tessik::geo {
 
-/// The coordinate system of a project's output. Default: local metric axes.
-struct OutCoordSystem {};
-
-/// How the output coordinate system was fitted to a site. Default: identity.
-struct SiteCalibration {};
-
+/// Default: local axes, not convertible.
 struct ProjectCoordinateSystems {
     OutCoordSystem output;
     SiteCalibration site;

@@ -14,6 +14,7 @@
 #include "radiometry/corrector/MicaSenseRedEdgeOpticalCamera.h"
 #include "radiometry/corrector/ParrotSequoiaOpticalCameraV1.h"
 #include "radiometry/corrector/ParrotSequoiaOpticalCameraV2.h"
+#include "radiometry/corrector/SunSensor.h"
 #include "radiometry/corrector/Vignetting.h"
 
 namespace tessik::radiometry::corrector {
@@ -51,6 +52,9 @@ Chain create(const ExifInfo& exif) {
     chain.push_back(std::make_unique<Vignetting>());
     chain.push_back(std::make_unique<ColorMatrix>());
     appendOpticalCamera(exif, chain);
+    if (!exif.isAirinovMultispec4C) {
+        chain.push_back(std::make_unique<SunSensor>());
+    }
     chain.push_back(std::make_unique<CalibrationTarget>());
     chain.push_back(std::make_unique<ConvertNanToNodata>());
     return chain;

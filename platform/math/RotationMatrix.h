@@ -1,0 +1,24 @@
+#pragma once
+
+#include "platform/export.h"
+
+#include <Eigen/Core>
+
+namespace tessik {
+
+/// A rotation, by default none.
+class TESSIK_PLATFORM_EXPORT RotationMatrix {
+public:
+    /// The orientation of an instrument relative to a camera: Rx(omega) Ry(phi) Rz(kappa), which
+    /// turns the instrument's axes into the camera's. Its z axis is then
+    /// (sin phi, -sin omega cos phi, cos omega cos phi).
+    /// @param omega,phi,kappa radians
+    void setOmegaPhiKappaRelative(double omega, double phi, double kappa);
+
+    [[nodiscard]] const Eigen::Matrix3d& matrix() const { return m_matrix; }
+
+private:
+    Eigen::Matrix3d m_matrix = Eigen::Matrix3d::Identity();
+};
+
+} // namespace tessik
