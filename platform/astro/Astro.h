@@ -35,7 +35,8 @@ TESSIK_PLATFORM_EXPORT int getBuiltInObjs(const Object** objects);
 
 /// @param month 1..12
 /// @param day of the month, from 1, with fraction
-/// @param mjd set to the day count of this date of the Gregorian calendar, 0 h and the fraction
+/// @param mjd set to the day count of this date of the Gregorian calendar, 0 h and the fraction;
+/// to NaN before the year -4799
 TESSIK_PLATFORM_EXPORT void cal_mjd(int month, double day, int year, double* mjd);
 
 /// Sets azimuth and altitude of an object: topocentric (with parallax), with aberration and with

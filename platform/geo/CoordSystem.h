@@ -28,9 +28,9 @@ public:
     static CoordSystem fromEpsg(int code);
 
     /// The system of a text: "EPSG:32632", "EPSG:2056+5728" or WKT, projected, geographic (degrees)
-    /// or geocentric. Heights of a system without a vertical datum are those above its ellipsoid.
-    /// Nothing is fetched: where a shift grid is not installed, the best transformation without it
-    /// is taken, to some metres.
+    /// or geocentric. Heights are those above the ellipsoid where the system has no vertical datum,
+    /// or one whose grid is not installed: nothing is fetched. Without the grid of a horizontal
+    /// datum its best transformation is taken, to some metres.
     /// @throws std::runtime_error with the text and the reason
     static CoordSystem fromText(const std::string& definition);
 

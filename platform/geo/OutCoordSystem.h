@@ -18,9 +18,10 @@ public:
         : OutCoordSystem(std::move(system), offset, offset) {}
 
     /// @param reference a position amid the project, in output coordinates
-    OutCoordSystem(CoordSystem system, Eigen::Vector3d offset, Eigen::Vector3d reference)
-        : CoordSystem(std::move(system)), m_offset(std::move(offset)),
-          m_reference(std::move(reference)) {}
+    OutCoordSystem(CoordSystem system,
+                   const Eigen::Vector3d& offset,
+                   const Eigen::Vector3d& reference)
+        : CoordSystem(std::move(system)), m_offset(offset), m_reference(reference) {}
 
     /// From processing to output coordinates.
     [[nodiscard]] Eigen::Vector3d proc2out(const Eigen::Vector3d& position) const {

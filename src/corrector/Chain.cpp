@@ -12,6 +12,7 @@
 #include "radiometry/corrector/GammaRelinearisation.h"
 #include "radiometry/corrector/IntensityShift.h"
 #include "radiometry/corrector/MicaSenseRedEdgeOpticalCamera.h"
+#include "radiometry/corrector/SunSensor.h"
 #include "radiometry/corrector/Vignetting.h"
 
 namespace tessik::radiometry::corrector {
@@ -45,6 +46,9 @@ Chain create(const ExifInfo& exif) {
     chain.push_back(std::make_unique<Vignetting>());
     chain.push_back(std::make_unique<ColorMatrix>());
     appendOpticalCamera(exif, chain);
+    if (!exif.isAirinovMultispec4C) {
+        chain.push_back(std::make_unique<SunSensor>());
+    }
     chain.push_back(std::make_unique<CalibrationTarget>());
     chain.push_back(std::make_unique<ConvertNanToNodata>());
     return chain;

@@ -59,13 +59,15 @@ TEST(Chain, hasItsCamerasModelAtItsPlace) {
         return names;
     };
     ExifInfo exif = test::plainExif(5, 3);
-    EXPECT_EQ(chainOf(exif), expected({"BasicOpticalCamera"}));
+    EXPECT_EQ(chainOf(exif), expected({"BasicOpticalCamera", "SunSensor"}));
     exif.isAirinovMultispec4C = true;
     EXPECT_EQ(chainOf(exif), expected({"AirinovMultispec4COpticalCameraV2_32"}));
     exif.make = QStringLiteral("MicaSense"); // without a valid model it falls through
     EXPECT_EQ(chainOf(exif), expected({"AirinovMultispec4COpticalCameraV2_32"}));
     exif.micaSense3kModel = {0.0, 0.0};
     EXPECT_EQ(chainOf(exif), expected({"MicaSenseRedEdgeOpticalCamera"}));
+    exif.isAirinovMultispec4C = false;
+    EXPECT_EQ(chainOf(exif), expected({"MicaSenseRedEdgeOpticalCamera", "SunSensor"}));
 }
 
 TEST(Chain, shiftsEightBitSequoiaImagesThatHaveNoToneCurve) {

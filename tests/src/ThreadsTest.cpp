@@ -18,15 +18,30 @@ namespace {
 constexpr int kWidth = 160;
 constexpr int kHeight = 120;
 
-BandMatrix corrected(const test::ImageSetup& setup, const datasource::Cache& cache, unsigned seed) {
+/// A flight whose images have an irradiance sensor with a pose of its own.
+struct Flight {
+    Flight() : setup(test::redEdgeExif(kWidth, kHeight)) {
+        setup.image.exif.sunIrradiance = {1.2};
+        setup.image.exif.sunSensorYawPitchRoll = Eigen::Vector3d(30.0, 5.0, -10.0);
+        setup.image.geo.captureTime = 1592730000.0; // 2020-06-21 09:00 UTC
+        systems.output = geo::OutCoordSystem(geo::CoordSystem::fromEpsg(2056));
+        systems.output.fromWGS84({46.8, 8.2, 600.0}, pose.position);
+    }
+
+    test::ImageSetup setup;
+    geo::ProjectCoordinateSystems systems;
+    CameraExternals pose;
+};
+
+BandMatrix corrected(const Flight& flight, const datasource::Cache& cache, unsigned seed) {
     BandImage bands = {test::redEdgeBand(kWidth, kHeight, seed)};
-    correct(setup.image,
-            setup.camera,
-            CameraExternals(),
+    correct(flight.setup.image,
+            flight.setup.camera,
+            flight.pose,
             {2.0},
-            Eigen::ArrayXd(),
-            {CorrectionType::CameraOnly},
-            geo::ProjectCoordinateSystems(),
+            Eigen::ArrayXd::Constant(1, 0.8),
+            {static_cast<CorrectionType>(4)}, // the sensor's own pose
+            flight.systems,
             nullptr,
             cache,
             bands,
@@ -34,13 +49,14 @@ BandMatrix corrected(const test::ImageSetup& setup, const datasource::Cache& cac
     return bands[0];
 }
 
-/// Images of eight threads, some with shared maps, some with maps of their own, logging all the
-/// while.
+/// Images of eight threads, some with shared maps, some with maps of their own, all in one output
+/// coordinate system, logging all the while.
 TEST(Threads, eightThreadsGiveTheBitsOfOne) {
     constexpr unsigned kThreads = 8;
     constexpr unsigned kImagesEach = 6;
     const test::LogCapture log;
-    const test::ImageSetup setup(test::redEdgeExif(kWidth, kHeight));
+    const Flight flight;
+    const test::ImageSetup& setup = flight.setup;
     datasource::Cache shared;
     shared[{setup.image.cameraId, datasource::Type::DarkCurrentModel}] =
         std::make_shared<datasource::DarkCurrentModel>(DarkCurrentModelBase(setup.image.exif));
@@ -51,7 +67,7 @@ TEST(Threads, eightThreadsGiveTheBitsOfOne) {
 
     std::vector<BandMatrix> alone;
     for (unsigned i = 0; i < kThreads * kImagesEach; ++i) {
-        alone.push_back(corrected(setup, none, i));
+        alone.push_back(corrected(flight, none, i));
     }
     std::vector<BandMatrix> together(alone.size());
     std::vector<std::thread> threads;
@@ -59,7 +75,7 @@ TEST(Threads, eightThreadsGiveTheBitsOfOne) {
     for (unsigned t = 0; t < kThreads; ++t) {
         threads.emplace_back([&, t] {
             for (unsigned i = t; i < together.size(); i += kThreads) {
-                together[i] = corrected(setup, i % 2 == 0 ? shared : none, i);
+                together[i] = corrected(flight, i % 2 == 0 ? shared : none, i);
             }
         });
     }

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "radiometry/corrector/ICorrector.h"
+
+#include <memory>
+
+namespace tessik::radiometry::corrector {
+
+/// Divides each band by the sun irradiance at the moment of the capture: values of a flight become
+/// comparable when the light changes. From type CameraSunIrradianceAndSunAngle on, the reading is
+/// first turned into that of a level sensor (correction::correctedSunIrradiance).
+class RADIOMETRY_EXPORT SunSensor final : public ICorrector {
+public:
+    SunSensor();
+    ~SunSensor() override;
+
+    using ICorrector::useData;
+    void useData(const datasource::CoordinateSystems& source) override;
+    void useData(const datasource::ImageMetadata& source) override;
+    void useData(const datasource::LightConditions& source) override;
+    void useData(const datasource::Photogrammetry& source) override;
+    void useData(const datasource::Sensor& source) override;
+    void useData(const datasource::UserSettings& source) override;
+
+protected:
+    [[nodiscard]] bool isApplicable() const override;
+    void apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const override;
+
+private:
+    struct Data;
+    std::unique_ptr<Data> m_data;
+};
+
+} // namespace tessik::radiometry::corrector

@@ -1,0 +1,144 @@
+#include "radiometry/SunIrradiance.h"
+
+#include "Fail.h"
+#include "platform/camera/CameraExternals.h"
+#include "platform/camera/GeoData.h"
+#include "platform/exif/ExifInfo.h"
+#include "platform/exif/Predicates.h"
+#include "platform/geo/Conversions.h"
+#include "platform/math/RotationMatrix.h"
+#include "radiometry/Consistency.h"
+
+#include <Eigen/Geometry>
+
+#include <cmath>
+#include <optional>
+
+namespace tessik::radiometry::correction {
+namespace {
+
+constexpr double kPi = 3.141592653589793;
+
+/// North, east and up as columns. @return false where there are none
+bool tangentAxes(const geo::OutCoordSystem& outCS,
+                 const Eigen::Vector3d& position,
+                 Eigen::Matrix3d& axes) {
+    Eigen::Vector3d north;
+    Eigen::Vector3d east;
+    Eigen::Vector3d up;
+    if (!outCS.getTangentAxes(position, north, east, up)) {
+        return false;
+    }
+    axes << north, east, up;
+    return true;
+}
+
+/// The axes of the output system at a position are those of the site there. They are not where a
+/// site is turned against its system, or so far from where its coordinates would be in it that
+/// north is another direction.
+bool siteKeepsAxes(const geo::OutCoordSystem& outCS,
+                   const geo::SiteCalibration& site,
+                   const Eigen::Vector3d& position,
+                   const Eigen::Matrix3d& axes) {
+    constexpr double kLargest = 0.1 / 180.0 * kPi; // less than an attitude sensor resolves
+    Eigen::Matrix3d systemAxes;
+    if (!tangentAxes(outCS, site.toSystem(position), systemAxes)) {
+        return false;
+    }
+    const Eigen::Matrix3d siteAxes = site.rotation.transpose() * systemAxes;
+    return Eigen::AngleAxisd(axes * siteAxes.transpose()).angle() < kLargest;
+}
+
+} // namespace
+
+SunAnglesSunRayAndUpDirection getSunRayAndUpDirection(const Eigen::Vector3d& position,
+                                                      double time,
+                                                      const geo::OutCoordSystem& outCS,
+                                                      const geo::SiteCalibration& siteCalibration) {
+    if (time == 0.0) {
+        fail("No valid time");
+    }
+    GeoPosition wgs84;
+    if (!geo::out2wgs84(outCS, siteCalibration, position, wgs84)) {
+        fail("Unable to convert from output coordinate system to WGS-84");
+    }
+    const SunAngle angles = SunPositionEstimator().sunAngle(
+        time, wgs84.latitude / 180.0 * kPi, wgs84.longitude / 180.0 * kPi);
+    if (angles.elevation <= 0.0) {
+        fail("The sun is behind the horizon.");
+    }
+    Eigen::Matrix3d axes;
+    if (!tangentAxes(outCS, position, axes) ||
+        !siteKeepsAxes(outCS, siteCalibration, position, axes)) {
+        fail("Unable to obtain east, north, up axes for output coordinate system");
+    }
+    return {angles, sunRay(position, angles, outCS), axes.col(2)};
+}
+
+SunInfo sunPositionInfo(const Eigen::Vector3d& position,
+                        const Eigen::Vector3d& sensorPose,
+                        double time,
+                        const geo::OutCoordSystem& outCS,
+                        const geo::SiteCalibration& siteCalibration) {
+    const auto [angles, ray, up] = getSunRayAndUpDirection(position, time, outCS, siteCalibration);
+    return {angles,
+            sensorPose.dot(ray) / (ray.norm() * sensorPose.norm()),
+            sensorPose.dot(up) / (up.norm() * sensorPose.norm())};
+}
+
+Eigen::ArrayXd sunPosition(const SunInfo& info, const Eigen::ArrayXd& directSunlightFraction) {
+    const double tilt = info.cosSensorTilt;
+    const double view = tilt * tilt * (tilt >= 0.0 ? 0.5 : -0.5) + 0.5;
+    const double direct = info.cosSunIncidence < 0.0 ? 0.0 : info.cosSunIncidence; // NaN stays
+    const Eigen::ArrayXd& d = directSunlightFraction;
+    return (d * std::sin(info.angles.elevation) + (1.0 - d)) / (d * direct + (1.0 - d) * view);
+}
+
+Eigen::Vector3d sunIrradianceSensorPoseVector(const ExifInfo& exif,
+                                              const GlobalShutter& externals,
+                                              const QString& /*imagePath*/,
+                                              const geo::OutCoordSystem& outCS,
+                                              CorrectionType type) {
+    if (type == CorrectionType::CameraSunIrradianceAndSunAngle) {
+        if (!exif::hasSunIrradianceRelativeOrientation(exif)) {
+            fail("No valid sensor pose");
+        }
+        const Eigen::Vector3f angles = *exif.sunSensorRelativeOrientation / 180.0F * 3.1415927F;
+        RotationMatrix cameraFromSensor;
+        cameraFromSensor.setOmegaPhiKappaRelative(angles[0], angles[1], angles[2]);
+        return externals.rotation * cameraFromSensor.matrix() * Eigen::Vector3d::UnitZ();
+    }
+    std::optional<Eigen::Matrix3d> outFromSensor;
+    if (exif::hasSunIrradianceYawPitchRoll(exif)) {
+        outFromSensor = geo::RotationMatrixFromYawPitchRoll(
+            *exif.sunSensorYawPitchRoll, outCS.proc2out(externals.position), outCS);
+    }
+    if (!outFromSensor) {
+        fail("No valid sensor pose");
+    }
+    return *outFromSensor * -Eigen::Vector3d::UnitZ();
+}
+
+Eigen::ArrayXd correctedSunIrradiance(const ExifInfo& exif,
+                                      const GeoData& geo,
+                                      const QString& imagePath,
+                                      const GlobalShutter& externals,
+                                      const Eigen::ArrayXd& directSunlightFraction,
+                                      const geo::OutCoordSystem& outCS,
+                                      const geo::SiteCalibration& siteCalibration,
+                                      CorrectionType type) {
+    Eigen::ArrayXd irradiance = exif::sunIrradiance(exif);
+    if (!doSunAngleCorrection(type)) {
+        return irradiance;
+    }
+    verifyConsistentNumberOfBands(static_cast<std::size_t>(directSunlightFraction.size()),
+                                  static_cast<std::size_t>(irradiance.size()),
+                                  QStringLiteral("Correcting for sun irradiance"));
+    const Eigen::Vector3d sensorPose =
+        sunIrradianceSensorPoseVector(exif, externals, imagePath, outCS, type);
+    const SunInfo info = sunPositionInfo(
+        outCS.proc2out(externals.position), sensorPose, geo.captureTime, outCS, siteCalibration);
+    return irradiance * sunPosition(info, directSunlightFraction);
+}
+
+} // namespace tessik::radiometry::correction
