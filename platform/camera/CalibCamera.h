@@ -4,7 +4,7 @@
 
 #include <QtCore/QString>
 
-#include <unordered_map>
+#include <map>
 
 namespace tessik {
 
@@ -12,7 +12,7 @@ namespace tessik {
 struct CalibCamera {
     /// Pose of each image, by the path that its InputImage states. An image without an entry has no
     /// known pose.
-    std::unordered_map<QString, CameraExternals> externals;
+    std::map<QString, CameraExternals> externals;
 
     /// @return null where the pose is not known
     [[nodiscard]] const CameraExternals* externalsOf(const QString& imagePath) const {
