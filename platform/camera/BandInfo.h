@@ -1,5 +1,6 @@
 #pragma once
 
+#include <ostream>
 #include <tuple>
 #include <vector>
 
@@ -17,6 +18,10 @@ struct BandInfo {
         return a.wavelengthNm == b.wavelengthNm && a.fwhmNm == b.fwhmNm;
     }
 };
+
+inline std::ostream& operator<<(std::ostream& os, const BandInfo& band) {
+    return os << band.wavelengthNm << " nm, width " << band.fwhmNm << " nm";
+}
 
 using bands_t = std::vector<BandInfo>;
 

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "Flight.h"
+#include "platform/camera/CalibCamera.h"
+#include "platform/camera/CameraExternals.h"
+#include "platform/geo/ProjectCoordinateSystems.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+/// Where the images of a flight were taken, and how the camera stood, as the metadata say.
+namespace tessik::app {
+
+/// Local axes at the middle of the flight; not convertible to WGS 84 when no image has a position.
+geo::ProjectCoordinateSystems coordinateSystemsOf(const Flight& flight);
+
+/// The pose of an image: position from the receiver, rotation from the camera's yaw, pitch and roll
+/// where they are stated, else a level camera looking down, its upper edge north. Camera axes are x
+/// right, y down in the image, z into the scene. Without a position its coordinates are NaN, which
+/// nothing converts.
+CameraExternals externalsOf(const InputImage& image, const geo::ProjectCoordinateSystems& systems);
+
+/// The poses of all images, by camera.
+std::function<std::shared_ptr<const CalibCamera>(std::uint64_t)>
+posesByCamera(const Flight& flight, const geo::ProjectCoordinateSystems& systems);
+
+} // namespace tessik::app

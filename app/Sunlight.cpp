@@ -1,0 +1,207 @@
+#include "Sunlight.h"
+
+#include "Console.h"
+#include "CorrectionWords.h"
+#include "Poses.h"
+#include "Project.h"
+#include "platform/exif/Predicates.h"
+#include "platform/exif/Tags.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+#include <cstdio>
+
+namespace tessik::app {
+namespace {
+
+using Json = nlohmann::ordered_json;
+using radiometry::CorrectionType;
+using radiometry::SunlightFractionFitResult;
+
+/// Slow drift over a flight: constant, slope and curvature.
+constexpr unsigned int kDriftDegree = 2;
+/// A fraction known no better than this is no better than the clear-sky model's.
+constexpr double kLargestError = 0.05;
+
+bool isSound(const SunlightFractionFitResult& fit) {
+    const std::optional<double> error = standardError(fit);
+    return fit.hasConverged && error && *error <= kLargestError && fit.fraction > 0.0 &&
+           fit.fraction < 1.0;
+}
+
+FractionByBand fitted(const Flight& flight,
+                      const SettingsByCamera& settings,
+                      const geo::ProjectCoordinateSystems& systems,
+                      bool onlySound) {
+    FractionByBand fractions;
+    for (const auto& [band, fit] :
+         radiometry::computeDirectSunlightFraction(flight.images,
+                                                   flight.cameras,
+                                                   settings,
+                                                   systems.output,
+                                                   systems.site,
+                                                   posesByCamera(flight, systems),
+                                                   kDriftDegree,
+                                                   false)) {
+        if (onlySound && !isSound(fit)) {
+            return {};
+        }
+        fractions[band] = fit.fraction;
+    }
+    return fractions;
+}
+
+/// The sun-angle type that a camera's metadata allow, for a fit that needs one.
+CorrectionType sunAngleType(const Flight& flight, std::uint64_t cameraId) {
+    for (const InputImage& image : flight.images) {
+        if (image.cameraId == cameraId && exif::hasSunIrradianceRelativeOrientation(image.exif)) {
+            return CorrectionType::CameraSunIrradianceAndSunAngle;
+        }
+    }
+    return kSunAngleAbsolute;
+}
+
+Json describe(const BandInfo& band, const SunlightFractionFitResult& fit) {
+    const std::optional<double> error = standardError(fit);
+    Json coefficients = Json::array();
+    for (const double coefficient : fit.coefficients) {
+        coefficients.push_back(coefficient);
+    }
+    return {{"wavelength_nm", band.wavelengthNm},
+            {"fwhm_nm", band.fwhmNm},
+            {"fraction", fit.fraction},
+            {"standard_error", error ? Json(*error) : Json()},
+            {"coefficients", coefficients},
+            {"readings", fit.readingCount}};
+}
+
+Json describe(const BandInfo& band, double fraction) {
+    return {{"wavelength_nm", band.wavelengthNm},
+            {"fwhm_nm", band.fwhmNm},
+            {"fraction", fraction},
+            {"standard_error", Json()},
+            {"coefficients", Json::array()},
+            {"readings", 0}};
+}
+
+void print(const Json& bands) {
+    std::printf(
+        "%10s %8s %10s %10s %9s\n", "wavelength", "fwhm", "fraction", "std error", "readings");
+    for (const Json& band : bands) {
+        const Json& error = band["standard_error"];
+        std::printf("%7.1f nm %5.1f nm %10.4f %10s %9d\n",
+                    band["wavelength_nm"].get<double>(),
+                    band["fwhm_nm"].get<double>(),
+                    band["fraction"].get<double>(),
+                    error.is_null() ? "-"
+                                    : QString::number(error.get<double>(), 'f', 4).toUtf8().data(),
+                    band["readings"].get<int>());
+    }
+}
+
+} // namespace
+
+std::optional<SunlightChoice> SunlightChoice::fromText(const std::string& text) {
+    if (text == "auto") {
+        return SunlightChoice{Model::Auto, 0.0};
+    }
+    if (text == "fit") {
+        return SunlightChoice{Model::Fit, 0.0};
+    }
+    if (text == "physical") {
+        return SunlightChoice{Model::Physical, 0.0};
+    }
+    const std::optional<double> number = exif::parseNumber(text);
+    if (number && *number >= 0.0 && *number <= 1.0) {
+        return SunlightChoice{Model::Number, *number};
+    }
+    return std::nullopt;
+}
+
+std::optional<double> standardError(const SunlightFractionFitResult& fit) {
+    if (!fit.fractionVariance || !fit.residualVariance) {
+        return std::nullopt;
+    }
+    return std::sqrt(*fit.fractionVariance * *fit.residualVariance);
+}
+
+FractionByBand decideSunlight(const Flight& flight,
+                              const SettingsByCamera& settings,
+                              const geo::ProjectCoordinateSystems& systems,
+                              const SunlightChoice& choice) {
+    using Model = SunlightChoice::Model;
+    if (choice.model == Model::Number) {
+        FractionByBand fractions;
+        for (const auto& [band, cameras] : radiometry::groupByBand(flight.cameras, settings)) {
+            fractions[band] = choice.number;
+        }
+        return fractions;
+    }
+    if (choice.model != Model::Physical) {
+        FractionByBand fractions = fitted(flight, settings, systems, choice.model == Model::Auto);
+        if (!fractions.empty()) {
+            return fractions;
+        }
+        if (choice.model == Model::Fit) {
+            throw radiometry::error("the fraction of direct sunlight cannot be fitted");
+        }
+        sayWarning({},
+                   "the readings do not determine the fraction of direct sunlight; the "
+                   "clear-sky model is used");
+    }
+    return radiometry::computeDirectSunlightFractionPhysicalModel(
+        flight.images, flight.cameras, settings, systems.output, systems.site);
+}
+
+int sunlight(const SunlightOptions& options) {
+    const InputList inputs = expandInputs(options.inputs);
+    bool hasFailed = !inputs.failures.empty();
+    for (const auto& [path, reason] : inputs.failures) {
+        sayFailure(path, reason);
+    }
+    Flight flight = readFlight(inputs.images, options.metadata, options.jobs);
+    for (std::size_t i = 0; i < flight.images.size(); ++i) {
+        if (!flight.images[i].enabled) {
+            sayFailure(flight.images[i].path.toStdString(), flight.failures[i]);
+            hasFailed = true;
+        }
+    }
+    mountSensor(options.sensorMount, flight);
+    SettingsByCamera settings;
+    for (const auto& [id, camera] : flight.cameras) {
+        settings[id] = {options.type.value_or(sunAngleType(flight, id))};
+    }
+    const geo::ProjectCoordinateSystems systems = coordinateSystemsOf(flight);
+    Json bands = Json::array();
+    if (options.isPhysical) {
+        for (const auto& [band, fraction] :
+             decideSunlight(flight, settings, systems, {SunlightChoice::Model::Physical, 0.0})) {
+            bands.push_back(describe(band, fraction));
+        }
+    } else {
+        for (const auto& [band, fit] :
+             radiometry::computeDirectSunlightFraction(flight.images,
+                                                       flight.cameras,
+                                                       settings,
+                                                       systems.output,
+                                                       systems.site,
+                                                       posesByCamera(flight, systems),
+                                                       options.degree,
+                                                       options.useSensorAngles)) {
+            bands.push_back(describe(band, fit));
+        }
+    }
+    if (options.json) {
+        std::printf("%s\n", bands.dump(2).c_str());
+    } else if (!bands.empty()) {
+        print(bands);
+    }
+    if (bands.empty()) {
+        sayFailure({}, "no fraction of direct sunlight could be told");
+        return NothingDone;
+    }
+    return hasFailed ? SomeFailed : AllDone;
+}
+
+} // namespace tessik::app

@@ -1,0 +1,137 @@
+#pragma once
+
+#include "platform/camera/BandInfo.h"
+#include "platform/camera/CamerasData.h"
+#include "radiometry/Types.h"
+
+#include <Eigen/Core>
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <unordered_map>
+#include <vector>
+
+namespace tessik {
+struct CalibCamera;
+struct InputImage;
+namespace geo {
+class OutCoordSystem;
+struct SiteCalibration;
+} // namespace geo
+} // namespace tessik
+
+/// The fraction of a flight's light that comes directly from the sun: epsilon, 0..1, against light
+/// from the whole sky. All functions are thread safe.
+namespace tessik::radiometry {
+
+/// A band's index in each camera that has the band, by the camera's identifier.
+using BandIndexByCamera = std::map<std::uint64_t, std::uint64_t>;
+
+/// Hands out a camera and the poses of its images; null for a camera without poses.
+using CameraById = std::function<std::shared_ptr<const CalibCamera>(std::uint64_t)>;
+
+/// The bands of all cameras that are corrected for the sun angle.
+/// @throws std::out_of_range when a camera has no settings
+RADIOMETRY_EXPORT std::map<BandInfo, BandIndexByCamera>
+groupByBand(const CamerasData& cameras,
+            const std::unordered_map<std::uint64_t, Settings>& settingsByCamera);
+
+/// Mean capture time of the images that have one, s since 1970-01-01 00:00 UTC. 0.0 is no time; a
+/// NaN is a time.
+/// @throws error "no valid time could be computed"
+RADIOMETRY_EXPORT double calcDayTimeMean(const std::vector<InputImage>& images);
+
+/// The fraction under a clear sky, by ClearSkyModelBird for standard pressure and no aerosols.
+/// @param time s since 1970-01-01 00:00 UTC
+/// @param latitude,longitude rad
+/// @throws error "The sun is behind the horizon."
+RADIOMETRY_EXPORT double
+computeDirectSunlightFractionPhysicalModel(double time, double latitude, double longitude);
+
+/// The fraction under a clear sky at the mean capture time, at the output's reference position.
+/// @throws error as above, as calcDayTimeMean, and "Unable to convert from output coordinate system
+/// to WGS-84"
+RADIOMETRY_EXPORT double
+computeDirectSunlightFractionPhysicalModel(const std::vector<InputImage>& images,
+                                           const geo::OutCoordSystem& outCoordSystem,
+                                           const geo::SiteCalibration& siteCalibration);
+
+/// The same fraction for every band of groupByBand.
+/// @return empty when no camera is corrected for the sun angle
+/// @throws error as above, std::out_of_range as groupByBand
+RADIOMETRY_EXPORT std::map<BandInfo, double> computeDirectSunlightFractionPhysicalModel(
+    const std::vector<InputImage>& images,
+    const CamerasData& cameras,
+    const std::unordered_map<std::uint64_t, Settings>& settingsByCamera,
+    const geo::OutCoordSystem& outCoordSystem,
+    const geo::SiteCalibration& siteCalibration);
+
+/// A fraction fitted to the readings of irradiance sensors. Covariances are those of readings with
+/// an error of variance one: times residualVariance they are the result's own, so that the standard
+/// error of the fraction is sqrt(fractionVariance * residualVariance).
+struct SunlightFractionFitResult {
+    double fraction = 0.0; ///< 0..1
+    /// Drift of the illumination, c0 + c1 dt + .. in the readings' unit, lowest order first; dt in
+    /// s from the capture time of the first image.
+    Eigen::VectorXd coefficients;
+    /// (omega, phi, kappa) of the sensors relative to their cameras, degrees; absent = not fitted.
+    /// kappa, a turn about the sensor's own normal, keeps the value of the metadata.
+    std::optional<Eigen::Vector3d> orientation;
+
+    /// Absent, like the two below, when the readings do not determine the fit.
+    std::optional<double> fractionVariance;
+    std::optional<Eigen::MatrixXd> coefficientCovariance;
+    /// In degrees; absent as well where no orientation was fitted. Zero for kappa.
+    std::optional<Eigen::Matrix3d> orientationCovariance;
+
+    std::size_t readingCount = 0;
+    /// Sum of squared residuals over (readings - fitted parameters), in the readings' unit squared;
+    /// absent when there are not more readings than parameters.
+    std::optional<double> residualVariance;
+    bool hasConverged = false; ///< false = the iterations ran out first
+};
+
+/// Fits the fraction of one band: over a flight the direct part of the readings follows the angle
+/// between sensor and sun, the diffuse part the sensor's tilt, both the drift of the illumination.
+///
+/// Readings that are not positive or have no valid time, pose or sun are left out, as are images of
+/// other cameras and those with another number of readings than bands.
+///
+/// @param cameraById asked once for each accepted reading's camera
+/// @param polynomialDegree of the drift
+/// @param useSensorAngles for cameras of correction type 3, fit the sensor's orientation relative
+/// to the camera, from the metadata's as the start
+/// @throws error "Not enough measurements" with fewer than polynomialDegree + 2 readings; "Fit of
+/// the direct sunlight fraction: .." when the solver fails
+RADIOMETRY_EXPORT SunlightFractionFitResult computeDirectSunlightFractionForBand(
+    const BandIndexByCamera& bandIndexByCamera,
+    const std::vector<InputImage>& images,
+    const geo::OutCoordSystem& outCoordSystem,
+    const geo::SiteCalibration& siteCalibration,
+    const CameraById& cameraById,
+    const std::unordered_map<std::uint64_t, Settings>& settingsByCamera,
+    unsigned int polynomialDegree,
+    bool useSensorAngles);
+
+/// Fits every band of groupByBand: all, or none when one of them fails, which is logged.
+/// @throws std::out_of_range as groupByBand
+RADIOMETRY_EXPORT std::map<BandInfo, SunlightFractionFitResult>
+computeDirectSunlightFraction(const std::vector<InputImage>& images,
+                              const CamerasData& cameras,
+                              const std::unordered_map<std::uint64_t, Settings>& settingsByCamera,
+                              const geo::OutCoordSystem& outCoordSystem,
+                              const geo::SiteCalibration& siteCalibration,
+                              const CameraById& cameraById,
+                              unsigned int polynomialDegree,
+                              bool useSensorAngles);
+
+/// One value a band, in the order of `bands`.
+/// @throws std::out_of_range when a band has no fraction
+RADIOMETRY_EXPORT Eigen::ArrayXd
+getFractionOfDirectSunlight(const std::map<BandInfo, double>& fractionByBand, const bands_t& bands);
+
+} // namespace tessik::radiometry

@@ -1,0 +1,147 @@
+#include "directSunlightFraction/Readings.h"
+
+#include "Fail.h"
+#include "platform/camera/CalibCamera.h"
+#include "platform/camera/InputImage.h"
+#include "platform/exif/Predicates.h"
+#include "platform/geo/OutCoordSystem.h"
+#include "radiometry/SunIrradiance.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace tessik::radiometry::detail {
+namespace {
+
+/// What the readings of a flight have in common.
+struct Flight {
+    const geo::OutCoordSystem& outCoordSystem;
+    const geo::SiteCalibration& siteCalibration;
+    double startTime;
+    std::uint32_t coefficientCount;
+};
+
+/// One value a band, and no band unknown where bands are known.
+bool hasConsistentBands(const ExifInfo& exif) {
+    return exif.sunIrradiance.size() == exif.bandCount &&
+           (exif.bands.empty() || exif.bands.size() == exif.bandCount);
+}
+
+/// @return nothing when the image has no usable reading of the band
+std::optional<double> readingOf(const InputImage& image, std::uint64_t band) {
+    if (!hasConsistentBands(image.exif) || band >= image.exif.bandCount) {
+        return std::nullopt;
+    }
+    const double reading = exif::sunIrradiance(image.exif)[static_cast<Eigen::Index>(band)];
+    return reading > 0.0 && std::isfinite(reading) ? std::optional(reading) : std::nullopt;
+}
+
+SunlightResidual posedReading(const InputImage& image,
+                              double irradiance,
+                              const CameraExternals& externals,
+                              CorrectionType type,
+                              const Flight& flight) {
+    const Eigen::Vector3d sensorPose = correction::sunIrradianceSensorPoseVector(
+        image.exif, externals, image.path, flight.outCoordSystem, type);
+    const correction::SunInfo sun =
+        correction::sunPositionInfo(flight.outCoordSystem.proc2out(externals.position),
+                                    sensorPose,
+                                    image.geo.captureTime,
+                                    flight.outCoordSystem,
+                                    flight.siteCalibration);
+    if (!std::isfinite(sun.cosSunIncidence) || !std::isfinite(sun.cosSensorTilt)) {
+        fail("No valid sensor pose");
+    }
+    return {image.geo.captureTime - flight.startTime,
+            std::clamp(sun.cosSunIncidence, 0.0, 1.0),
+            sun.cosSensorTilt,
+            irradiance,
+            flight.coefficientCount};
+}
+
+SunlightAngleResidual mountedReading(const InputImage& image,
+                                     double irradiance,
+                                     const CameraExternals& externals,
+                                     const Flight& flight) {
+    if (!exif::hasSunIrradianceRelativeOrientation(image.exif) || !externals.rotation.allFinite()) {
+        fail("No valid sensor pose");
+    }
+    const auto sun =
+        correction::getSunRayAndUpDirection(flight.outCoordSystem.proc2out(externals.position),
+                                            image.geo.captureTime,
+                                            flight.outCoordSystem,
+                                            flight.siteCalibration);
+    return {image.geo.captureTime - flight.startTime,
+            sun.sunRay.normalized(),
+            sun.up.normalized(),
+            externals.rotation,
+            irradiance,
+            flight.coefficientCount};
+}
+
+/// Adds one reading, of which everything is known.
+void add(Readings& readings,
+         const InputImage& image,
+         double irradiance,
+         const CameraExternals& externals,
+         CorrectionType type,
+         bool useSensorAngles,
+         const Flight& flight) {
+    if (!useSensorAngles || type != CorrectionType::CameraSunIrradianceAndSunAngle) {
+        readings.posed.push_back(posedReading(image, irradiance, externals, type, flight));
+        return;
+    }
+    readings.mounted.push_back(mountedReading(image, irradiance, externals, flight));
+    if (!readings.orientation) {
+        readings.orientation = image.exif.sunSensorRelativeOrientation->cast<double>();
+    }
+}
+
+} // namespace
+
+Readings collectReadings(const BandIndexByCamera& bandIndexByCamera,
+                         const std::vector<InputImage>& images,
+                         const geo::OutCoordSystem& outCoordSystem,
+                         const geo::SiteCalibration& siteCalibration,
+                         const CameraById& cameraById,
+                         const std::unordered_map<std::uint64_t, Settings>& settingsByCamera,
+                         unsigned int polynomialDegree,
+                         bool useSensorAngles) {
+    Readings readings;
+    if (images.empty()) {
+        return readings;
+    }
+    const Flight flight{
+        outCoordSystem, siteCalibration, images.front().geo.captureTime, polynomialDegree + 1};
+    for (const InputImage& image : images) {
+        const auto band = bandIndexByCamera.find(image.cameraId);
+        const auto settings = settingsByCamera.find(image.cameraId);
+        if (band == bandIndexByCamera.end() || settings == settingsByCamera.end()) {
+            continue;
+        }
+        const std::optional<double> irradiance = readingOf(image, band->second);
+        if (!irradiance || !std::isfinite(image.geo.captureTime - flight.startTime)) {
+            continue;
+        }
+        const auto camera = cameraById(image.cameraId);
+        const CameraExternals* externals = camera ? camera->externalsOf(image.path) : nullptr;
+        if (externals == nullptr) {
+            continue;
+        }
+        try {
+            add(readings,
+                image,
+                *irradiance,
+                *externals,
+                settings->second.correctionType,
+                useSensorAngles,
+                flight);
+        } catch (const error&) {
+            // A reading that cannot be related to the sun is none; too few are refused later.
+            continue;
+        }
+    }
+    return readings;
+}
+
+} // namespace tessik::radiometry::detail
