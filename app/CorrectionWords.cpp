@@ -9,10 +9,6 @@ namespace {
 using radiometry::CorrectionType;
 using radiometry::ImageCorrectionError;
 
-/// Above the named types: the irradiance sensor's own yaw, pitch and roll instead of its
-/// orientation relative to the camera.
-constexpr auto kSunAngleAbsolute = static_cast<CorrectionType>(4);
-
 constexpr std::array<std::pair<CorrectionType, const char*>, 5> kWords = {{
     {CorrectionType::NoCorrection, "none"},
     {CorrectionType::CameraOnly, "camera"},

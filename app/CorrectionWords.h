@@ -9,6 +9,10 @@
 /// Correction types and what they lack, as words.
 namespace tessik::app {
 
+/// Above the named types: as the sun-angle type, with the irradiance sensor's own yaw, pitch and
+/// roll instead of its orientation relative to the camera.
+constexpr auto kSunAngleAbsolute = static_cast<radiometry::CorrectionType>(4);
+
 /// The types that a word names, from the least to the richest.
 const std::vector<radiometry::CorrectionType>& correctionTypes();
 

@@ -1,12 +1,16 @@
 #include "ImageCorrector.h"
 
+#include "Poses.h"
 #include "platform/camera/CameraExternals.h"
 #include "platform/exif/ExifReader.h"
 #include "platform/exif/Predicates.h"
 #include "platform/geo/ProjectCoordinateSystems.h"
+#include "platform/log/Log.h"
 #include "platform/text/Text.h"
 #include "radiometry/Correct.h"
+#include "radiometry/DirectSunlightFraction.h"
 #include "radiometry/ExposureMetadata.h"
+#include "radiometry/SunIrradiance.h"
 #include "radiometry/corrector/ICorrector.h"
 
 namespace tessik::app {
@@ -15,6 +19,28 @@ namespace {
 template <typename... Args>
 [[noreturn]] void refuse(const Args&... args) {
     throw Refusal(text::compose(args...).toStdString());
+}
+
+/// The parts of the correction of a reading for the sun angle.
+void logSunAngle(const InputImage& image,
+                 const CameraExternals& externals,
+                 const Eigen::ArrayXd& sunlight,
+                 const Project& project) {
+    constexpr double kDegree = static_cast<double>(EIGEN_PI) / 180.0;
+    const geo::OutCoordSystem& output = project.coordinateSystems.output;
+    const radiometry::correction::SunInfo info = radiometry::correction::sunPositionInfo(
+        output.proc2out(externals.position),
+        radiometry::correction::sunIrradianceSensorPoseVector(
+            image.exif, externals, image.path, output, project.typeOf(image)),
+        image.geo.captureTime,
+        output,
+        project.coordinateSystems.site);
+    TESSIK_LOG(logging::kInfo) << "Sun angle: elevation " << info.angles.elevation / kDegree
+                               << " deg, azimuth " << info.angles.azimuth / kDegree
+                               << " deg, cosine of incidence " << info.cosSunIncidence
+                               << ", cosine of sensor tilt " << info.cosSensorTilt
+                               << ", direct sunlight " << sunlight.transpose() << ", factor "
+                               << radiometry::correction::sunPosition(info, sunlight).transpose();
 }
 
 } // namespace
@@ -68,19 +94,38 @@ void ImageCorrector::check(const InputImage& image) const {
     if (!exif.sensitivity.empty() && !radiometry::isSensitivityValid(exif.sensitivity)) {
         refuse("no valid sensitivity in the metadata (a thermal band?); left alone");
     }
+    if (doIrradianceCorrection(type) && !exif::hasSunIrradiance(exif)) {
+        refuse("no irradiance reading in the metadata");
+    }
     if (m_project.sequoiaModelOf(image) != nullptr && !exif.sensorTemperature) {
         refuse("no sensor temperature in the metadata, which the factory calibration needs");
     }
 }
 
+Eigen::ArrayXd ImageCorrector::sunlightOf(const InputImage& image) const {
+    if (!doSunAngleCorrection(m_project.typeOf(image))) {
+        return {};
+    }
+    if (image.exif.bands.size() != image.exif.bandCount) {
+        refuse("the metadata do not state the wavelength of each band, by which the fraction of "
+               "direct sunlight is known");
+    }
+    return radiometry::getFractionOfDirectSunlight(m_project.sunlight, image.exif.bands);
+}
+
 void ImageCorrector::correct(const InputImage& image, BandImage& bands) {
     const CameraParams camera = exif::cameraParams(image.exif);
     const radiometry::sequoia::ModelParameter* model = m_project.sequoiaModelOf(image);
+    const CameraExternals externals = externalsOf(image, m_project.coordinateSystems);
+    const Eigen::ArrayXd sunlight = sunlightOf(image);
+    if (logging::takes(logging::kInfo) && doSunAngleCorrection(m_project.typeOf(image))) {
+        logSunAngle(image, externals, sunlight, m_project);
+    }
     radiometry::correct(image,
                         camera,
-                        CameraExternals(),
+                        externals,
                         {},
-                        Eigen::ArrayXd(),
+                        sunlight,
                         {m_project.typeOf(image)},
                         m_project.coordinateSystems,
                         model,
@@ -91,7 +136,7 @@ void ImageCorrector::correct(const InputImage& image, BandImage& bands) {
 
 ChainDescription ImageCorrector::describeChain(const InputImage& image) {
     const CameraParams camera = exif::cameraParams(image.exif);
-    const CameraExternals externals;
+    const CameraExternals externals = externalsOf(image, m_project.coordinateSystems);
     const radiometry::sequoia::ModelParameter* model = m_project.sequoiaModelOf(image);
     const auto sources = radiometry::datasource::create(image,
                                                         camera,

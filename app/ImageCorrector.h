@@ -44,6 +44,9 @@ public:
     ChainDescription describeChain(const InputImage& image);
 
 private:
+    /// One value a band, or none below the sun-angle types.
+    [[nodiscard]] Eigen::ArrayXd sunlightOf(const InputImage& image) const;
+
     const Project& m_project;
     MapCache m_maps;
 };

@@ -1,9 +1,12 @@
 #include "Project.h"
 
 #include "Console.h"
-#include "CorrectionWords.h"
+#include "Poses.h"
+#include "platform/exif/Predicates.h"
 #include "radiometry/Config.h"
 #include "radiometry/sequoia/FactoryCalibration.h"
+
+#include <algorithm>
 
 namespace tessik::app {
 namespace {
@@ -11,22 +14,10 @@ namespace {
 namespace fs = std::filesystem;
 using radiometry::CorrectionType;
 
-/// Corrections richer than this are not built yet; what they need is left out, not guessed.
-constexpr auto kRichest = CorrectionType::CameraOnly;
-
 CorrectionType typeFor(const Flight& flight, std::size_t cameraId, const ProjectOptions& options) {
-    if (options.type) {
-        return *options.type;
-    }
-    const CorrectionType guess =
-        radiometry::guessRadiometricCorrectionTypeFromImage(flight.images, cameraId);
-    if (guess > kRichest) {
-        sayWarning({},
-                   "the metadata would allow '" + wordOf(guess) + "'; corrected as '" +
-                       wordOf(kRichest) + "'");
-        return kRichest;
-    }
-    return guess;
+    return options.type
+               ? *options.type
+               : radiometry::guessRadiometricCorrectionTypeFromImage(flight.images, cameraId);
 }
 
 std::string stateOf(const fs::path& file) {
@@ -57,7 +48,19 @@ void loadSequoiaModels(const Flight& flight, const fs::path& folder, Project& pr
 
 } // namespace
 
-Project makeProject(const Flight& flight, const ProjectOptions& options) {
+void mountSensor(const std::optional<Eigen::Vector3f>& mount, Flight& flight) {
+    if (!mount) {
+        return;
+    }
+    for (InputImage& image : flight.images) {
+        if (exif::hasSunIrradiance(image.exif) && !image.exif.sunSensorRelativeOrientation) {
+            image.exif.sunSensorRelativeOrientation = mount;
+        }
+    }
+}
+
+Project makeProject(Flight& flight, const ProjectOptions& options) {
+    mountSensor(options.sensorMount, flight);
     Project project;
     project.isTypeChosen = options.type.has_value();
     for (const auto& [id, camera] : flight.cameras) {
@@ -65,6 +68,23 @@ Project makeProject(const Flight& flight, const ProjectOptions& options) {
     }
     if (!options.sequoiaCalibration.empty()) {
         loadSequoiaModels(flight, options.sequoiaCalibration, project);
+    }
+    const bool needsSunAngle =
+        std::any_of(project.settings.begin(), project.settings.end(), [](const auto& entry) {
+            return doSunAngleCorrection(entry.second.correctionType);
+        });
+    if (needsSunAngle) {
+        project.coordinateSystems = coordinateSystemsOf(flight);
+        project.sunlight =
+            decideSunlight(flight, project.settings, project.coordinateSystems, options.sunlight);
+        for (const auto& [band, fraction] : project.sunlight) {
+            project.fingerprint += " " + QString::number(fraction, 'g', 17).toStdString();
+        }
+        if (options.sensorMount) {
+            for (const float angle : *options.sensorMount) {
+                project.fingerprint += " " + std::to_string(angle);
+            }
+        }
     }
     return project;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Flight.h"
+#include "Sunlight.h"
 #include "platform/geo/ProjectCoordinateSystems.h"
 #include "radiometry/Types.h"
 #include "radiometry/sequoia/ModelParameter.h"
@@ -19,15 +20,21 @@ struct ProjectOptions {
     std::optional<radiometry::CorrectionType> type;
     /// Folder of Sequoia model files, <serial number>.tif; empty = none.
     std::filesystem::path sequoiaCalibration;
+    SunlightChoice sunlight;
+    /// (omega, phi, kappa) of the irradiance sensor relative to the camera, degrees, for cameras
+    /// whose metadata do not state it.
+    std::optional<Eigen::Vector3f> sensorMount;
 };
 
 /// What is decided for a flight before any of its images is corrected.
 struct Project {
     /// By camera identifier.
-    std::unordered_map<std::size_t, radiometry::Settings> settings;
+    SettingsByCamera settings;
     /// Factory models by camera identifier.
     std::unordered_map<std::uint64_t, radiometry::sequoia::ModelParameter> sequoiaModels;
     geo::ProjectCoordinateSystems coordinateSystems{};
+    /// Fraction of direct sunlight, for the cameras that are corrected for the sun angle.
+    FractionByBand sunlight;
     /// True where the user named the type.
     bool isTypeChosen = false;
     /// Text that changes when a decision does that changes pixels, but for the type.
@@ -44,7 +51,10 @@ struct Project {
     }
 };
 
-/// Decides. Warnings are said.
-Project makeProject(const Flight& flight, const ProjectOptions& options);
+/// States the sensor's orientation where there is a reading and the metadata do not state it.
+void mountSensor(const std::optional<Eigen::Vector3f>& mount, Flight& flight);
+
+/// Decides. Warnings are said. @throws std::runtime_error when a decision cannot be made
+Project makeProject(Flight& flight, const ProjectOptions& options);
 
 } // namespace tessik::app

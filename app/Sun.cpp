@@ -15,7 +15,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr double kDegree = EIGEN_PI / 180.0;
+constexpr double kDegree = static_cast<double>(EIGEN_PI) / 180.0;
 
 /// Seconds since 1970, or ISO 8601, which is UTC where it states no zone.
 std::optional<double> parseTime(const std::string& text) {

@@ -3,6 +3,7 @@
 #include "CorrectionWords.h"
 #include "Inspect.h"
 #include "SequoiaModel.h"
+#include "Sunlight.h"
 
 #include <CLI/CLI.hpp>
 
@@ -40,6 +41,19 @@ void addUtcOffset(CLI::App& command, tessik::exif::ReadOptions& options) {
                        "Local time minus UTC in hours, of cameras that write local time");
 }
 
+void addSensorMount(CLI::App& command, std::optional<Eigen::Vector3f>& mount) {
+    command
+        .add_option_function<std::vector<float>>(
+            "--sensor-mount",
+            [&mount](const std::vector<float>& angles) {
+                mount = Eigen::Vector3f(angles.at(0), angles.at(1), angles.at(2));
+            },
+            "OMEGA,PHI,KAPPA: the irradiance sensor's orientation relative to the camera, degrees, "
+            "where the metadata do not state it")
+        ->delimiter(',')
+        ->expected(3);
+}
+
 /// A subcommand: declares its options on the application, and runs.
 using Action = std::function<int()>;
 
@@ -67,7 +81,20 @@ Action addCorrect(CLI::App& cli) {
             "--type",
             [options](const std::string& word) { options->project.type = app::typeOf(word); },
             "How far to correct; auto (the default) = as far as the metadata allow")
-        ->check(CLI::IsMember({"auto", "none", "camera"}));
+        ->check(CLI::IsMember(
+            {"auto", "none", "camera", "irradiance", "sun-angle", "sun-angle-absolute"}));
+    command.add_option_function<std::string>(
+        "--sunlight",
+        [options](const std::string& text) {
+            const auto choice = app::SunlightChoice::fromText(text);
+            if (!choice) {
+                throw CLI::ValidationError("--sunlight",
+                                           "neither auto, fit, physical nor 0..1: " + text);
+            }
+            options->project.sunlight = *choice;
+        },
+        "Fraction of direct sunlight: auto (the default), fit, physical or a number 0..1");
+    addSensorMount(command, options->project.sensorMount);
     command
         .add_option("--sequoia-calibration",
                     options->project.sequoiaCalibration,
@@ -82,6 +109,54 @@ Action addCorrect(CLI::App& cli) {
         ->allow_extra_args(false);
     addUtcOffset(command, options->metadata);
     return [options] { return app::correct(*options); };
+}
+
+Action addSun(CLI::App& cli) {
+    auto options = std::make_shared<app::SunOptions>();
+    CLI::App& command = *cli.add_subcommand("sun", "Where the sun stands");
+    command
+        .add_option(
+            "--time", options->time, "ISO 8601 (UTC), or seconds since 1970-01-01 00:00 UTC")
+        ->required();
+    command.add_option("--lat", options->latitude, "Latitude, degrees north")
+        ->required()
+        ->check(CLI::Range(-90.0, 90.0));
+    command.add_option("--lon", options->longitude, "Longitude, degrees east")
+        ->required()
+        ->check(CLI::Range(-360.0, 360.0));
+    command.add_flag("--json", options->json, "One JSON document on standard output");
+    return [options] { return app::sun(*options); };
+}
+
+Action addSunlight(CLI::App& cli) {
+    auto options = std::make_shared<app::SunlightOptions>();
+    options->jobs = defaultJobs();
+    CLI::App& command = *cli.add_subcommand(
+        "sunlight", "The fraction of direct sunlight of each band over a flight");
+    addInputs(command, options->inputs);
+    command
+        .add_option_function<std::string>(
+            "--model",
+            [options](const std::string& word) { options->isPhysical = word == "physical"; },
+            "fit (the default): from the readings; physical: of a clear sky")
+        ->check(CLI::IsMember({"fit", "physical"}));
+    command.add_option("--degree", options->degree, "Degree of the drift of the light in time")
+        ->check(CLI::Range(0, 10))
+        ->capture_default_str();
+    command.add_flag("--sensor-angles",
+                     options->useSensorAngles,
+                     "Fit the sensor's orientation relative to the camera as well");
+    command
+        .add_option_function<std::string>(
+            "--type",
+            [options](const std::string& word) { options->type = app::typeOf(word); },
+            "Orientation to use; the default is what the metadata allow")
+        ->check(CLI::IsMember({"sun-angle", "sun-angle-absolute"}));
+    addSensorMount(command, options->sensorMount);
+    command.add_flag("--json", options->json, "One JSON document on standard output");
+    addJobs(command, options->jobs);
+    addUtcOffset(command, options->metadata);
+    return [options] { return app::sunlight(*options); };
 }
 
 Action addSequoiaModel(CLI::App& cli) {
@@ -114,6 +189,8 @@ int run(int argc, char** argv) {
     cli.add_flag("-q,--quiet", isQuiet, "Show errors alone");
     const std::map<std::string, Action> actions = {{"inspect", addInspect(cli)},
                                                    {"correct", addCorrect(cli)},
+                                                   {"sun", addSun(cli)},
+                                                   {"sunlight", addSunlight(cli)},
                                                    {"sequoia-model", addSequoiaModel(cli)}};
     try {
         cli.parse(argc, argv);
