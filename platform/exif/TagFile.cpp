@@ -182,7 +182,7 @@ void setTag(Exiv2::Image& image, const NewTag& tag) {
     if (const auto old = xmp.findKey(key); old != xmp.end()) {
         xmp.erase(old);
     }
-    if (tag.values.size() == 1) {
+    if (tag.values.size() == 1 && !tag.isSequence) {
         Exiv2::XmpTextValue value(tag.values.front());
         xmp.add(key, &value);
     } else {

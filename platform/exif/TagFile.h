@@ -36,6 +36,7 @@ TESSIK_PLATFORM_EXPORT TagFile readTags(const std::string& path);
 struct NewTag {
     std::string key;
     std::vector<std::string> values;
+    bool isSequence = false; ///< an XMP sequence even of one value
 };
 
 /// Writes tags into an existing TIFF or JPEG file, in name spaces of our own for the prefixes

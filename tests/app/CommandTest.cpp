@@ -79,9 +79,11 @@ void renderImages(const fs::path& folder, std::size_t captures = 1) {
         whole.path() / "flight" / simulate::kImagesFolder, folder, fs::copy_options::recursive);
 }
 
-TEST(CorrectCommand, aSimulatedFlightComesOutAsItsTruth) {
+void expectTruth(simulate::CameraModel camera) {
     const TemporaryFolder folder;
-    simulate::renderFlight(folder.path() / "flight", flightOptions(4));
+    simulate::FlightOptions options = flightOptions(4);
+    options.camera = camera;
+    simulate::renderFlight(folder.path() / "flight", options);
     const Result result = radiometry(folder, "correct flight/images -o out --type camera -j 2");
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_EQ(result.err, "");
@@ -95,6 +97,11 @@ TEST(CorrectCommand, aSimulatedFlightComesOutAsItsTruth) {
         EXPECT_EQ(band.unexpectedMasked, 0U) << band.band;
         EXPECT_EQ(band.masked, band.expectedMasked) << band.band;
     }
+}
+
+TEST(CorrectCommand, aSimulatedFlightComesOutAsItsTruth) {
+    expectTruth(simulate::CameraModel::RedEdge);
+    expectTruth(simulate::CameraModel::SequoiaV1);
 }
 
 TEST(CorrectCommand, oneBadImageCostsOneLineAndNothingElse) {

@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
+
 namespace tessik::exif {
 namespace {
 
@@ -25,6 +28,21 @@ TEST(WriteTags, aWholeNumberDoesForAFractionAndAValueOfAnotherTypeIsRefused) {
     EXPECT_EQ(test::messageOf<Error>(write),
               "the metadata cannot be written: Exif.Photo.FNumber cannot hold \"2.8/1\"");
     EXPECT_EQ(readTags(file).tags.exifNumber("Exif.Photo.ISOSpeed"), 400.0);
+}
+
+TEST(WriteTags, aSequenceOfOneIsASequence) {
+    const test::TemporaryFolder folder;
+    const std::string file = folder.file("image.tif");
+    image::writeUInt16Raster(file, {test::ramp(4, 5)});
+    writeTags(file,
+              {{"Xmp.Camera.SensorModel", {"1.5,2,3"}, true}, {"Xmp.Camera.RigName", {"plain"}}});
+    const Tags tags = readTags(file).tags;
+    EXPECT_EQ(tags.xmpNumbers("Camera", "SensorModel"), (std::vector<double>{1.5, 2.0, 3.0}));
+    EXPECT_EQ(tags.xmpText("Camera", "RigName"), "plain");
+    std::ifstream stream(file, std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
+    EXPECT_NE(bytes.find("<rdf:li>1.5,2,3</rdf:li>"), std::string::npos);
+    EXPECT_EQ(bytes.find("<rdf:li>plain"), std::string::npos);
 }
 
 } // namespace

@@ -122,21 +122,34 @@ protected:
 };
 
 TEST(Simulate, aSeedGivesTheSameBytesAndAnotherSeedOthers) {
-    const test::TemporaryFolder folder;
-    FlightOptions options;
-    options.captures = 2;
-    options.width = 64;
-    options.height = 49;
-    renderFlight(folder.path() / "a", options);
-    renderFlight(folder.path() / "b", options);
-    options.seed = 2;
-    renderFlight(folder.path() / "c", options);
-    const std::vector<fs::path> files = filesIn(folder.path() / "a");
-    ASSERT_EQ(files.size(), 2U * 5U * 2U + 1U);
-    EXPECT_EQ(files, filesIn(folder.path() / "b"));
-    for (const fs::path& file : files) {
-        EXPECT_EQ(bytesOf(folder.path() / "a" / file), bytesOf(folder.path() / "b" / file)) << file;
-        EXPECT_NE(bytesOf(folder.path() / "a" / file), bytesOf(folder.path() / "c" / file)) << file;
+    struct Case {
+        CameraModel camera;
+        std::size_t files; ///< besides the manifest
+    };
+    for (const Case& expected : {Case{CameraModel::RedEdge, 2 * 5 * 2},
+                                 Case{CameraModel::SequoiaV1, 2 * 4 * 2},
+                                 Case{CameraModel::SequoiaV2, 2 * 4 * 2 + 2}}) {
+        const test::TemporaryFolder folder;
+        FlightOptions options;
+        options.camera = expected.camera;
+        options.captures = 2;
+        options.width = 64;
+        options.height = 48;
+        renderFlight(folder.path() / "a", options);
+        renderFlight(folder.path() / "b", options);
+        options.seed = 2;
+        renderFlight(folder.path() / "c", options);
+        const std::vector<fs::path> files = filesIn(folder.path() / "a");
+        ASSERT_EQ(files.size(), expected.files + 1);
+        EXPECT_EQ(files, filesIn(folder.path() / "b"));
+        for (const fs::path& file : files) {
+            const std::string bytes = bytesOf(folder.path() / "a" / file);
+            EXPECT_EQ(bytes, bytesOf(folder.path() / "b" / file)) << file;
+            // A thermal profile is a property of the body.
+            EXPECT_EQ(bytes == bytesOf(folder.path() / "c" / file),
+                      file.filename() == "sequoia_therm.dat")
+                << file;
+        }
     }
 }
 

@@ -7,6 +7,7 @@
 #include "simulate/Light.h"
 
 #include <cstddef>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -55,6 +56,11 @@ public:
     [[nodiscard]] virtual std::string fileName(std::size_t capture, std::size_t band) const = 0;
     /// Thread safe; the same shot gives the same frame.
     [[nodiscard]] virtual Frame take(const Shot& shot, bool withDeviation) const = 0;
+    /// Writes what comes with such a camera, besides its images.
+    /// @param folder of the flight; there
+    virtual void writeCompanions(const std::filesystem::path& folder) const {
+        static_cast<void>(folder);
+    }
 };
 
 } // namespace tessik::simulate

@@ -171,6 +171,11 @@ BandResult resultOf(const std::string& band, const BandSums& sums) {
     return result;
 }
 
+/// Corrected images end in .tif, whatever the raw ones do.
+path correctedFile(const path& folder, const std::string& rawName) {
+    return (folder / rawName).replace_extension(".tif");
+}
+
 const char* toString(Target target) {
     return target == Target::Radiance ? "radiance" : "reflectance";
 }
@@ -187,9 +192,10 @@ std::vector<BandResult> compare(const path& flight, const path& corrected, Targe
             order.push_back(entry.band);
         }
         const BandImage truth = readBands(truthFolder / entry.name, 2);
-        const BandImage image = readBands(corrected / entry.name, 1);
+        const path imageFile = correctedFile(corrected, entry.name);
+        const BandImage image = readBands(imageFile, 1);
         if (image[0].rows() != truth[0].rows() || image[0].cols() != truth[0].cols()) {
-            throw Failure(corrected / entry.name, "is not of the flight's image size");
+            throw Failure(imageFile, "is not of the flight's image size");
         }
         add(entry, truth, image[0], target, bands[entry.band]);
     }

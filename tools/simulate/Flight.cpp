@@ -4,12 +4,14 @@
 #include "platform/image/Raster.h"
 #include "simulate/RedEdgeCamera.h"
 #include "simulate/Scene.h"
+#include "simulate/SequoiaCamera.h"
 
 #include <nlohmann/json.hpp>
 
 #include <exception>
 #include <fstream>
 #include <functional>
+#include <memory>
 
 namespace tessik::simulate {
 namespace {
@@ -28,6 +30,17 @@ void writeWhole(const path& file, const std::function<void(const std::string&)>&
     } catch (const std::exception& failure) {
         throw Failure(file, failure.what());
     }
+}
+
+std::unique_ptr<Camera> makeCamera(const FlightOptions& options) {
+    if (options.camera == CameraModel::RedEdge) {
+        return std::make_unique<RedEdgeCamera>(
+            RedEdgeCamera::Options{options.width, options.height, options.seed, options.noise});
+    }
+    const auto kind = options.camera == CameraModel::SequoiaV1 ? SequoiaCamera::Kind::Uniform
+                                                               : SequoiaCamera::Kind::Measured;
+    return std::make_unique<SequoiaCamera>(
+        SequoiaCamera::Options{kind, options.width, options.height, options.seed, options.noise});
 }
 
 void prepareFolder(const path& folder, bool hasTruth) {
@@ -113,10 +126,11 @@ void writeManifest(const path& folder,
 
 void renderFlight(const path& folder, const FlightOptions& options) {
     checkVacant(folder);
+    const std::unique_ptr<Camera> ownedCamera = makeCamera(options);
+    const Camera& camera = *ownedCamera;
     prepareFolder(folder, options.hasTruth);
     const Scene scene(options.seed);
     const Light light(options.seed, options.captures);
-    const RedEdgeCamera camera({options.width, options.height, options.seed, options.noise});
     const std::size_t bandCount = camera.bands().size();
 
     std::vector<ordered_json> records(options.captures * bandCount);
@@ -153,6 +167,7 @@ void renderFlight(const path& folder, const FlightOptions& options) {
     if (failure) {
         std::rethrow_exception(failure);
     }
+    camera.writeCompanions(folder);
     if (options.hasTruth) {
         writeManifest(folder, camera, options, records);
     }

@@ -21,7 +21,12 @@ inline constexpr auto kImagesFolder = "images";
 inline constexpr auto kTruthFolder = "truth";
 inline constexpr auto kManifestFile = "flight.json";
 
+/// The cameras that can be flown; the Sequoia with uniform sensors, or with measured ones whose
+/// model comes along.
+enum class CameraModel { RedEdge, SequoiaV1, SequoiaV2 };
+
 struct FlightOptions {
+    CameraModel camera = CameraModel::RedEdge;
     std::size_t captures = 6;
     std::uint64_t seed = 1;
     Eigen::Index width = 640;  ///< px
@@ -35,6 +40,7 @@ struct FlightOptions {
 ///   images/<file>      as the camera stores them
 ///   truth/<file>       two float bands: reflectance, and the relative deviation of the noise put in
 ///   truth/flight.json  irradiance, exposure and counts of unusable pixels of each file
+///   calibration/       model file and thermal profile of a Sequoia with measured sensors
 /// @throws Failure
 void renderFlight(const std::filesystem::path& folder, const FlightOptions& options);
 

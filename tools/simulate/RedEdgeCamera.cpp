@@ -1,33 +1,26 @@
 // Source of the sample's formula: the maker's radiometric calibration model, solved for the sample.
 #include "simulate/RedEdgeCamera.h"
 
-#include "simulate/Random.h"
 #include "simulate/RedEdgeTags.h"
 #include "simulate/Scene.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <limits>
 
 namespace tessik::simulate {
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
 constexpr double kFullScale = 65536.0;
-constexpr double kStep = 16.0; ///< DN at 16 bits between two stored values
-constexpr float kLargestSample = 65520.0F;
-
 /// Brightest material, stored, as a share of full scale. With the rolling shutter's part it stays
 /// some ten standard deviations below saturation, and the darkest as far above the dark level.
 constexpr double kLowestPeak = 0.60;
 constexpr double kHighestPeak = 0.82;
 
-/// At ISO 100; a large pixel, so that the darkest material at ISO 800 keeps clear of the dark
-/// level.
-constexpr double kElectronsPerStep = 16.0;
-constexpr double kReadNoiseElectrons = 3.0; ///< before the amplifier
-constexpr double kReadNoiseSteps = 0.4;     ///< after it
+/// Samples of 12 bits, shifted left by 4; a large pixel, so that the darkest material at ISO 800
+/// keeps clear of the dark level. The defective ones are dead, hot, stuck.
+constexpr Sensor kSensor = {16.0, 65520.0F, 16.0, 3.0, 0.4, {0.0F, 65520.0F, 20000.0F, 4800.0F}};
 
 /// Seconds and share that the exposure differs by from the first row to the last: some tenths of a
 /// percent of a long exposure, some percents of a short one, whatever the image's height.
@@ -49,8 +42,6 @@ constexpr std::array<std::pair<double, double>, 5> kCenterShift = {
 
 constexpr std::array<int, 4> kDark = {4800, 4816, 4784, 4832};
 constexpr std::size_t kBadPixelCount = 8;
-/// Dead, hot, stuck.
-constexpr std::array<float, 4> kBadValues = {0.0F, kLargestSample, 20000.0F, 4800.0F};
 
 constexpr std::uint64_t kDefectPurpose = 0xbad;
 constexpr std::uint64_t kExposurePurpose = 0x7e;
@@ -74,16 +65,10 @@ RedEdgeCalibration calibrationOf(std::size_t band, const RedEdgeCamera::Options&
     for (std::size_t i = 0; i < kDark.size(); ++i) {
         calibration.dark[i] = kDark[(i + band) % kDark.size()];
     }
-    Random random({options.seed, kDefectPurpose, band});
-    while (calibration.badPixels.size() < kBadPixelCount) {
-        const std::pair<int, int> pixel(
-            static_cast<int>(random.below(static_cast<std::uint32_t>(options.width))),
-            static_cast<int>(random.below(static_cast<std::uint32_t>(options.height))));
-        auto& list = calibration.badPixels;
-        if (std::find(list.begin(), list.end(), pixel) == list.end()) {
-            list.push_back(pixel);
-        }
-    }
+    calibration.badPixels = drawPixels(kBadPixelCount,
+                                       options.width,
+                                       options.height,
+                                       Random({options.seed, kDefectPurpose, band}));
     return calibration;
 }
 
@@ -109,11 +94,6 @@ BandMatrix brightnessMap(const RedEdgeCalibration& calibration,
 /// Effective exposure of a row, s.
 double rowExposure(const RedEdgeCalibration& calibration, double seconds, double row) {
     return seconds + calibration.a2 * row - calibration.a3 * seconds * row;
-}
-
-float stored(double sample) {
-    const double steps = std::floor(sample / kStep + 0.5);
-    return static_cast<float>(std::clamp(steps * kStep, 0.0, static_cast<double>(kLargestSample)));
 }
 
 } // namespace
@@ -167,65 +147,31 @@ Frame RedEdgeCamera::take(const Shot& shot, bool withDeviation) const {
     const RedEdgeCalibration& calibration = m_calibrations[shot.band];
     const BandMatrix& brightness = m_brightness[shot.band];
     const RedEdgeExposure exposure = expose(shot);
-    const Eigen::Index rows = brightness.rows();
-    const Eigen::Index cols = brightness.cols();
     const double gain = exposure.gain();
-
-    // Variances in DN^2 at 16 bits. Shot: N electrons deviate by sqrt(N), and the amplifier makes
-    // one electron gain * kStep / kElectronsPerStep DN.
-    const double dnPerElectron = gain * kStep / kElectronsPerStep;
-    const double factor = m_options.noise * m_options.noise;
-    const double shotPerSignal = factor * dnPerElectron;
-    const double readAmplified = kReadNoiseElectrons * dnPerElectron;
-    const double readLate = kReadNoiseSteps * kStep;
-    const double read = factor * (readAmplified * readAmplified + readLate * readLate);
-    const double quantisation = kStep * kStep / 12.0;
-
-    Frame frame;
-    frame.samples.resize(rows, cols);
-    if (withDeviation) {
-        frame.relativeDeviation.resize(rows, cols);
-    }
-    Random random({m_options.seed, kNoisePurpose, shot.capture, shot.band});
-    std::vector<float> noise(static_cast<std::size_t>(cols));
-    constexpr float kUnusable = std::numeric_limits<float>::infinity();
-    for (Eigen::Index y = 0; y < rows; ++y) {
-        random.normal(noise);
+    const auto fillRow = [&](Eigen::Index y, RowContent& content) {
         const double seconds = rowExposure(calibration, exposure.seconds(), static_cast<double>(y));
         const double perReflectance =
             kFullScale * shot.irradiance / kPi * gain * seconds / calibration.a1;
         const auto* dark = &calibration.dark[static_cast<std::size_t>(y % 2) * 2];
-        for (Eigen::Index x = 0; x < cols; ++x) {
-            const double signal = perReflectance * static_cast<double>(shot.reflectance(y, x)) *
-                                  static_cast<double>(brightness(y, x));
-            const double variance = shotPerSignal * signal + read;
-            const float sample = stored(
-                static_cast<double>(dark[x % 2]) + signal +
-                std::sqrt(variance) * static_cast<double>(noise[static_cast<std::size_t>(x)]));
-            frame.samples(y, x) = sample;
-            if (withDeviation) {
-                frame.relativeDeviation(y, x) =
-                    sample < kLargestSample
-                        ? static_cast<float>(std::sqrt(variance + quantisation) / signal)
-                        : kUnusable;
-            }
+        for (std::size_t x = 0; x < content.signal.size(); ++x) {
+            const auto column = static_cast<Eigen::Index>(x);
+            content.dark[x] = static_cast<double>(dark[x % 2]);
+            content.signal[x] = perReflectance * static_cast<double>(shot.reflectance(y, column)) *
+                                static_cast<double>(brightness(y, column));
         }
-    }
-    for (std::size_t i = 0; i < calibration.badPixels.size(); ++i) {
-        const auto& [column, row] = calibration.badPixels[i];
-        frame.samples(row, column) = kBadValues[i % kBadValues.size()];
-        if (withDeviation) {
-            frame.relativeDeviation(row, column) = kUnusable;
-        }
-    }
+    };
+    Frame frame;
+    frame.samples.resize(brightness.rows(), brightness.cols());
+    readOut(kSensor,
+            gain,
+            m_options.noise,
+            Random({m_options.seed, kNoisePurpose, shot.capture, shot.band}),
+            calibration.badPixels,
+            withDeviation,
+            fillRow,
+            frame);
     frame.exposureSeconds = exposure.seconds();
     frame.iso = exposure.iso;
-    frame.badPixels = calibration.badPixels.size();
-    frame.saturatedPixels =
-        static_cast<std::size_t>((frame.samples.array() >= kLargestSample).count());
-    for (const auto& [column, row] : calibration.badPixels) {
-        frame.saturatedPixels -= frame.samples(row, column) >= kLargestSample ? 1 : 0;
-    }
     frame.tags = redEdgeTags(calibration, exposure, bands()[shot.band], shot);
     return frame;
 }

@@ -1,10 +1,9 @@
 #pragma once
 
-#include "simulate/Camera.h"
+#include "simulate/Sensor.h"
 
 #include <array>
 #include <cstdint>
-#include <utility>
 
 namespace tessik::simulate {
 
@@ -20,7 +19,7 @@ struct RedEdgeCalibration {
     std::array<double, 6> polynomial{};
     /// Dark level of the 2 x 2 pixels that repeat over the image, row after row, DN at 16 bits.
     std::array<int, 4> dark{};
-    std::vector<std::pair<int, int>> badPixels; ///< (column, row)
+    PixelList badPixels;
 
     /// The sensitivity that the camera states; the maker derives it from a1.
     [[nodiscard]] double bandSensitivity() const;

@@ -1,69 +1,10 @@
 #include "simulate/RedEdgeTags.h"
 
-#include <cmath>
+#include "simulate/TagText.h"
+
 #include <cstdio>
 
 namespace tessik::simulate {
-namespace {
-
-/// Enough digits to read the very same number back.
-std::string number(double value) {
-    std::array<char, 40> text{};
-    std::snprintf(text.data(), text.size(), "%.17g", value);
-    return text.data();
-}
-
-std::string fraction(double value, std::int64_t denominator) {
-    const double numerator = std::floor(value * static_cast<double>(denominator) + 0.5);
-    return std::to_string(static_cast<std::int64_t>(numerator)) + "/" + std::to_string(denominator);
-}
-
-/// Degrees, minutes and seconds.
-std::vector<std::string> sexagesimal(double degrees) {
-    const double whole = std::floor(degrees);
-    const double minutes = std::floor((degrees - whole) * 60.0);
-    const double seconds = ((degrees - whole) * 60.0 - minutes) * 60.0;
-    return {fraction(whole, 1), fraction(minutes, 1), fraction(seconds, 1000000)};
-}
-
-void addTime(std::int64_t microseconds, std::vector<exif::NewTag>& tags) {
-    constexpr std::int64_t kSecond = 1000000;
-    const auto second = static_cast<int>(microseconds / kSecond);
-    std::array<char, 40> text{};
-    std::snprintf(text.data(),
-                  text.size(),
-                  "%s %02d:%02d:%02d",
-                  kFlightDay,
-                  second / 3600,
-                  second / 60 % 60,
-                  second % 60);
-    tags.push_back({"Exif.Photo.DateTimeOriginal", {text.data()}});
-    tags.push_back({"Exif.Image.DateTime", {text.data()}});
-    std::snprintf(text.data(), text.size(), "%06d", static_cast<int>(microseconds % kSecond));
-    tags.push_back({"Exif.Photo.SubSecTime", {text.data()}});
-}
-
-void addPosition(const GeographicPosition& position, std::vector<exif::NewTag>& tags) {
-    const double latitude = position.latitudeDegrees;
-    const double longitude = position.longitudeDegrees;
-    tags.push_back({"Exif.GPSInfo.GPSLatitudeRef", {latitude < 0.0 ? "S" : "N"}});
-    tags.push_back({"Exif.GPSInfo.GPSLatitude", sexagesimal(std::abs(latitude))});
-    tags.push_back({"Exif.GPSInfo.GPSLongitudeRef", {longitude < 0.0 ? "W" : "E"}});
-    tags.push_back({"Exif.GPSInfo.GPSLongitude", sexagesimal(std::abs(longitude))});
-    tags.push_back({"Exif.GPSInfo.GPSAltitudeRef", {"0"}});
-    tags.push_back({"Exif.GPSInfo.GPSAltitude", {fraction(position.altitudeM, 1000)}});
-}
-
-std::vector<std::string> pairs(const std::vector<std::pair<int, int>>& pixels) {
-    std::vector<std::string> texts;
-    texts.reserve(pixels.size());
-    for (const auto& [column, row] : pixels) {
-        texts.push_back(std::to_string(column) + "," + std::to_string(row));
-    }
-    return texts;
-}
-
-} // namespace
 
 std::vector<exif::NewTag> redEdgeTags(const RedEdgeCalibration& calibration,
                                       const RedEdgeExposure& exposure,

@@ -23,6 +23,11 @@ struct CompareOptions {
 CLI::App* addFlight(CLI::App& app, std::string& folder, FlightOptions& options, bool& noTruth) {
     CLI::App* flight = app.add_subcommand("flight", "Render a flight as a camera would store it");
     flight->add_option("-o,--output", folder, "Folder to make")->required();
+    const std::map<std::string, CameraModel> cameras = {{"rededge", CameraModel::RedEdge},
+                                                        {"sequoia-v1", CameraModel::SequoiaV1},
+                                                        {"sequoia-v2", CameraModel::SequoiaV2}};
+    flight->add_option("--camera", options.camera, "rededge (default), sequoia-v1 or sequoia-v2")
+        ->transform(CLI::CheckedTransformer(cameras));
     flight->add_option("--captures", options.captures, "Number of captures")
         ->check(CLI::Range(1, 9999))
         ->capture_default_str();

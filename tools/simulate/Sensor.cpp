@@ -1,0 +1,90 @@
+#include "simulate/Sensor.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace tessik::simulate {
+namespace {
+
+constexpr float kUnusable = std::numeric_limits<float>::infinity();
+
+float stored(const Sensor& sensor, double sample) {
+    const double steps = std::floor(sample / sensor.step + 0.5);
+    return static_cast<float>(
+        std::clamp(steps * sensor.step, 0.0, static_cast<double>(sensor.largestSample)));
+}
+
+} // namespace
+
+PixelList drawPixels(std::size_t count, Eigen::Index width, Eigen::Index height, Random random) {
+    PixelList list;
+    while (list.size() < count) {
+        const std::pair<int, int> pixel(
+            static_cast<int>(random.below(static_cast<std::uint32_t>(width))),
+            static_cast<int>(random.below(static_cast<std::uint32_t>(height))));
+        if (std::find(list.begin(), list.end(), pixel) == list.end()) {
+            list.push_back(pixel);
+        }
+    }
+    return list;
+}
+
+void readOut(const Sensor& sensor,
+             double gain,
+             double noise,
+             Random random,
+             const PixelList& defects,
+             bool withDeviation,
+             const std::function<void(Eigen::Index row, RowContent& content)>& fillRow,
+             Frame& frame) {
+    // Variances in DN^2. Shot: N electrons deviate by sqrt(N), and the amplifier makes one electron
+    // gain * step / electronsPerStep DN.
+    const double dnPerElectron = gain * sensor.step / sensor.electronsPerStep;
+    const double factor = noise * noise;
+    const double shotPerSignal = factor * dnPerElectron;
+    const double readAmplified = sensor.readNoiseElectrons * dnPerElectron;
+    const double readLate = sensor.readNoiseSteps * sensor.step;
+    const double read = factor * (readAmplified * readAmplified + readLate * readLate);
+    const double quantisation = sensor.step * sensor.step / 12.0;
+
+    const auto cols = static_cast<std::size_t>(frame.samples.cols());
+    if (withDeviation) {
+        frame.relativeDeviation.resize(frame.samples.rows(), frame.samples.cols());
+    }
+    std::vector<float> deviates(cols);
+    RowContent content{std::vector<double>(cols), std::vector<double>(cols)};
+    for (Eigen::Index y = 0; y < frame.samples.rows(); ++y) {
+        random.normal(deviates);
+        fillRow(y, content);
+        float* sample = &frame.samples(y, 0);
+        for (std::size_t x = 0; x < cols; ++x) {
+            const double signal = content.signal[x];
+            const double variance = shotPerSignal * signal + read;
+            sample[x] = stored(sensor,
+                               content.dark[x] + signal +
+                                   std::sqrt(variance) * static_cast<double>(deviates[x]));
+            if (withDeviation) {
+                frame.relativeDeviation(y, static_cast<Eigen::Index>(x)) =
+                    sample[x] < sensor.largestSample
+                        ? static_cast<float>(std::sqrt(variance + quantisation) / signal)
+                        : kUnusable;
+            }
+        }
+    }
+    for (std::size_t i = 0; i < defects.size(); ++i) {
+        const auto& [column, row] = defects[i];
+        frame.samples(row, column) = sensor.defectiveSamples[i % sensor.defectiveSamples.size()];
+        if (withDeviation) {
+            frame.relativeDeviation(row, column) = kUnusable;
+        }
+    }
+    frame.badPixels = defects.size();
+    frame.saturatedPixels =
+        static_cast<std::size_t>((frame.samples.array() >= sensor.largestSample).count());
+    for (const auto& [column, row] : defects) {
+        frame.saturatedPixels -= frame.samples(row, column) >= sensor.largestSample ? 1 : 0;
+    }
+}
+
+} // namespace tessik::simulate

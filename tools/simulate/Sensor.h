@@ -1,0 +1,48 @@
+#pragma once
+
+#include "simulate/Camera.h"
+#include "simulate/Random.h"
+
+#include <array>
+#include <functional>
+#include <utility>
+#include <vector>
+
+namespace tessik::simulate {
+
+/// (column, row) of single pixels.
+using PixelList = std::vector<std::pair<int, int>>;
+
+/// The electronics behind the pixels: what they add to the light, and what they cut off.
+struct Sensor {
+    double step = 1.0; ///< DN between two values that can be stored
+    float largestSample = 0.0F;
+    double electronsPerStep = 1.0;   ///< at a gain of 1
+    double readNoiseElectrons = 0.0; ///< before the amplifier
+    double readNoiseSteps = 0.0;     ///< after it
+    std::array<float, 4> defectiveSamples{};
+};
+
+/// What the pixels of a row would hold without noise, DN.
+struct RowContent {
+    std::vector<double> dark;
+    std::vector<double> signal; ///< above the dark level
+};
+
+/// Some pixels of an image, each once.
+PixelList drawPixels(std::size_t count, Eigen::Index width, Eigen::Index height, Random random);
+
+/// Reads a sensor out: noise, steps, saturation, defects. Fills in what a frame says of its pixels.
+/// @param gain electrons make this many times as many steps as at a gain of 1
+/// @param noise times the sensor's own
+/// @param fillRow is called for each row in turn
+void readOut(const Sensor& sensor,
+             double gain,
+             double noise,
+             Random random,
+             const PixelList& defects,
+             bool withDeviation,
+             const std::function<void(Eigen::Index row, RowContent& content)>& fillRow,
+             Frame& frame);
+
+} // namespace tessik::simulate

@@ -1,0 +1,109 @@
+#pragma once
+
+#include "simulate/Sensor.h"
+#include "simulate/SequoiaModel.h"
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tessik::simulate {
+
+/// What the files of one band say of its calibration, and which of its pixels are defective.
+struct SequoiaCalibration {
+    static constexpr std::size_t kTermCount = 15;
+    double sensitivity = 0.0; ///< A of the sensor model
+    double darkLevel = 0.0;   ///< B, DN at 16 bits
+    double correction = 0.0;  ///< C
+    double fNumber = 2.2;
+    /// Brightness as a polynomial of x = column / width and y = row / height; the powers are
+    /// kPowers.
+    std::array<double, kTermCount> polynomial{};
+    PixelList badPixels;
+
+    /// (power of x, power of y) of each term.
+    static constexpr std::array<std::pair<int, int>, kTermCount> kPowers = {{{0, 0},
+                                                                             {1, 0},
+                                                                             {2, 0},
+                                                                             {3, 0},
+                                                                             {4, 0},
+                                                                             {0, 1},
+                                                                             {0, 2},
+                                                                             {0, 3},
+                                                                             {0, 4},
+                                                                             {1, 1},
+                                                                             {1, 2},
+                                                                             {1, 3},
+                                                                             {2, 1},
+                                                                             {2, 2},
+                                                                             {3, 1}}};
+};
+
+/// How one image was exposed, as the file states it.
+struct SequoiaExposure {
+    static constexpr std::int64_t kDenominator = 1000000;
+    std::int64_t numerator = 0;
+    int iso = 100;
+    double temperature = 0.0;          ///< of the sensor, degrees Celsius
+    std::int64_t bootMicroseconds = 0; ///< since the camera was switched on
+
+    [[nodiscard]] double seconds() const {
+        return static_cast<double>(numerator) / static_cast<double>(kDenominator);
+    }
+};
+
+/// A camera like the Parrot Sequoia: four bands, a file each, 10 bits shifted left by 6. Its
+/// sensors are one of two kinds. Uniform: every pixel like the next but for the vignetting; a
+/// sample is
+///   B + L (A t ISO + C) brightness(x, y) / F^2 + noise,
+/// L the radiance in W/m2/sr/nm, t the exposure time in s, A, B, C what the file states.
+/// Measured: as SequoiaModel says, which comes with the camera as a file. What the images state has
+/// the model's gain and dark offset, but nothing of what heat and the readout add, and another
+/// vignetting: results without the model show it.
+class SequoiaCamera final : public Camera {
+public:
+    enum class Kind { Uniform, Measured };
+    struct Options {
+        Kind kind = Kind::Uniform;
+        Eigen::Index width = 640;  ///< px
+        Eigen::Index height = 480; ///< px
+        std::uint64_t seed = 1;
+        double noise = 1.0; ///< times the camera's own shot and read noise
+    };
+    static constexpr std::size_t kBandCount = 4;
+    static constexpr auto kSerialNumber = "PI040412AB5E000273";
+    /// Below the folder of a flight.
+    static constexpr auto kCalibrationFolder = "calibration";
+
+    /// @throws std::invalid_argument as SequoiaModel
+    explicit SequoiaCamera(const Options& options);
+
+    [[nodiscard]] std::string name() const override { return "Sequoia"; }
+    [[nodiscard]] const std::vector<Band>& bands() const override;
+    [[nodiscard]] std::string fileName(std::size_t capture, std::size_t band) const override;
+    [[nodiscard]] Frame take(const Shot& shot, bool withDeviation) const override;
+    /// Model file and thermal profile of a measured camera, into a folder of their own.
+    void writeCompanions(const std::filesystem::path& folder) const override;
+
+    /// A band each; empty when the sensors are uniform.
+    [[nodiscard]] const std::vector<SequoiaModel>& models() const { return m_models; }
+
+private:
+    [[nodiscard]] SequoiaExposure expose(const Shot& shot) const;
+    void fillUniform(const Shot& shot,
+                     const SequoiaExposure& exposure,
+                     Eigen::Index row,
+                     RowContent& content) const;
+    void fillMeasured(const Shot& shot,
+                      const SequoiaExposure& exposure,
+                      Eigen::Index row,
+                      RowContent& content) const;
+
+    Options m_options;
+    std::array<SequoiaCalibration, kBandCount> m_calibrations;
+    std::array<BandMatrix, kBandCount> m_brightness; ///< of uniform sensors
+    std::vector<SequoiaModel> m_models;
+};
+
+} // namespace tessik::simulate
