@@ -106,6 +106,9 @@ Eigen::ArrayXd ImageCorrector::sunlightOf(const InputImage& image) const {
     if (!doSunAngleCorrection(m_project.typeOf(image))) {
         return {};
     }
+    if (!m_project.sunlightFailure.empty()) {
+        refuse(m_project.sunlightFailure);
+    }
     if (image.exif.bands.size() != image.exif.bandCount) {
         refuse("the metadata do not state the wavelength of each band, by which the fraction of "
                "direct sunlight is known");

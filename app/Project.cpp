@@ -46,6 +46,24 @@ void loadSequoiaModels(const Flight& flight, const fs::path& folder, Project& pr
     }
 }
 
+void decideLight(const Flight& flight, const ProjectOptions& options, Project& project) {
+    project.coordinateSystems = coordinateSystemsOf(flight);
+    try {
+        project.sunlight =
+            decideSunlight(flight, project.settings, project.coordinateSystems, options.sunlight);
+    } catch (const radiometry::error& failure) {
+        project.sunlightFailure = failure.what();
+    }
+    for (const auto& [band, fraction] : project.sunlight) {
+        project.fingerprint += " " + QString::number(fraction, 'g', 17).toStdString();
+    }
+    if (options.sensorMount) {
+        for (const float angle : *options.sensorMount) {
+            project.fingerprint += " " + std::to_string(angle);
+        }
+    }
+}
+
 } // namespace
 
 void mountSensor(const std::optional<Eigen::Vector3f>& mount, Flight& flight) {
@@ -74,17 +92,7 @@ Project makeProject(Flight& flight, const ProjectOptions& options) {
             return doSunAngleCorrection(entry.second.correctionType);
         });
     if (needsSunAngle) {
-        project.coordinateSystems = coordinateSystemsOf(flight);
-        project.sunlight =
-            decideSunlight(flight, project.settings, project.coordinateSystems, options.sunlight);
-        for (const auto& [band, fraction] : project.sunlight) {
-            project.fingerprint += " " + QString::number(fraction, 'g', 17).toStdString();
-        }
-        if (options.sensorMount) {
-            for (const float angle : *options.sensorMount) {
-                project.fingerprint += " " + std::to_string(angle);
-            }
-        }
+        decideLight(flight, options, project);
     }
     return project;
 }

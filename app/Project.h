@@ -35,6 +35,8 @@ struct Project {
     geo::ProjectCoordinateSystems coordinateSystems{};
     /// Fraction of direct sunlight, for the cameras that are corrected for the sun angle.
     FractionByBand sunlight;
+    /// Why that fraction is not known; empty = it is, or is not needed.
+    std::string sunlightFailure;
     /// True where the user named the type.
     bool isTypeChosen = false;
     /// Text that changes when a decision does that changes pixels, but for the type.
@@ -54,7 +56,7 @@ struct Project {
 /// States the sensor's orientation where there is a reading and the metadata do not state it.
 void mountSensor(const std::optional<Eigen::Vector3f>& mount, Flight& flight);
 
-/// Decides. Warnings are said. @throws std::runtime_error when a decision cannot be made
+/// Decides. Warnings are said. @throws std::runtime_error when a folder of models cannot be read
 Project makeProject(Flight& flight, const ProjectOptions& options);
 
 } // namespace tessik::app

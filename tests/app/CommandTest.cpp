@@ -215,6 +215,8 @@ TEST(CorrectCommand, badUsageIsStatusOne) {
         EXPECT_EQ(result.out, "") << arguments;
     }
     EXPECT_EQ(radiometry(folder, "correct --help").status, 0);
+    EXPECT_EQ(radiometry(folder, "correct . -o out --sunlight 1.5").status, 1);
+    EXPECT_EQ(radiometry(folder, "sun --time noon --lat 1 --lon 2").status, 1);
 }
 
 TEST(InspectCommand, saysWhatIsUnderstoodAndWhatWouldBeDone) {
@@ -245,6 +247,47 @@ TEST(InspectCommand, saysWhatIsUnderstoodAndWhatWouldBeDone) {
     const std::vector<std::string> applicable = image["applicable"];
     EXPECT_EQ(std::find(applicable.begin(), applicable.end(), "ColorMatrix"), applicable.end());
     EXPECT_NE(std::find(applicable.begin(), applicable.end(), "BadPixelMasking"), applicable.end());
+}
+
+/// The factor of a real image, from the angles that its files state and the sun's place as an
+/// independent ephemeris gives it (azimuth 199.6018, elevation 41.1143 degrees).
+TEST(Samples, theSunAngleFactorIsThatOfItsParts) {
+    const auto samples = test::samplesFolder();
+    if (!samples) {
+        GTEST_SKIP() << "no sample images; set RADIOMETRY_SAMPLES";
+    }
+    const TemporaryFolder folder;
+    const Result result = radiometry(folder,
+                                     "correct '" + samples->string() +
+                                         "/rededge/IMG_0001_1.tif' -o out --sunlight 0.8 "
+                                         "--type sun-angle-absolute -v");
+    ASSERT_EQ(result.status, 0) << result.err;
+    const auto after = [&result](const std::string& name) {
+        const auto at = result.err.find(name + " ");
+        return at == std::string::npos ? std::nan("")
+                                       : std::stod(result.err.substr(at + name.size() + 1));
+    };
+    constexpr double kDegree = 3.14159265358979323846 / 180.0;
+    const double yaw = -21.110888465668392 * kDegree;
+    const double pitch = -0.55284960669560101 * kDegree;
+    const double roll = -1.5354035422683689 * kDegree;
+    const double azimuth = 199.6018 * kDegree;
+    const double elevation = 41.1143 * kDegree;
+    // Top of a body turned by yaw, pitch and roll, in north, east, up.
+    const double north =
+        -(std::cos(yaw) * std::sin(pitch) * std::cos(roll) + std::sin(yaw) * std::sin(roll));
+    const double east =
+        -(std::sin(yaw) * std::sin(pitch) * std::cos(roll) - std::cos(yaw) * std::sin(roll));
+    const double tilt = std::cos(pitch) * std::cos(roll);
+    const double incidence =
+        std::cos(elevation) * (north * std::cos(azimuth) + east * std::sin(azimuth)) +
+        std::sin(elevation) * tilt;
+    const double factor =
+        (0.8 * std::sin(elevation) + 0.2) / (0.8 * incidence + 0.2 * (0.5 + 0.5 * tilt * tilt));
+    // Six digits are printed.
+    EXPECT_NEAR(after("cosine of incidence"), incidence, 2e-5);
+    EXPECT_NEAR(after("cosine of sensor tilt"), tilt, 2e-6);
+    EXPECT_NEAR(after("factor"), factor, 2e-5);
 }
 
 /// Reference values computed independently from the camera makers' published formulas.
