@@ -79,12 +79,13 @@ void renderImages(const fs::path& folder, std::size_t captures = 1) {
         whole.path() / "flight" / simulate::kImagesFolder, folder, fs::copy_options::recursive);
 }
 
-void expectTruth(simulate::CameraModel camera) {
+void expectTruth(simulate::CameraModel camera, const std::string& moreArguments = {}) {
     const TemporaryFolder folder;
     simulate::FlightOptions options = flightOptions(4);
     options.camera = camera;
     simulate::renderFlight(folder.path() / "flight", options);
-    const Result result = radiometry(folder, "correct flight/images -o out --type camera -j 2");
+    const Result result =
+        radiometry(folder, "correct flight/images -o out --type camera -j 2" + moreArguments);
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_EQ(result.err, "");
     for (const simulate::BandResult& band : simulate::compare(
@@ -102,6 +103,43 @@ void expectTruth(simulate::CameraModel camera) {
 TEST(CorrectCommand, aSimulatedFlightComesOutAsItsTruth) {
     expectTruth(simulate::CameraModel::RedEdge);
     expectTruth(simulate::CameraModel::SequoiaV1);
+    expectTruth(simulate::CameraModel::SequoiaV2, " --sequoia-calibration flight/calibration");
+}
+
+TEST(CorrectCommand, withoutTheFactoryModelASequoiaIsVisiblyWorse) {
+    const TemporaryFolder folder;
+    simulate::FlightOptions options = flightOptions(4);
+    options.camera = simulate::CameraModel::SequoiaV2;
+    simulate::renderFlight(folder.path() / "flight", options);
+    EXPECT_EQ(radiometry(folder, "correct flight/images -o out --type camera").status, 0);
+    for (const simulate::BandResult& band : simulate::compare(
+             folder.path() / "flight", folder.path() / "out", simulate::Target::Radiance)) {
+        EXPECT_GT(std::abs(band.bias), 1.0) << band.band;
+    }
+    // Taken with the model the same images are not kept from the run without it.
+    const Result with = radiometry(
+        folder,
+        "correct flight/images -o out --type camera --sequoia-calibration flight/calibration");
+    EXPECT_EQ(with.out.rfind("16 images done, 0 kept", 0), 0U) << with.out;
+}
+
+TEST(SequoiaModelCommand, showsAModelFileAndRefusesADamagedOne) {
+    const TemporaryFolder folder;
+    simulate::FlightOptions options = flightOptions(1);
+    options.camera = simulate::CameraModel::SequoiaV2;
+    simulate::renderFlight(folder.path() / "flight", options);
+    const std::string file = "flight/calibration/PI040412AB5E000273.tif";
+    const Json model =
+        Json::parse(radiometry(folder, "sequoia-model show " + file + " --json").out);
+    EXPECT_EQ(model["serial"], "PI040412AB5E000273");
+    ASSERT_EQ(model["bands"].size(), 4U);
+    EXPECT_EQ(model["bands"][2]["name"], "Red edge");
+    EXPECT_EQ(model["bands"][2]["delta_tau_s"]["columns"], 320 / 4);
+    EXPECT_EQ(radiometry(folder, "sequoia-model check " + file).status, 0);
+    fs::resize_file(folder.path() / file, 5000);
+    const Result damaged = radiometry(folder, "sequoia-model check " + file);
+    EXPECT_EQ(damaged.status, 1);
+    EXPECT_NE(damaged.err.find("Unable to read " + file), std::string::npos) << damaged.err;
 }
 
 TEST(CorrectCommand, oneBadImageCostsOneLineAndNothingElse) {
