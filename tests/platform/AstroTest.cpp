@@ -75,6 +75,22 @@ TEST(Sun, standsWhereTheAlmanacHasItWithoutAir) {
     }
 }
 
+TEST(Sun, isLowerForAnObserverOnTheGroundThanForOneAtTheEarthsCentre) {
+    for (const double hour : {8.0, 10.0, 12.0, 15.0}) {
+        Observer ground = observerAt(1600905600.0 + hour * 3600.0, 0.0, 0.0, 0.0);
+        Observer centre = ground;
+        centre.height = -6378137.0;
+        Object fromGround = sun();
+        Object fromCentre = sun();
+        ASSERT_EQ(obj_cir(&ground, &fromGround), 0);
+        ASSERT_EQ(obj_cir(&centre, &fromCentre), 0);
+        // Half a second of arc for the turning of the ground and the sun's distance.
+        EXPECT_NEAR((fromCentre.altitude - fromGround.altitude) / kDegree * 3600.0,
+                    8.794 * std::cos(fromGround.altitude),
+                    0.5);
+    }
+}
+
 TEST(Refraction, raisesTheSunAsBennettHasIt) {
     // One morning, from below the horizon, a step of ten seconds at a time.
     constexpr double kMorning = 1600925400.0; // 2020-09-24 05:30 UTC

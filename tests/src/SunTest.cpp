@@ -76,6 +76,20 @@ TEST(SunPosition, isOverheadAtTheEquatorAtNoonOfAnEquinox) {
               89.8 * kDegree);
 }
 
+TEST(SunPosition, isThatWhichIsSeenThroughTheAir) {
+    constexpr double kSunrise = 1600923600.0; // 2020-09-24 05:00 UTC
+    double time = kSunrise;
+    while (test::AlmanacAngle(time, 46.5 * kDegree, 0.0).altitude < 1.0 * kDegree) {
+        time += 10.0;
+    }
+    const SunAngle seen = SunPositionEstimator().sunAngle(time, 46.5 * kDegree, 0.0);
+    const double h = seen.elevation / kDegree;
+    // G. G. Bennett, Journal of Navigation 35, 1982, at 15 degrees Celsius; and the almanac's 0.01.
+    const double minutes = 283.0 / 288.0 / std::tan((h + 7.31 / (h + 4.4)) * kDegree);
+    EXPECT_NEAR(
+        h - test::AlmanacAngle(time, 46.5 * kDegree, 0.0).altitude / kDegree, minutes / 60.0, 0.02);
+}
+
 TEST(SunPosition, countsWholeSecondsAndRefusesNoTimeAtAll) {
     SunPositionEstimator estimator;
     const SunAngle epoch = estimator.sunAngle(0.0, 0.8, 0.1);
