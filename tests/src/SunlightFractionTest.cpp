@@ -170,7 +170,7 @@ TEST(SunlightFit, leavesOutWhatIsNoReading) {
          [](SunlitFlight&, InputImage& i) { i.exif.sunSensorRelativeOrientation.reset(); }},
         {"no time", [](SunlitFlight&, InputImage& i) { i.geo.captureTime = 0.0; }},
         {"time NaN", [](SunlitFlight&, InputImage& i) { i.geo.captureTime = kNan; }},
-        {"at night", [](SunlitFlight&, InputImage& i) { i.geo.captureTime += 43200.0; }},
+        {"at night", [](SunlitFlight&, InputImage& i) { i.geo.captureTime += 57600.0; }},
     };
     FlightPlan plan;
     plan.captures = 60;
