@@ -58,8 +58,8 @@ TEST(SunlightFit, doesNotDependOnTheUnitOfTheReadings) {
     const auto scaled = flight.fit(0, 3);
     EXPECT_NEAR(scaled.fraction, plain.fraction, 1e-9);
     EXPECT_NEAR(scaled.coefficients[0] / plain.coefficients[0], 1e-4, 1e-12);
-    EXPECT_NEAR(standardError(*scaled.fractionVariance, scaled),
-                standardError(*plain.fractionVariance, plain),
+    EXPECT_NEAR(standardError(scaled.fractionVariance.value(), scaled),
+                standardError(plain.fractionVariance.value(), plain),
                 1e-9);
 }
 
@@ -197,6 +197,16 @@ TEST(SunlightFit, leavesOutWhatIsNoReading) {
             EXPECT_EQ(result.fraction, expected.fraction) << c.what;
         }
     }
+}
+
+TEST(SunlightFit, theFirstImageMayLackATime) {
+    // The drift then counts from 1970: its coefficients say little, the fraction what it should.
+    SunlitFlight flight{FlightPlan()};
+    flight.images.front().geo.captureTime = 0.0;
+    const auto result = flight.fit(0, 2);
+    EXPECT_EQ(result.readingCount, flight.images.size() - 1);
+    EXPECT_NEAR(result.fraction, 0.5, 0.01);
+    EXPECT_TRUE(result.fractionVariance);
 }
 
 TEST(SunlightFit, aCameraWithoutSettingsTakesNoPart) {
