@@ -25,9 +25,9 @@ public:
                       double forwardScatteringRatio,
                       double aerosolAbsorptance);
 
-    /// The fraction of direct sunlight, 0..1. Falls as the sun sinks, down to zenith angles of about
-    /// 85 degrees; for a lower sun the paper's Rayleigh transmittance no longer holds and the result
-    /// rises again, within the last degree above 1.
+    /// The fraction of direct sunlight, 0..1. Falls as the sun sinks, down to zenith angles of
+    /// about 85 degrees; for a lower sun the paper's Rayleigh transmittance no longer holds and the
+    /// result rises again, within the last degree above 1.
     [[nodiscard]] double epsilon() const;
 
 private:

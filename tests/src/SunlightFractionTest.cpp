@@ -1,5 +1,6 @@
 #include "directSunlightFraction/Residuals.h"
 #include "radiometry/DirectSunlightFraction.h"
+#include "support/Almanac.h"
 #include "support/SunlitFlight.h"
 #include "support/Support.h"
 
@@ -57,8 +58,8 @@ TEST(SunlightFit, doesNotDependOnTheUnitOfTheReadings) {
     const auto scaled = flight.fit(0, 3);
     EXPECT_NEAR(scaled.fraction, plain.fraction, 1e-9);
     EXPECT_NEAR(scaled.coefficients[0] / plain.coefficients[0], 1e-4, 1e-12);
-    EXPECT_NEAR(standardError(*scaled.fractionVariance, scaled),
-                standardError(*plain.fractionVariance, plain),
+    EXPECT_NEAR(standardError(scaled.fractionVariance.value(), scaled),
+                standardError(plain.fractionVariance.value(), plain),
                 1e-9);
 }
 
@@ -135,7 +136,9 @@ TEST(SunlightFit, needsTwoReadingsMoreThanTheDegree) {
         plan.captures = degree + 2;
         SunlitFlight flight(plan);
         const test::LogCapture log; // two readings of nearly one attitude may say too little
-        EXPECT_EQ(test::messageOf<error>([&] { (void)flight.fit(0, degree); }), "no error");
+        const auto result = flight.fit(0, degree);
+        EXPECT_EQ(result.readingCount, degree + 2);
+        EXPECT_FALSE(result.residualVariance);
         flight.images.pop_back();
         EXPECT_EQ(test::messageOf<error>([&] { (void)flight.fit(0, degree); }),
                   "Not enough measurements");
@@ -170,7 +173,7 @@ TEST(SunlightFit, leavesOutWhatIsNoReading) {
          [](SunlitFlight&, InputImage& i) { i.exif.sunSensorRelativeOrientation.reset(); }},
         {"no time", [](SunlitFlight&, InputImage& i) { i.geo.captureTime = 0.0; }},
         {"time NaN", [](SunlitFlight&, InputImage& i) { i.geo.captureTime = kNan; }},
-        {"at night", [](SunlitFlight&, InputImage& i) { i.geo.captureTime += 43200.0; }},
+        {"at night", [](SunlitFlight&, InputImage& i) { i.geo.captureTime += 57600.0; }},
     };
     FlightPlan plan;
     plan.captures = 60;
@@ -194,6 +197,16 @@ TEST(SunlightFit, leavesOutWhatIsNoReading) {
             EXPECT_EQ(result.fraction, expected.fraction) << c.what;
         }
     }
+}
+
+TEST(SunlightFit, theFirstImageMayLackATime) {
+    // The drift then counts from 1970: its coefficients say little, the fraction what it should.
+    SunlitFlight flight{FlightPlan()};
+    flight.images.front().geo.captureTime = 0.0;
+    const auto result = flight.fit(0, 2);
+    EXPECT_EQ(result.readingCount, flight.images.size() - 1);
+    EXPECT_NEAR(result.fraction, 0.5, 0.01);
+    EXPECT_TRUE(result.fractionVariance);
 }
 
 TEST(SunlightFit, aCameraWithoutSettingsTakesNoPart) {
@@ -322,6 +335,20 @@ TEST(SunlightResiduals, areReadingMinusModel) {
     EXPECT_NEAR(residual, 3.0 - (0.75 * 0.625 + 0.25 * 0.8), 1e-15);
     detail::SunlightResidual{0.5, 0.0, -0.5, 3.0, 3}(blocks, &residual);
     EXPECT_NEAR(residual, 3.0 - 0.75 * 0.375, 1e-15);
+
+    // Turned by phi about the camera's y axis, the sensor leans towards the sun or away from it.
+    const Eigen::Vector3d sun(std::sin(0.7), 0.0, std::cos(0.7));
+    const detail::SunlightAngleResidual mounted{
+        0.5, sun, Eigen::Vector3d::UnitZ(), Eigen::Matrix3d::Identity(), 3.0, 3};
+    for (const double phi : {0.5, -0.5, -1.2}) {
+        const double angles[] = {0.0, phi / test::kDegree, 40.0};
+        const double* const mountedBlocks[] = {&fraction, drift.data(), angles};
+        double other = 0.0;
+        mounted(mountedBlocks, &other);
+        detail::SunlightResidual{0.5, std::max(0.0, std::cos(0.7 - phi)), std::cos(phi), 3.0, 3}(
+            blocks, &residual);
+        EXPECT_NEAR(other, residual, 1e-14) << phi;
+    }
 }
 
 } // namespace

@@ -12,7 +12,7 @@
 namespace tessik::test {
 namespace {
 
-constexpr double kStart = 1625047200.0; // 2021-06-30 10:00 UTC
+constexpr double kStart = 1625034600.0; // 2021-06-30 06:30 UTC, the sun 28 degrees high
 const GeoPosition kSite{46.5, 7.5, 500.0};
 
 /// Rx(omega) Ry(phi) Rz(kappa), degrees.
@@ -40,9 +40,9 @@ Eigen::Vector3d attitude(std::size_t capture, std::mt19937& generator) {
     std::normal_distribution<double> gust(0.0, 2.0);
     const std::size_t leg = capture / 20;
     const bool isTurn = capture % 20 >= 16;
-    const double yaw = 160.0 + 180.0 * static_cast<double>(leg % 2) + gust(generator);
-    const double pitch = (isTurn ? -5.0 : -8.0) + gust(generator);
-    const double roll = (isTurn ? 14.0 : 0.0) + gust(generator);
+    const double yaw = 80.0 + 180.0 * static_cast<double>(leg % 2) + gust(generator);
+    const double pitch = (isTurn ? -5.0 : -12.0) + gust(generator);
+    const double roll = (isTurn ? 15.0 : 0.0) + gust(generator);
     return {yaw, pitch, roll};
 }
 
