@@ -38,8 +38,8 @@ struct FlightOptions {
 /// Renders a flight into a folder, which is made, or is there and empty: the camera's files, and
 /// beside them what they were made from. The same options give the same bytes.
 ///   images/<file>      as the camera stores them
-///   truth/<file>       two float bands: reflectance, and the relative deviation of the noise put in
-///   truth/flight.json  irradiance, exposure and counts of unusable pixels of each file
+///   truth/<file>       two float bands: reflectance, and the relative deviation of the noise put
+///   in truth/flight.json  irradiance, exposure and counts of unusable pixels of each file
 ///   calibration/       model file and thermal profile of a Sequoia with measured sensors
 /// @throws Failure
 void renderFlight(const std::filesystem::path& folder, const FlightOptions& options);

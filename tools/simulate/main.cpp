@@ -82,8 +82,8 @@ int main(int argc, char** argv) {
         if (flight->parsed()) {
             flightOptions.hasTruth = !noTruth;
             renderFlight(std::filesystem::u8path(folder), flightOptions);
-            std::cout << flightOptions.captures << " captures in " << folder << "/"
-                      << kImagesFolder << '\n';
+            std::cout << flightOptions.captures << " captures in " << folder << "/" << kImagesFolder
+                      << '\n';
             return 0;
         }
         const std::vector<BandResult> results =
