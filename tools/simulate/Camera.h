@@ -7,6 +7,7 @@
 #include "simulate/Light.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -27,6 +28,7 @@ struct Shot {
     double irradiance = 0.0; ///< on the ground, W/m2/nm
     LightReading reading;
     Station station;
+    std::int64_t sinceStart = 0; ///< us, from the first capture
 };
 
 /// What the camera stores of a shot, and how well it could.

@@ -2,13 +2,13 @@
 
 #include "simulate/Random.h"
 
+#include <cmath>
+
 namespace tessik::simulate {
 namespace {
 
 constexpr std::uint64_t kPurpose = 0xc0045e;
 
-constexpr double kAdvanceM = 7.3;
-constexpr std::int64_t kIntervalMicroseconds = 1500000;
 constexpr std::int64_t kStartMicroseconds = 19LL * 3600 * 1000000; // near noon at this longitude
 
 constexpr double kLatitude = 36.5761;
@@ -19,14 +19,19 @@ constexpr double kCosineOfLatitude = 0.80306;
 
 } // namespace
 
-Station stationOf(std::uint64_t seed, std::size_t capture) {
+std::int64_t captureMicroseconds(std::size_t capture, double intervalSeconds, Random& random) {
+    return static_cast<std::int64_t>(capture) * std::llround(intervalSeconds * 1e6) +
+           static_cast<std::int64_t>(random.below(80000));
+}
+
+Station stationOf(std::uint64_t seed, std::size_t capture, double intervalSeconds) {
     Random random({seed, kPurpose, capture});
     Station station;
     station.eastM = random.uniform(-1.5, 1.5);
-    station.northM = static_cast<double>(capture) * kAdvanceM + random.uniform(-0.5, 0.5);
-    station.microseconds = kStartMicroseconds +
-                           static_cast<std::int64_t>(capture) * kIntervalMicroseconds +
-                           static_cast<std::int64_t>(random.below(80000));
+    const double advanceM = kAdvanceM * (intervalSeconds / kAdvanceSeconds);
+    station.northM = static_cast<double>(capture) * advanceM + random.uniform(-0.5, 0.5);
+    station.microseconds =
+        kStartMicroseconds + captureMicroseconds(capture, intervalSeconds, random);
     return station;
 }
 

@@ -5,6 +5,7 @@
 #include "simulate/RedEdgeCamera.h"
 #include "simulate/Scene.h"
 #include "simulate/SequoiaCamera.h"
+#include "simulate/Survey.h"
 
 #include <nlohmann/json.hpp>
 
@@ -43,10 +44,10 @@ std::unique_ptr<Camera> makeCamera(const FlightOptions& options) {
         SequoiaCamera::Options{kind, options.width, options.height, options.seed, options.noise});
 }
 
-void prepareFolder(const path& folder, bool hasTruth) {
+void prepareFolder(const path& folder) {
     std::error_code failure;
     std::filesystem::create_directories(folder / kImagesFolder, failure);
-    if (hasTruth && !failure) {
+    if (!failure) {
         std::filesystem::create_directories(folder / kTruthFolder, failure);
     }
     if (failure) {
@@ -69,17 +70,67 @@ void checkVacant(const path& folder) {
     }
 }
 
+std::string size(Eigen::Index width, Eigen::Index height) {
+    return std::to_string(width) + " x " + std::to_string(height);
+}
+
+void checkSize(const path& folder, const FlightOptions& options) {
+    if (options.width < kSmallestSide || options.height < kSmallestSide) {
+        throw Failure(folder,
+                      "images of " + size(options.width, options.height) +
+                          " pixels: expected at least " + size(kSmallestSide, kSmallestSide));
+    }
+}
+
+std::vector<Station> courseOf(const path& folder, const FlightOptions& options) {
+    const auto station = options.sky == Sky::Clear ? surveyStation : stationOf;
+    std::vector<Station> course;
+    course.reserve(options.captures);
+    for (std::size_t capture = 0; capture < options.captures; ++capture) {
+        course.push_back(station(options.seed, capture, options.intervalSeconds));
+    }
+    if (!course.empty() && course.back().microseconds >= kDayMicroseconds) {
+        throw Failure(folder, "the flight would last beyond midnight UTC");
+    }
+    return course;
+}
+
+std::unique_ptr<const Light> lightOf(const FlightOptions& options,
+                                     const std::vector<Station>& course) {
+    if (options.sky == Sky::Clear) {
+        return std::make_unique<ClearSky>(options.seed, options.clearSky, course);
+    }
+    return std::make_unique<ChangingLight>(options.seed, options.captures);
+}
+
+void addReading(const LightReading& reading, ordered_json& record) {
+    record["reading"] = reading.irradiance;
+    record["sensor_yaw_deg"] = reading.attitude.yawDegrees;
+    record["sensor_pitch_deg"] = reading.attitude.pitchDegrees;
+    record["sensor_roll_deg"] = reading.attitude.rollDegrees;
+    if (reading.sun) {
+        record["direct_fraction"] = reading.sun->directFraction;
+        record["facing_irradiance"] = reading.sun->facingIrradiance;
+        record["sun_azimuth_deg"] = reading.sun->sunAzimuthDegrees;
+        record["sun_elevation_deg"] = reading.sun->sunElevationDegrees;
+        record["cos_incidence"] = reading.sun->cosIncidence;
+        record["cos_tilt"] = reading.sun->cosTilt;
+    }
+}
+
 ordered_json record(const Camera& camera, const Shot& shot, const Frame& frame) {
     const Band& band = camera.bands()[shot.band];
-    return {{"file", camera.fileName(shot.capture, shot.band)},
-            {"capture", shot.capture},
-            {"band", band.name},
-            {"wavelength_nm", band.info.wavelengthNm},
-            {"irradiance", shot.irradiance},
-            {"exposure_s", frame.exposureSeconds},
-            {"iso", frame.iso},
-            {"bad_pixels", frame.badPixels},
-            {"saturated_pixels", frame.saturatedPixels}};
+    ordered_json record = {{"file", camera.fileName(shot.capture, shot.band)},
+                           {"capture", shot.capture},
+                           {"band", band.name},
+                           {"wavelength_nm", band.info.wavelengthNm},
+                           {"irradiance", shot.irradiance},
+                           {"exposure_s", frame.exposureSeconds},
+                           {"iso", frame.iso},
+                           {"bad_pixels", frame.badPixels},
+                           {"saturated_pixels", frame.saturatedPixels}};
+    addReading(shot.reading, record);
+    return record;
 }
 
 /// Makes the files of one band of one capture. @return its part of the manifest
@@ -104,14 +155,22 @@ void writeManifest(const path& folder,
                    const Camera& camera,
                    const FlightOptions& options,
                    const std::vector<ordered_json>& records) {
-    const ordered_json manifest = {{"schema_version", kManifestVersion},
-                                   {"camera", camera.name()},
-                                   {"seed", options.seed},
-                                   {"noise", options.noise},
-                                   {"width", options.width},
-                                   {"height", options.height},
-                                   {"captures", options.captures},
-                                   {"files", records}};
+    ordered_json manifest = {{"schema_version", kManifestVersion},
+                             {"camera", camera.name()},
+                             {"seed", options.seed},
+                             {"noise", options.noise},
+                             {"width", options.width},
+                             {"height", options.height},
+                             {"captures", options.captures},
+                             {"interval_s", options.intervalSeconds},
+                             {"sky", options.sky == Sky::Clear ? "clear" : "changing"}};
+    if (options.sky == Sky::Clear) {
+        const SensorMount& mount = options.clearSky.mount;
+        manifest["sensor_noise"] = options.clearSky.sensorNoise;
+        manifest["sensor_omega_phi_kappa_deg"] = {
+            mount.omegaDegrees, mount.phiDegrees, mount.kappaDegrees};
+    }
+    manifest["files"] = records;
     writeWhole(folder / kTruthFolder / kManifestFile, [&manifest](const std::string& file) {
         std::ofstream stream(file);
         stream << manifest.dump(1) << '\n';
@@ -126,11 +185,13 @@ void writeManifest(const path& folder,
 
 void renderFlight(const path& folder, const FlightOptions& options) {
     checkVacant(folder);
+    checkSize(folder, options);
     const std::unique_ptr<Camera> ownedCamera = makeCamera(options);
     const Camera& camera = *ownedCamera;
-    prepareFolder(folder, options.hasTruth);
+    const std::vector<Station> course = courseOf(folder, options);
+    prepareFolder(folder);
     const Scene scene(options.seed);
-    const Light light(options.seed, options.captures);
+    const std::unique_ptr<const Light> light = lightOf(options, course);
     const std::size_t bandCount = camera.bands().size();
 
     std::vector<ordered_json> records(options.captures * bandCount);
@@ -139,10 +200,11 @@ void renderFlight(const path& folder, const FlightOptions& options) {
         Shot shot;
         shot.capture = index / bandCount;
         shot.band = index % bandCount;
-        shot.station = stationOf(options.seed, shot.capture);
+        shot.station = course[shot.capture];
+        shot.sinceStart = shot.station.microseconds - course.front().microseconds;
         const double wavelength = camera.bands()[shot.band].info.wavelengthNm;
-        shot.irradiance = light.irradiance(shot.capture, wavelength);
-        shot.reading = light.reading(shot.capture, wavelength);
+        shot.irradiance = light->irradiance(shot.capture, wavelength);
+        shot.reading = light->reading(shot.capture, wavelength);
         const View view{shot.station.eastM,
                         shot.station.northM,
                         kFootprintWidthM / static_cast<double>(options.width),
@@ -168,9 +230,7 @@ void renderFlight(const path& folder, const FlightOptions& options) {
         std::rethrow_exception(failure);
     }
     camera.writeCompanions(folder);
-    if (options.hasTruth) {
-        writeManifest(folder, camera, options, records);
-    }
+    writeManifest(folder, camera, options, records);
 }
 
 } // namespace tessik::simulate

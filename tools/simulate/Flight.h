@@ -1,6 +1,7 @@
 #pragma once
 
 #include "simulate/Camera.h"
+#include "simulate/ClearSky.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -25,6 +26,14 @@ inline constexpr auto kManifestFile = "flight.json";
 /// model comes along.
 enum class CameraModel { RedEdge, SequoiaV1, SequoiaV2 };
 
+enum class Sky {
+    Changing, ///< drift and clouds over a straight line flown level; the sensor is exact
+    Clear,    ///< a sun over a survey in wind; the sensor tilts with the aircraft
+};
+
+/// Smallest width and height, px: a band has a few defects, which must stay a few percent of it.
+inline constexpr Eigen::Index kSmallestSide = 16;
+
 struct FlightOptions {
     CameraModel camera = CameraModel::RedEdge;
     std::size_t captures = 6;
@@ -32,14 +41,18 @@ struct FlightOptions {
     Eigen::Index width = 640;  ///< px
     Eigen::Index height = 480; ///< px
     bool hasTruth = true;
-    double noise = 1.0; ///< times the camera's own
+    double noise = 1.0;           ///< times the camera's own
+    double intervalSeconds = 1.5; ///< from capture to capture; at least 0.1
+    Sky sky = Sky::Changing;
+    ClearSky::Options clearSky;
 };
 
 /// Renders a flight into a folder, which is made, or is there and empty: the camera's files, and
 /// beside them what they were made from. The same options give the same bytes.
 ///   images/<file>      as the camera stores them
-///   truth/<file>       two float bands: reflectance, and the relative deviation of the noise put
-///   in truth/flight.json  irradiance, exposure and counts of unusable pixels of each file
+///   truth/<file>       two float bands: reflectance, and the relative deviation of the noise
+///   truth/flight.json  light, sensor, exposure and counts of unusable pixels of each file;
+///                      also without the truth's images
 ///   calibration/       model file and thermal profile of a Sequoia with measured sensors
 /// @throws Failure
 void renderFlight(const std::filesystem::path& folder, const FlightOptions& options);

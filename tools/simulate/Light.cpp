@@ -8,7 +8,6 @@
 namespace tessik::simulate {
 namespace {
 
-/// Global irradiance of a high sun and a clear sky at sea level, rounded; W/m2/nm.
 constexpr Spectrum kClearSky = {1.56, 1.47, 1.36, 1.24, 1.03};
 
 /// Clouds let less infrared through than blue light: per nm from 650 nm, under the thickest.
@@ -19,7 +18,12 @@ constexpr std::uint64_t kPurpose = 0x11647;
 
 } // namespace
 
-Light::Light(std::uint64_t seed, std::size_t captureCount) : m_moments(captureCount) {
+double clearSkyIrradiance(double wavelengthNm) {
+    return valueAt(kClearSky, wavelengthNm);
+}
+
+ChangingLight::ChangingLight(std::uint64_t seed, std::size_t captureCount)
+    : m_moments(captureCount) {
     Random random({seed, kPurpose});
     double drift = 1.0;
     bool isCloudy = false;
@@ -39,15 +43,15 @@ Light::Light(std::uint64_t seed, std::size_t captureCount) : m_moments(captureCo
     }
 }
 
-double Light::irradiance(std::size_t capture, double wavelengthNm) const {
+double ChangingLight::irradiance(std::size_t capture, double wavelengthNm) const {
     const Moment& moment = m_moments.at(capture);
     const double tilt = 1.0 + kCloudTilt * (1.0 - moment.cloud) * (wavelengthNm - kReferenceNm);
-    return valueAt(kClearSky, wavelengthNm) * moment.clearSky * moment.cloud * tilt;
+    return clearSkyIrradiance(wavelengthNm) * moment.clearSky * moment.cloud * tilt;
 }
 
-LightReading Light::reading(std::size_t capture, double wavelengthNm) const {
+LightReading ChangingLight::reading(std::size_t capture, double wavelengthNm) const {
     constexpr double kMountedAtYaw = 3.5;
-    return {irradiance(capture, wavelengthNm), kMountedAtYaw, 0.0, 0.0};
+    return {irradiance(capture, wavelengthNm), {kMountedAtYaw, 0.0, 0.0}, std::nullopt};
 }
 
 } // namespace tessik::simulate

@@ -1,30 +1,55 @@
 #pragma once
 
+#include "simulate/Attitude.h"
+
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 namespace tessik::simulate {
 
-/// What the irradiance sensor on top of the aircraft says of one capture in one band.
-struct LightReading {
-    double irradiance = 0.0;   ///< W/m2/nm
-    double yawDegrees = 0.0;   ///< of the sensor
-    double pitchDegrees = 0.0; ///< of the sensor
-    double rollDegrees = 0.0;  ///< of the sensor
+/// What lies behind a reading, where the sun itself is simulated. Angles in degrees.
+struct SunView {
+    double directFraction = 0.0;      ///< of what a surface that faces the sun receives
+    double facingIrradiance = 0.0;    ///< what such a surface under the whole sky receives, W/m2/nm
+    double sunAzimuthDegrees = 0.0;   ///< from north, clockwise
+    double sunElevationDegrees = 0.0; ///< refraction included
+    double cosIncidence = 0.0;        ///< of the sun on the sensor; negative = behind it
+    double cosTilt = 1.0;             ///< of the sensor
 };
 
-/// The light over a flight: a spectrum of clear sky that drifts, and clouds that come and go
-/// between two captures.
+/// What the irradiance sensor on top of the aircraft says of one capture in one band.
+struct LightReading {
+    double irradiance = 0.0; ///< W/m2/nm
+    Attitude attitude;       ///< of the sensor
+    std::optional<SunView> sun;
+};
+
+/// The light over a flight.
 class Light {
 public:
-    Light(std::uint64_t seed, std::size_t captureCount);
+    Light() = default;
+    Light(const Light&) = delete;
+    Light& operator=(const Light&) = delete;
+    virtual ~Light() = default;
 
     /// Irradiance on the level ground, W/m2/nm.
-    [[nodiscard]] double irradiance(std::size_t capture, double wavelengthNm) const;
+    [[nodiscard]] virtual double irradiance(std::size_t capture, double wavelengthNm) const = 0;
+    [[nodiscard]] virtual LightReading reading(std::size_t capture, double wavelengthNm) const = 0;
+};
 
+/// Global irradiance on level ground of a high sun and a clear sky at sea level, rounded; W/m2/nm.
+double clearSkyIrradiance(double wavelengthNm);
+
+/// A spectrum of clear sky that drifts, and clouds that come and go between two captures.
+class ChangingLight final : public Light {
+public:
+    ChangingLight(std::uint64_t seed, std::size_t captureCount);
+
+    [[nodiscard]] double irradiance(std::size_t capture, double wavelengthNm) const override;
     /// The sensor is level, and right.
-    [[nodiscard]] LightReading reading(std::size_t capture, double wavelengthNm) const;
+    [[nodiscard]] LightReading reading(std::size_t capture, double wavelengthNm) const override;
 
 private:
     struct Moment {

@@ -47,9 +47,12 @@ std::vector<exif::NewTag> redEdgeTags(const RedEdgeCalibration& calibration,
         {"Xmp.Camera.RigCameraIndex", {std::to_string(shot.band)}},
         {"Xmp.Camera.InvalidPixel", pairs(calibration.badPixels)},
         {"Xmp.Camera.Irradiance", {number(shot.reading.irradiance)}},
-        {"Xmp.Camera.IrradianceYaw", {number(shot.reading.yawDegrees)}},
-        {"Xmp.Camera.IrradiancePitch", {number(shot.reading.pitchDegrees)}},
-        {"Xmp.Camera.IrradianceRoll", {number(shot.reading.rollDegrees)}}};
+        {"Xmp.Camera.IrradianceYaw", {number(shot.reading.attitude.yawDegrees)}},
+        {"Xmp.Camera.IrradiancePitch", {number(shot.reading.attitude.pitchDegrees)}},
+        {"Xmp.Camera.IrradianceRoll", {number(shot.reading.attitude.rollDegrees)}},
+        {"Xmp.Camera.Yaw", {number(shot.station.attitude.yawDegrees)}},
+        {"Xmp.Camera.Pitch", {number(shot.station.attitude.pitchDegrees)}},
+        {"Xmp.Camera.Roll", {number(shot.station.attitude.rollDegrees)}}};
     addTime(shot.station.microseconds, tags);
     addPosition(positionOf(shot.station), tags);
     return tags;

@@ -150,8 +150,7 @@ SequoiaExposure SequoiaCamera::expose(const Shot& shot) const {
     SequoiaExposure exposure;
     exposure.iso = kSpeeds[(shot.capture + shot.band + m_options.seed) % kSpeeds.size()];
     exposure.temperature = temperatureOf(shot);
-    exposure.bootMicroseconds =
-        shot.station.microseconds - stationOf(m_options.seed, 0).microseconds + kOnBeforeFlight;
+    exposure.bootMicroseconds = shot.sinceStart + kOnBeforeFlight;
     const auto iso = static_cast<double>(exposure.iso);
     const double peak = random.uniform(kLowestPeak, kHighestPeak) * kFullScale;
     const double radiance = Scene::kBrightest * shot.irradiance / kPi;

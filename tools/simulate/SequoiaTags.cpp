@@ -82,9 +82,9 @@ std::string irradianceList(std::int64_t imageMicroseconds, const LightReading& r
         append(bytes, static_cast<std::uint16_t>(std::lround(kInfraredShare * count)));
         append(bytes, measuring.gainIndex);
         append(bytes, measuring.milliseconds);
-        append(bytes, static_cast<float>(reading.yawDegrees));
-        append(bytes, static_cast<float>(reading.pitchDegrees));
-        append(bytes, static_cast<float>(reading.rollDegrees));
+        append(bytes, static_cast<float>(reading.attitude.yawDegrees));
+        append(bytes, static_cast<float>(reading.attitude.pitchDegrees));
+        append(bytes, static_cast<float>(reading.attitude.rollDegrees));
     }
     std::string text = bytes.toBase64().toStdString();
     for (std::size_t end = kLineLength; end < text.size(); end += kLineLength + 1) {
@@ -133,6 +133,9 @@ std::vector<exif::NewTag> sequoiaTags(const SequoiaCalibration& calibration,
         {"Exif.Photo.BodySerialNumber", {serialNumber}},
         {"Xmp.Camera.RigName", {"Sequoia"}},
         {"Xmp.Camera.RigCameraIndex", {std::to_string(shot.band)}},
+        {"Xmp.Camera.Yaw", {number(shot.station.attitude.yawDegrees)}},
+        {"Xmp.Camera.Pitch", {number(shot.station.attitude.pitchDegrees)}},
+        {"Xmp.Camera.Roll", {number(shot.station.attitude.rollDegrees)}},
         {"Xmp.Camera.SensorTemperature", {number(exposure.temperature)}},
         {"Xmp.Camera.CaptureUUID", {captureId.data()}},
         {"Xmp.Camera.CalibrationPicture", {"0"}},

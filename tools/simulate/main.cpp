@@ -8,6 +8,7 @@
 #include <iostream>
 #include <map>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -19,6 +20,39 @@ struct CompareOptions {
     Target target = Target::Radiance;
     bool isJson = false;
 };
+
+void addSky(CLI::App& flight, FlightOptions& options) {
+    const std::map<std::string, Sky> skies = {{"changing", Sky::Changing}, {"clear", Sky::Clear}};
+    flight
+        .add_option("--sky",
+                    options.sky,
+                    "changing (default): clouds, level flight; clear: sun, a sensor that tilts")
+        ->transform(CLI::CheckedTransformer(skies));
+    auto* group = flight.add_option_group("Clear sky");
+    ClearSky::Options& sky = options.clearSky;
+    group->add_option("--sunlight", sky.directFraction, "Direct part of the irradiance")
+        ->check(CLI::Range(0.0, 1.0))
+        ->capture_default_str();
+    group->add_flag("--sunlight-per-band", sky.perBand, "More of it in red, less in blue");
+    group->add_option("--sensor-noise", sky.sensorNoise, "Noise of the readings, as a share")
+        ->check(CLI::Range(0.0, 0.1))
+        ->capture_default_str();
+    group
+        ->add_option_function<std::vector<double>>(
+            "--sensor-mount",
+            [&sky](const std::vector<double>& angles) {
+                sky.mount = {angles[0], angles[1], angles[2]};
+            },
+            "Sensor relative to the camera, OMEGA,PHI,KAPPA in degrees; 180,0,0 (default) looks up")
+        ->delimiter(',')
+        ->expected(3)
+        ->type_name("ANGLES");
+    flight.callback([group, &options] {
+        if (group->count_all() > 0 && options.sky != Sky::Clear) {
+            throw CLI::ValidationError("sunlight and sensor options need --sky clear");
+        }
+    });
+}
 
 CLI::App* addFlight(CLI::App& app, std::string& folder, FlightOptions& options, bool& noTruth) {
     CLI::App* flight = app.add_subcommand("flight", "Render a flight as a camera would store it");
@@ -34,15 +68,19 @@ CLI::App* addFlight(CLI::App& app, std::string& folder, FlightOptions& options, 
     flight->add_option("--seed", options.seed, "What everything random follows from")
         ->capture_default_str();
     flight->add_option("--width", options.width, "Columns of an image")
-        ->check(CLI::Range(16, 16384))
+        ->check(CLI::Range(kSmallestSide, Eigen::Index{16384}))
         ->capture_default_str();
     flight->add_option("--height", options.height, "Rows of an image")
-        ->check(CLI::Range(16, 16384))
+        ->check(CLI::Range(kSmallestSide, Eigen::Index{16384}))
         ->capture_default_str();
-    flight->add_flag("--no-truth", noTruth, "Leave out the truth beside the images");
+    flight->add_flag("--no-truth", noTruth, "Leave out the truth's images; flight.json is there");
     flight->add_option("--noise", options.noise, "Noise, times the camera's own")
         ->check(CLI::Range(0.0, 100.0))
         ->capture_default_str();
+    flight->add_option("--interval", options.intervalSeconds, "Seconds from capture to capture")
+        ->check(CLI::Range(0.1, 3600.0))
+        ->capture_default_str();
+    addSky(*flight, options);
     return flight;
 }
 

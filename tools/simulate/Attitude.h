@@ -1,0 +1,34 @@
+#pragma once
+
+#include <Eigen/Core>
+
+namespace tessik::simulate {
+
+/// How a body is turned. Its axes are x forward, y right, z down; from north, east, down it is
+/// turned by yaw about down, then by pitch about its right, then by roll about its forward axis:
+/// Rz(yaw) Ry(pitch) Rx(roll).
+struct Attitude {
+    double yawDegrees = 0.0;   ///< from north, clockwise seen from above
+    double pitchDegrees = 0.0; ///< nose up
+    double rollDegrees = 0.0;  ///< right side down
+};
+
+/// How an irradiance sensor is mounted relative to a camera: Rx(omega) Ry(phi) Rz(kappa) turns the
+/// sensor's axes into the camera's. Camera axes: x to the right of the image, y down in the image,
+/// z where the camera looks. Sensor axes: x right, y forward, z its normal. So the normal is
+/// (sin phi, -sin omega cos phi, cos omega cos phi) in camera axes, and omega = 180 degrees makes a
+/// sensor that looks up on a camera that looks down.
+struct SensorMount {
+    double omegaDegrees = 180.0;
+    double phiDegrees = 0.0;
+    double kappaDegrees = 0.0;
+};
+
+/// Attitude of a sensor on a camera whose attitude is the aircraft's: looking at the aircraft's
+/// down, the image's top forward. The sensor's normal is its own up.
+Attitude sensorAttitude(const Attitude& camera, const SensorMount& mount);
+
+/// Where the top of a body points, in east, north, up.
+Eigen::Vector3d topOf(const Attitude& attitude);
+
+} // namespace tessik::simulate
