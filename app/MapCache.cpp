@@ -1,6 +1,6 @@
 #include "MapCache.h"
 
-#include <cstring>
+#include <cstdint>
 #include <memory>
 
 namespace tessik::app {
@@ -30,11 +30,17 @@ private:
     std::string m_text;
 };
 
+/// Models stay in place while they are used.
+std::uintptr_t addressOf(const radiometry::sequoia::ModelParameter* model) {
+    return reinterpret_cast<std::uintptr_t>(model);
+}
+
 std::string darkSignature(const ExifInfo& exif, const radiometry::sequoia::ModelParameter* model) {
     Signature signature;
     signature.add(exif.imageWidth, exif.imageHeight, exif.bandCount);
     if (model != nullptr) {
-        return signature.add(model, exif.iso, exif.sensorTemperature.value_or(0.0)).text();
+        return signature.add(addressOf(model), exif.iso, exif.sensorTemperature.value_or(0.0))
+            .text();
     }
     for (const Eigen::MatrixXd& level : exif.darkLevels) {
         signature.add(level);
@@ -48,7 +54,7 @@ std::string vignettingSignature(const CameraParams& camera,
     Signature signature;
     signature.add(camera.width, camera.height, camera.principalPointX, camera.principalPointY);
     if (model != nullptr) {
-        return signature.add(model).text();
+        return signature.add(addressOf(model)).text();
     }
     const VignettingData data = camera.vignettingModel(apertureFNumber);
     return signature.add(data.type, data.centerX, data.centerY).add(data.coefficients).text();

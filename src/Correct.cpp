@@ -5,6 +5,7 @@
 
 namespace tessik::radiometry {
 
+// NOLINTBEGIN(performance-unnecessary-value-param): an offset is 8 bytes
 void correct(const InputImage& image,
              const CameraParams& camera,
              const GlobalShutter& externals,
@@ -14,7 +15,7 @@ void correct(const InputImage& image,
              const geo::ProjectCoordinateSystems& coordinateSystems,
              const sequoia::ModelParameter* sequoiaModel,
              BandImage& bands,
-             Eigen::Vector2i blockOffset) { // NOLINT(performance-unnecessary-value-param): 8 bytes
+             Eigen::Vector2i blockOffset) {
     correct(image,
             camera,
             externals,
@@ -38,7 +39,7 @@ void correct(const InputImage& image,
              const sequoia::ModelParameter* sequoiaModel,
              const datasource::Cache& cache,
              BandImage& bands,
-             Eigen::Vector2i blockOffset) { // NOLINT(performance-unnecessary-value-param): 8 bytes
+             Eigen::Vector2i blockOffset) {
     const std::vector<datasource::DataSourcePointer> dataSources =
         datasource::create(image,
                            camera,
@@ -51,5 +52,7 @@ void correct(const InputImage& image,
                            cache);
     corrector::apply(corrector::create(image.exif), dataSources, bands, blockOffset);
 }
+
+// NOLINTEND(performance-unnecessary-value-param)
 
 } // namespace tessik::radiometry

@@ -34,8 +34,8 @@ double receivedShare(double directFraction, double cosIncidence, double cosTilt)
 ClearSky::ClearSky(std::uint64_t seed, const Options& options, const std::vector<Station>& course)
     : m_options(options), m_seed(seed) {
     Random random({seed, kDriftPurpose});
-    m_linear = eitherSign(random, 0.05, 0.15);
-    m_quadratic = eitherSign(random, 0.03, 0.10);
+    m_linear = options.drift * eitherSign(random, 0.05, 0.15);
+    m_quadratic = options.drift * eitherSign(random, 0.03, 0.10);
     m_moments.reserve(course.size());
     for (const Station& station : course) {
         const double seconds = static_cast<double>(station.microseconds) * 1e-6;

@@ -19,6 +19,7 @@ public:
     struct Options {
         double directFraction = 0.8; ///< in every band, or at 650 nm
         bool perBand = false;        ///< the direct fraction grows by 0.02 every 100 nm
+        double drift = 1.0;          ///< times the seed's own drift of the light (8 .. 25 %)
         double sensorNoise = 0.01;   ///< standard deviation, as a share of the reading
         SensorMount mount;
     };

@@ -34,6 +34,9 @@ void addSky(CLI::App& flight, FlightOptions& options) {
         ->check(CLI::Range(0.0, 1.0))
         ->capture_default_str();
     group->add_flag("--sunlight-per-band", sky.perBand, "More of it in red, less in blue");
+    group->add_option("--drift", sky.drift, "Change of the light over the flight, times its own")
+        ->check(CLI::Range(0.0, 4.0))
+        ->capture_default_str();
     group->add_option("--sensor-noise", sky.sensorNoise, "Noise of the readings, as a share")
         ->check(CLI::Range(0.0, 0.1))
         ->capture_default_str();
