@@ -97,6 +97,10 @@ void ImageCorrector::check(const InputImage& image) const {
     if (doIrradianceCorrection(type) && !exif::hasSunIrradiance(exif)) {
         refuse("no irradiance reading in the metadata");
     }
+    if (doSunAngleCorrection(type) && !image.geo.position) {
+        refuse("Unable to convert from output coordinate system to WGS-84: no position in the "
+               "metadata");
+    }
     if (m_project.sequoiaModelOf(image) != nullptr && !exif.sensorTemperature) {
         refuse("no sensor temperature in the metadata, which the factory calibration needs");
     }

@@ -15,7 +15,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <map>
 #include <set>
+#include <tuple>
 
 namespace tessik::app {
 namespace {
@@ -121,6 +123,99 @@ TEST(CorrectCommand, withoutTheFactoryModelASequoiaIsVisiblyWorse) {
         folder,
         "correct flight/images -o out --type camera --sequoia-calibration flight/calibration");
     EXPECT_EQ(with.out.rfind("16 images done, 0 kept", 0), 0U) << with.out;
+}
+
+/// Mean over the bands of the RMS error against reflectance, %, and what the noise alone predicts.
+std::pair<double, double> reflectanceError(const fs::path& flight, const fs::path& corrected) {
+    double rms = 0.0;
+    double predicted = 0.0;
+    const auto bands = simulate::compare(flight, corrected, simulate::Target::Reflectance);
+    for (const simulate::BandResult& band : bands) {
+        rms += band.rms / static_cast<double>(bands.size());
+        predicted += band.predictedRms / static_cast<double>(bands.size());
+    }
+    return {rms, predicted};
+}
+
+TEST(CorrectCommand, eachLevelIsClearlyBetterWhenTheLightChangesAndTheSensorTilts) {
+    const TemporaryFolder folder;
+    simulate::FlightOptions options = flightOptions(60);
+    options.width = 64;
+    options.height = 48;
+    options.seed = 2;
+    options.sky = simulate::Sky::Clear;
+    options.clearSky.drift = 3.0;
+    simulate::renderFlight(folder.path() / "flight", options);
+    std::map<std::string, double> rms;
+    double noise = 0.0;
+    const std::vector<std::pair<std::string, std::string>> runs = {
+        {"camera", "--type camera"},
+        {"irradiance", "--type irradiance"},
+        {"absolute", "--type sun-angle-absolute"},
+        {"relative", "--type auto --sensor-mount 180,0,0"},
+        {"known", "--type sun-angle-absolute --sunlight 0.8"}};
+    for (const auto& [name, arguments] : runs) {
+        const Result result =
+            radiometry(folder, "correct flight/images -o " + name + " " + arguments);
+        ASSERT_EQ(result.status, 0) << result.err;
+        EXPECT_EQ(result.err, "") << name;
+        std::tie(rms[name], noise) =
+            reflectanceError(folder.path() / "flight", folder.path() / name);
+    }
+    EXPECT_GT(rms["camera"], 1.8 * rms["irradiance"]);
+    EXPECT_GT(rms["irradiance"], 1.6 * rms["absolute"]);
+    // What is left is the pixels' noise and the 1 % of the readings.
+    EXPECT_LT(rms["absolute"], 1.2 * std::hypot(noise, 1.0));
+    EXPECT_NEAR(rms["relative"], rms["absolute"], 1e-3);
+    EXPECT_NEAR(rms["known"], rms["absolute"], 0.1);
+
+    const Result fit = radiometry(folder, "sunlight flight/images --json");
+    EXPECT_EQ(fit.status, 0) << fit.err;
+    for (const Json& band : Json::parse(fit.out)) {
+        EXPECT_EQ(band["readings"], 60);
+        EXPECT_NEAR(band["fraction"].get<double>(), 0.8, 4 * band["standard_error"].get<double>());
+        EXPECT_EQ(band["coefficients"].size(), 3U);
+    }
+}
+
+TEST(CorrectCommand, whatTheSunAngleLacksIsSaidOfEachImage) {
+    const TemporaryFolder folder;
+    renderImages(folder.path() / "in", 2);
+    // At midnight UTC in California the sun is up, twelve hours later it is not.
+    exif::writeTags(folder.file("in/IMG_0001_2.tif"),
+                    {{"Exif.Photo.DateTimeOriginal", {"2024:06:21 10:00:00"}}});
+    exif::writeTags(folder.file("in/IMG_0001_3.tif"),
+                    {{"Exif.Photo.DateTimeOriginal", {"0000:00:00 00:00:00"}}});
+    exif::writeTags(folder.file("in/IMG_0001_4.tif"), {{"Exif.GPSInfo.GPSStatus", {"V"}}});
+    exif::writeTags(folder.file("in/IMG_0001_5.tif"), {{"Xmp.Camera.Irradiance", {"none"}}});
+    const Result result =
+        radiometry(folder, "correct in -o out --type sun-angle-absolute --sunlight 0.8");
+    EXPECT_EQ(result.status, 2);
+    for (const char* line : {"in/IMG_0001_2.tif: The sun is behind the horizon.",
+                             "in/IMG_0001_3.tif: No valid time",
+                             "in/IMG_0001_4.tif: Unable to convert from output coordinate system "
+                             "to WGS-84: no position "
+                             "in the metadata",
+                             "in/IMG_0001_5.tif: no irradiance reading in the metadata"}) {
+        EXPECT_NE(result.err.find(std::string("radiometry: ") + line + "\n"), std::string::npos)
+            << line << "\n"
+            << result.err;
+    }
+    EXPECT_EQ(result.out.rfind("6 images done, 0 kept, 4 failed", 0), 0U) << result.out;
+}
+
+TEST(SunCommand, saysWhereTheSunStands) {
+    const TemporaryFolder folder;
+    // An independent ephemeris: azimuth 179.0691, elevation 61.9623 at Greenwich.
+    for (const char* time : {"1592740800", "2020-06-21T12:00:00Z", "2020-06-21T14:00:00+02:00"}) {
+        const Result result =
+            radiometry(folder, std::string("sun --lat 51.4779 --lon 0 --json --time ") + time);
+        const Json sun = Json::parse(result.out);
+        EXPECT_NEAR(sun["azimuth_deg"].get<double>(), 179.0691, 0.01) << time;
+        EXPECT_NEAR(sun["elevation_deg"].get<double>(), 61.9623, 0.005) << time;
+    }
+    const Result night = radiometry(folder, "sun --lat 51.4779 --lon 0 --json --time 1592697600");
+    EXPECT_TRUE(Json::parse(night.out)["direct_fraction"].is_null());
 }
 
 TEST(SequoiaModelCommand, showsAModelFileAndRefusesADamagedOne) {
