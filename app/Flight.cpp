@@ -11,7 +11,10 @@
 namespace tessik::app {
 namespace {
 
-InputImage readImage(const std::string& path, const exif::ReadOptions& options) {
+using UtcOffset = std::optional<double>;
+
+InputImage
+readImage(const std::string& path, const exif::ReadOptions& options, UtcOffset& estimatedOffset) {
     exif::ImageMetadata metadata;
     try {
         metadata = exif::readMetadata(path, options);
@@ -22,11 +25,25 @@ InputImage readImage(const std::string& path, const exif::ReadOptions& options) 
     for (const std::string& warning : metadata.warnings) {
         sayWarning(path, warning);
     }
+    estimatedOffset = metadata.estimatedUtcOffsetHours;
     return exif::inputImage(path, std::move(metadata));
 }
 
 CameraData cameraData(const ExifInfo& exif) {
     return {exif::cameraName(exif), exif.make, exif.model, exif.bands, exif::cameraParams(exif)};
+}
+
+/// One clock for the flight: where the offset to UTC was estimated, the first image's holds for
+/// all.
+void useOneClock(const std::vector<UtcOffset>& estimatedOffsets, std::vector<InputImage>& images) {
+    constexpr double kSecondsPerHour = 3600.0;
+    UtcOffset first;
+    for (std::size_t i = 0; i < images.size(); ++i) {
+        if (estimatedOffsets[i]) {
+            first = first.value_or(*estimatedOffsets[i]);
+            images[i].geo.captureTime += (*estimatedOffsets[i] - *first) * kSecondsPerHour;
+        }
+    }
 }
 
 } // namespace
@@ -36,11 +53,13 @@ Flight readFlight(std::vector<Input> inputs, const exif::ReadOptions& options, i
     flight.inputs = std::move(inputs);
     flight.images.resize(flight.inputs.size());
     flight.failures.resize(flight.inputs.size());
+    std::vector<UtcOffset> estimatedOffsets(flight.inputs.size());
     tbb::task_arena arena(jobs);
     arena.execute([&] {
         tbb::parallel_for(std::size_t{0}, flight.inputs.size(), [&](std::size_t i) {
             try {
-                flight.images[i] = readImage(flight.inputs[i].path.string(), options);
+                flight.images[i] =
+                    readImage(flight.inputs[i].path.string(), options, estimatedOffsets[i]);
             } catch (const std::exception& failure) {
                 flight.failures[i] = failure.what();
                 flight.images[i].path = QString::fromStdString(flight.inputs[i].path.string());
@@ -48,6 +67,7 @@ Flight readFlight(std::vector<Input> inputs, const exif::ReadOptions& options, i
             }
         });
     });
+    useOneClock(estimatedOffsets, flight.images);
     for (const InputImage& image : flight.images) {
         if (image.enabled) {
             flight.cameras.try_emplace(image.cameraId, cameraData(image.exif));

@@ -20,6 +20,10 @@ struct ImageMetadata {
     /// What could not be understood, or had to be guessed, a line each. The texts hold no numbers
     /// of the image, so that a flight repeats few of them.
     std::vector<std::string> warnings;
+    /// Hours that the capture time was taken to be ahead of UTC, where the longitude had to tell. A
+    /// flight has one clock: images of one flight whose estimates differ lie astride a border of
+    /// the estimate, not of a time zone.
+    std::optional<double> estimatedUtcOffsetHours;
 };
 
 /// What the user knows and the files do not say.

@@ -382,6 +382,32 @@ TEST(InspectCommand, saysWhatIsUnderstoodAndWhatWouldBeDone) {
     EXPECT_NE(std::find(applicable.begin(), applicable.end(), "BadPixelMasking"), applicable.end());
 }
 
+TEST(InspectCommand, aFlightOfCamerasWithLocalTimeHasOneClock) {
+    const TemporaryFolder folder;
+    renderImages(folder.path() / "in", 2);
+    // Astride the border of what the longitude tells: -7 hours here, -8 there.
+    const std::vector<std::pair<std::string, std::string>> longitudes = {
+        {"in/IMG_0000_1.tif", "112/1 24/1 0/1"}, {"in/IMG_0001_1.tif", "112/1 36/1 0/1"}};
+    for (const auto& [name, longitude] : longitudes) {
+        exif::writeTags(
+            folder.file(name),
+            {{"Exif.Image.Make", {"Some maker"}}, {"Exif.GPSInfo.GPSLongitude", {longitude}}});
+    }
+    const auto times = [&folder](const std::string& options) {
+        const Result result =
+            radiometry(folder, "inspect in/IMG_0000_1.tif in/IMG_0001_1.tif --json " + options);
+        EXPECT_EQ(lineCount(result.err), options.empty() ? 1U : 0U) << result.err;
+        const Json images = Json::parse(result.out);
+        return std::pair(images[0]["capture_time_unix"].get<double>(),
+                         images[1]["capture_time_unix"].get<double>());
+    };
+    const auto [first, second] = times("");
+    EXPECT_NEAR(second - first, 1.5, 1.0);
+    const auto [stated, statedSecond] = times("--utc-offset -6.5");
+    EXPECT_EQ(first - stated, 1800.0);
+    EXPECT_NEAR(statedSecond - stated, 1.5, 1.0);
+}
+
 /// The factor of a real image, from the angles that its files state and the sun's place as an
 /// independent ephemeris gives it (azimuth 199.6018, elevation 41.1143 degrees).
 TEST(Samples, theSunAngleFactorIsThatOfItsParts) {

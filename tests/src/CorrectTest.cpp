@@ -191,5 +191,21 @@ TEST(Correct, redEdgeValuesAreTheMakersRadiance) {
     EXPECT_LT(masked, kWidth * kHeight / 4);
 }
 
+TEST(Correct, tracesSayWhatIsAppliedWithItsValues) {
+    const ImageSetup setup(test::redEdgeExif(8, 6));
+    const test::LogCapture log;
+    BandImage bands = {test::redEdgeBand(8, 6, 1)};
+    const auto sources = setup.sources(CorrectionType::CameraOnly, {2.0});
+    corrector::apply(corrector::create(setup.image.exif), sources, bands, {0, 0});
+    for (const char* line : {"Dark current: Exif: [4800 4816 4784 4832] \n",
+                             "Vignetting: Radial polynomial: center 4.24,2.88 coefficients ",
+                             "Masking badly exposed pixels outside range [0, 65520]\n",
+                             "Dark current correction: 4808\n",
+                             "MicaSense 3k coefficients: 1.2e-07 1.4e-06\n",
+                             "Calibration target derived sensitivity correction: 0.5\n"}) {
+        EXPECT_NE(log.all().find(line), std::string::npos) << line << "\n" << log.all();
+    }
+}
+
 } // namespace
 } // namespace tessik::radiometry

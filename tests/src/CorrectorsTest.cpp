@@ -187,9 +187,17 @@ TEST(OpticalCameras, applyTheirFactorsFromTypeCameraOn) {
     struct Case {
         std::unique_ptr<ICorrector> corrector;
         float first, second;
+        const char* trace;
     };
-    Case cases[] = {{std::make_unique<BasicOpticalCamera>(), 3.92F, 1.96F},
-                    {std::make_unique<AirinovMultispec4COpticalCameraV2_32>(), 0.5F, 0.25F}};
+    const test::LogCapture log;
+    Case cases[] = {{std::make_unique<BasicOpticalCamera>(),
+                     3.92F,
+                     1.96F,
+                     "Camera optical correction: 3.92 1.96\n"},
+                    {std::make_unique<AirinovMultispec4COpticalCameraV2_32>(),
+                     0.5F,
+                     0.25F,
+                     "AirinovMultispec4C optical correction:  0.5 0.25\n"}};
     for (Case& c : cases) {
         BandImage bands = raw;
         EXPECT_FALSE(test::run(*c.corrector, setup.sources(CorrectionType::NoCorrection), bands));
@@ -197,6 +205,7 @@ TEST(OpticalCameras, applyTheirFactorsFromTypeCameraOn) {
         EXPECT_TRUE(test::run(*c.corrector, setup.sources(kCamera), bands));
         expectSame(bands[0], raw[0] * c.first);
         expectSame(bands[1], raw[1] * c.second);
+        EXPECT_NE(log.all().find(c.trace), std::string::npos) << log.all();
     }
 }
 

@@ -101,7 +101,9 @@ clockOffset(const Tags& tags, Clock clock, const ReadOptions& options, ImageMeta
     metadata.warnings.emplace_back("The capture time is local time without a time zone: the offset "
                                    "to UTC is estimated from the longitude, in whole hours");
     constexpr double kDegreesPerHour = 15.0;
-    return std::round(metadata.geo.position->longitude / kDegreesPerHour) * kSecondsPerHour;
+    metadata.estimatedUtcOffsetHours =
+        std::round(metadata.geo.position->longitude / kDegreesPerHour);
+    return *metadata.estimatedUtcOffsetHours * kSecondsPerHour;
 }
 
 } // namespace
