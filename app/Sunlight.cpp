@@ -6,9 +6,12 @@
 #include "Project.h"
 #include "platform/exif/Predicates.h"
 #include "platform/exif/Tags.h"
+#include "platform/log/Log.h"
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 
@@ -180,6 +183,8 @@ int sunlight(const SunlightOptions& options) {
             bands.push_back(describe(band, fraction));
         }
     } else {
+        const auto start = std::chrono::steady_clock::now();
+        std::size_t readings = 0;
         for (const auto& [band, fit] :
              radiometry::computeDirectSunlightFraction(flight.images,
                                                        flight.cameras,
@@ -190,7 +195,13 @@ int sunlight(const SunlightOptions& options) {
                                                        options.degree,
                                                        options.useSensorAngles)) {
             bands.push_back(describe(band, fit));
+            readings += fit.readingCount;
         }
+        const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+        TESSIK_LOG(logging::kInfo)
+            << "Fitted " << readings << " readings, "
+            << 1000.0 * elapsed.count() / std::max(static_cast<double>(readings), 1.0)
+            << " s a thousand";
     }
     if (options.json) {
         std::printf("%s\n", bands.dump(2).c_str());
