@@ -91,6 +91,10 @@ void ImageCorrector::check(const InputImage& image) const {
     if (exif.exposureTime == 0.0 && !exif.isAirinovMultispec4C) {
         refuse("no exposure time in the metadata");
     }
+    // Its optical models then do not act, and the values would stay as they are.
+    if (sequoia::isSequoia(exif) && (exif.iso <= 0 || exif.apertureFNumber <= 0.0)) {
+        refuse("no ISO or no f-number in the metadata, which the Sequoia's model needs");
+    }
     if (!exif.sensitivity.empty() && !radiometry::isSensitivityValid(exif.sensitivity)) {
         refuse("no valid sensitivity in the metadata (a thermal band?); left alone");
     }

@@ -204,6 +204,21 @@ TEST(CorrectCommand, whatTheSunAngleLacksIsSaidOfEachImage) {
     EXPECT_EQ(result.out.rfind("6 images done, 0 kept, 4 failed", 0), 0U) << result.out;
 }
 
+TEST(CorrectCommand, aSequoiaWithoutItsExposureIsRefused) {
+    const TemporaryFolder folder;
+    simulate::FlightOptions options = flightOptions(1);
+    options.camera = simulate::CameraModel::SequoiaV1;
+    simulate::renderFlight(folder.path() / "flight", options);
+    for (const auto& entry : fs::directory_iterator(folder.path() / "flight/images")) {
+        exif::writeTags(entry.path().string(), {{"Exif.Photo.ISOSpeedRatings", {"0"}}});
+    }
+    const Result result = radiometry(folder, "correct flight/images -o out --type camera");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.err.find("no ISO or no f-number in the metadata"), std::string::npos)
+        << result.err;
+    EXPECT_TRUE(filesIn(folder.path() / "out").empty());
+}
+
 TEST(SunCommand, saysWhereTheSunStands) {
     const TemporaryFolder folder;
     // An independent ephemeris: azimuth 179.0691, elevation 61.9623 at Greenwich.
