@@ -181,7 +181,7 @@ TEST(CorrectCommand, eachLevelIsClearlyBetterWhenTheLightChangesAndTheSensorTilt
 TEST(CorrectCommand, whatTheSunAngleLacksIsSaidOfEachImage) {
     const TemporaryFolder folder;
     renderImages(folder.path() / "in", 2);
-    // At midnight UTC in California the sun is up, twelve hours later it is not.
+    // The flight is at noon in California; at 10:00 UTC it is night there.
     exif::writeTags(folder.file("in/IMG_0001_2.tif"),
                     {{"Exif.Photo.DateTimeOriginal", {"2024:06:21 10:00:00"}}});
     exif::writeTags(folder.file("in/IMG_0001_3.tif"),
