@@ -11,9 +11,11 @@
 namespace tessik::app {
 namespace {
 
-std::atomic<bool> isQuiet{false};
+std::atomic<Verbosity> shown{Verbosity::Normal};
 std::mutex mutex;
+std::vector<Warning> warnings;
 thread_local const std::string* currentImage = nullptr;
+thread_local std::vector<Trace>* currentTraces = nullptr;
 
 /// One line, whatever the text holds.
 void sayLine(std::string line) {
@@ -25,11 +27,15 @@ void sayLine(std::string line) {
 
 void sayRecord(const logging::Record& record) {
     const std::string image = currentImage != nullptr ? *currentImage : std::string();
+    if (currentTraces != nullptr && record.level < logging::kError) {
+        const std::string file = record.where.file;
+        currentTraces->push_back({file.substr(0, file.rfind('.')), record.text});
+    }
     if (record.level >= logging::kError) {
         sayFailure(image, record.text);
     } else if (record.level >= logging::kWarning) {
         sayWarning(image, record.text);
-    } else {
+    } else if (shown == Verbosity::Verbose) {
         sayLine((image.empty() ? "" : image + ": ") + record.text);
     }
 }
@@ -41,33 +47,43 @@ void sayFailure(const std::string& path, const std::string& reason) {
 }
 
 void sayWarning(const std::string& path, const std::string& text) {
-    if (isQuiet) {
-        return;
-    }
     static std::unordered_set<std::string> said;
     {
         const std::lock_guard lock(mutex);
         if (!said.insert(text).second) {
             return;
         }
+        warnings.push_back({path, text});
+    }
+    if (shown == Verbosity::Quiet) {
+        return;
     }
     sayLine("radiometry: warning: " + (path.empty() ? "" : path + ": ") + text +
             " (said once for all images)");
 }
 
-void setVerbosity(Verbosity verbosity) {
-    isQuiet = verbosity == Verbosity::Quiet;
-    logging::setSink(&sayRecord);
-    logging::setLevel(verbosity == Verbosity::Quiet    ? logging::kError
-                      : verbosity == Verbosity::Normal ? logging::kWarning
-                                                       : logging::kInfo);
+std::vector<Warning> warningsSaid() {
+    const std::lock_guard lock(mutex);
+    return warnings;
 }
 
-ImageContext::ImageContext(const std::string& path) {
+void setVerbosity(Verbosity verbosity) {
+    shown = verbosity;
+    logging::setSink(&sayRecord);
+    logging::setLevel(verbosity == Verbosity::Verbose ? logging::kInfo : logging::kWarning);
+}
+
+void keepTraces() {
+    logging::setLevel(logging::kInfo);
+}
+
+ImageContext::ImageContext(const std::string& path, std::vector<Trace>* traces) {
     currentImage = &path;
+    currentTraces = traces;
 }
 ImageContext::~ImageContext() {
     currentImage = nullptr;
+    currentTraces = nullptr;
 }
 
 } // namespace tessik::app

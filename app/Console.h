@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 /// What the command says on stderr.
 namespace tessik::app {
@@ -10,6 +11,7 @@ enum ExitStatus : int {
     AllDone = 0,
     NothingDone = 1, ///< usage, unreadable plan, output folder not writable
     SomeFailed = 2,  ///< the other images are done
+    Interrupted = 130, ///< by Ctrl-C, as shells have it
 };
 
 /// Says "radiometry: path: reason". Thread safe; whole lines.
@@ -19,17 +21,38 @@ void sayFailure(const std::string& path, const std::string& reason);
 /// of the first one is named. Silent with -q. Thread safe.
 void sayWarning(const std::string& path, const std::string& text);
 
+/// What was warned of, with the path of the first image that it concerned.
+struct Warning {
+    std::string path; ///< empty = no image in particular
+    std::string text;
+};
+
+/// All warnings of this run so far. Thread safe.
+std::vector<Warning> warningsSaid();
+
 /// How much is said: errors alone, warnings too, or the informational log as well.
 enum class Verbosity { Quiet, Normal, Verbose };
 void setVerbosity(Verbosity verbosity);
 
-/// While it lives, what the library logs in this thread is said of this image.
+/// What the library tells of one image: a step, and what it did.
+struct Trace {
+    std::string step; ///< base name of the source file, without extension
+    std::string text;
+};
+
+/// While it lives, what the library logs in this thread is said of this image, and traces are kept.
 class ImageContext {
 public:
-    explicit ImageContext(const std::string& path);
+    /// @param path must outlive this
+    /// @param traces where the library's traces go; null = they are not kept
+    explicit ImageContext(const std::string& path, std::vector<Trace>* traces = nullptr);
     ImageContext(const ImageContext&) = delete;
     ImageContext& operator=(const ImageContext&) = delete;
     ~ImageContext();
 };
+
+/// Has the library make its traces, whether they are shown or not: to be called before a context is
+/// given a place for them.
+void keepTraces();
 
 } // namespace tessik::app

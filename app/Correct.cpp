@@ -1,19 +1,22 @@
 #include "Correct.h"
 
 #include "Console.h"
-#include "Flight.h"
+#include "CorrectionWords.h"
 #include "ImageCorrector.h"
 #include "Output.h"
+#include "Progress.h"
+#include "Records.h"
 #include "platform/image/Raster.h"
 
 #include <tbb/parallel_for.h>
 #include <tbb/task_arena.h>
 
+#include <malloc.h>
+
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
-#include <set>
 
 namespace tessik::app {
 namespace {
@@ -27,56 +30,89 @@ struct Summary {
     std::atomic<std::int64_t> maskedPixels{0};
 };
 
-/// One image, and where its result goes.
-struct Task {
-    std::size_t image;
-    fs::path output;
-};
-
-std::int64_t countNoData(const BandImage& bands) {
-    std::int64_t count = 0;
-    for (const BandMatrix& band : bands) {
-        count += (band.array() == radiometry::kNoData).count();
-    }
-    return count;
-}
-
 /// What the images of a run share.
 struct Run {
     const CorrectOptions& options;
-    Flight& flight;
-    const Project& project;
+    const Plan& plan;
     ImageCorrector corrector;
-    Summary& summary;
+    RecordFile records;
+    Summary summary;
 };
 
-void correctOne(const Task& task, Run& run) {
-    InputImage& image = run.flight.images[task.image];
-    const std::string path = image.path.toStdString();
-    const std::vector<std::string>& creationOptions = run.options.creationOptions;
-    const ImageContext context(path);
-    try {
-        run.corrector.check(image);
-        const std::string mark = fingerprint(run.flight.inputs[task.image].path,
-                                             run.project.typeOf(image),
-                                             run.project.fingerprint,
-                                             creationOptions);
-        if (!run.options.overwrite && fingerprintOf(task.output) == mark) {
-            ++run.summary.kept;
-            return;
-        }
-        const image::Raster raster = openPixels(image);
-        BandImage bands = raster.read();
-        run.corrector.correct(image, bands);
-        const std::int64_t masked = countNoData(bands);
-        fs::create_directories(task.output.parent_path());
-        writeOutput(task.output, image, bands, run.project.typeOf(image), mark, creationOptions);
-        run.summary.maskedPixels += masked;
-        ++run.summary.done;
-    } catch (const std::exception& failure) {
-        sayFailure(path, failure.what());
-        ++run.summary.failed;
+InputImage readInput(const PlannedImage& task, const Plan& plan, exif::ImageMetadata& metadata) {
+    InputImage image = exif::inputImage(task.path, std::move(metadata));
+    if (image.cameraId != task.cameraId) {
+        throw Refusal("not the image that was planned: its camera is " +
+                      exif::cameraName(image.exif).toStdString());
     }
+    mountSensor(plan.project.sensorMount, image);
+    return image;
+}
+
+void correctOne(const PlannedImage& task, Run& run) {
+    const Plan& plan = run.plan;
+    const fs::path output = run.options.outputFolder / task.output;
+    std::error_code ignored;
+    if (fs::equivalent(output, task.path, ignored)) {
+        throw Refusal("the output would replace the input");
+    }
+    const std::string mark = fingerprint(
+        task.path, plan.project.fingerprint(task.cameraId), run.options.creationOptions);
+    if (!run.options.overwrite && fingerprintOf(output) == mark) {
+        run.records.addKept(task.path, task.output);
+        ++run.summary.kept;
+        return;
+    }
+    std::vector<Trace> traces;
+    const ImageContext context(task.path, &traces);
+    exif::ImageMetadata metadata = exif::readMetadata(task.path, {plan.utcOffsetHours});
+    const std::shared_ptr<const exif::RawMetadata> raw = metadata.raw;
+    for (const std::string& warning : metadata.warnings) {
+        sayWarning(task.path, warning);
+    }
+    InputImage image = readInput(task, plan, metadata);
+    run.corrector.check(image);
+    BandImage bands = openPixels(image).read();
+    const Applied applied = run.corrector.correct(image, bands);
+    const PixelSummary pixels = summarise(bands);
+    const std::vector<double> sensitivity = plan.project.sensitivityOf(image);
+    const std::string type = wordOf(plan.project.typeOf(image));
+    run.records.addDone({task.output, type, image, applied, traces, pixels, sensitivity});
+    fs::create_directories(output.parent_path());
+    writeOutput(output, image, *raw, bands, type, mark, run.options.creationOptions);
+    run.summary.maskedPixels += pixels.maskedCount;
+    ++run.summary.done;
+}
+
+void sayAndRecordFailure(const PlannedImage& task, const std::string& reason, Run& run) {
+    sayFailure(task.path, reason);
+    ++run.summary.failed;
+    try {
+        run.records.addFailed(task.path, task.output, reason);
+    } catch (const std::exception&) {
+        // A disk that is full has been told of.
+        return;
+    }
+}
+
+void correctAll(Run& run, std::size_t first, std::size_t last) {
+    const Interruptible interruptible;
+    Progress progress(last - first);
+    tbb::task_arena arena(run.options.plan.jobs);
+    arena.execute([&] {
+        tbb::parallel_for(first, last, [&](std::size_t i) {
+            if (Interruptible::isAsked()) {
+                return;
+            }
+            const PlannedImage& task = run.plan.images[i];
+            try {
+                correctOne(task, run);
+            } catch (const std::exception& failure) {
+                sayAndRecordFailure(task, failure.what(), run);
+            }
+            progress.advance();
+        });
+    });
 }
 
 /// The folder is made if need be, and must take files: better known now than after the first image.
@@ -95,68 +131,79 @@ bool prepareOutputFolder(const fs::path& folder) {
     return true;
 }
 
-/// Two images of one output, or an output in place of its input, are failures of the image.
-std::vector<Task> makeTasks(const Flight& flight, const CorrectOptions& options, Summary& summary) {
-    std::set<fs::path> outputs;
-    std::vector<Task> tasks;
-    for (std::size_t i = 0; i < flight.images.size(); ++i) {
-        const Input& input = flight.inputs[i];
-        fs::path output = (options.outputFolder / input.relative).replace_extension(".tif");
-        std::string failure = flight.failures[i];
-        std::error_code ignored;
-        if (failure.empty() && fs::equivalent(output, input.path, ignored)) {
-            failure = "the output would replace the input";
-        }
-        if (failure.empty() && !outputs.insert(output).second) {
-            failure = "another image has the same output " + output.string();
-        }
-        if (!failure.empty()) {
-            sayFailure(input.path.string(), failure);
-            ++summary.failed;
-            continue;
-        }
-        tasks.push_back({i, std::move(output)});
+Plan planFor(const CorrectOptions& options) {
+    if (!options.planFile.empty()) {
+        return readPlan(options.planFile);
     }
-    return tasks;
+    Plan plan = makePlan(options.plan);
+    if (!plan.images.empty()) {
+        writePlan(plan, options.outputFolder / "plan.json");
+    }
+    return plan;
 }
 
-void sayFailures(const InputList& inputs, Summary& summary) {
-    for (const auto& [path, reason] : inputs.failures) {
-        sayFailure(path, reason);
-        ++summary.failed;
+std::string recordFileName(const Part& part) {
+    return part.count == 1 ? "corrections.jsonl"
+                           : "corrections-" + std::to_string(part.index) + "-of-" +
+                                 std::to_string(part.count) + ".jsonl";
+}
+
+int exitStatus(const Summary& summary) {
+    if (summary.failed == 0) {
+        return AllDone;
     }
+    return summary.done + summary.kept == 0 ? NothingDone : SomeFailed;
 }
 
 } // namespace
 
+std::optional<Part> Part::fromText(const std::string& text) {
+    Part part;
+    char slash = '\0';
+    std::istringstream stream(text);
+    stream >> part.index >> slash >> part.count;
+    const bool isWhole = !stream.fail() && stream.eof();
+    if (!isWhole || slash != '/' || part.count < 1 || part.index < 1 || part.index > part.count) {
+        return std::nullopt;
+    }
+    return part;
+}
+
 int correct(const CorrectOptions& options) {
-    Summary summary;
-    const InputList inputs = expandInputs(options.inputs, options.outputFolder);
-    sayFailures(inputs, summary);
-    if (inputs.images.empty() || !prepareOutputFolder(options.outputFolder)) {
+    keepTraces();
+    if (!prepareOutputFolder(options.outputFolder)) {
         return NothingDone;
     }
     const auto start = std::chrono::steady_clock::now();
-    Flight flight = readFlight(inputs.images, options.metadata, options.jobs);
-    const Project project = makeProject(flight, options.project);
-    const std::vector<Task> tasks = makeTasks(flight, options, summary);
-    Run run{options, flight, project, ImageCorrector(project), summary};
-    tbb::task_arena arena(options.jobs);
-    arena.execute([&] {
-        tbb::parallel_for(
-            std::size_t{0}, tasks.size(), [&](std::size_t i) { correctOne(tasks[i], run); });
-    });
+    const Plan plan = planFor(options);
+    malloc_trim(0); // the metadata of all images were in memory
+    Run run{options,
+            plan,
+            ImageCorrector(plan.project),
+            RecordFile(options.outputFolder / recordFileName(options.part), options.overwrite),
+            {}};
+    if (options.part.index == 1) {
+        for (const PlanFailure& failure : plan.failures) {
+            sayFailure(failure.path, failure.reason);
+            ++run.summary.failed;
+        }
+    }
+    const auto count = static_cast<std::size_t>(options.part.count);
+    const auto index = static_cast<std::size_t>(options.part.index);
+    correctAll(run, plan.images.size() * (index - 1) / count, plan.images.size() * index / count);
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+    const Summary& summary = run.summary;
     std::printf("%lld images done, %lld kept, %lld failed; %lld pixels masked; %.1f images/s\n",
                 static_cast<long long>(summary.done),
                 static_cast<long long>(summary.kept),
                 static_cast<long long>(summary.failed),
                 static_cast<long long>(summary.maskedPixels),
                 static_cast<double>(summary.done) / std::max(elapsed.count(), 1e-9));
-    if (summary.failed == 0) {
-        return AllDone;
+    if (Interruptible::isAsked()) {
+        sayFailure({}, "interrupted; the same command goes on from here");
+        return Interrupted;
     }
-    return summary.done + summary.kept == 0 ? NothingDone : SomeFailed;
+    return exitStatus(summary);
 }
 
 } // namespace tessik::app

@@ -29,13 +29,11 @@ readImage(const std::string& path, const exif::ReadOptions& options, UtcOffset& 
     return exif::inputImage(path, std::move(metadata));
 }
 
-CameraData cameraData(const ExifInfo& exif) {
-    return {exif::cameraName(exif), exif.make, exif.model, exif.bands, exif::cameraParams(exif)};
-}
-
 /// One clock for the flight: where the offset to UTC was estimated, the first image's holds for
 /// all.
-void useOneClock(const std::vector<UtcOffset>& estimatedOffsets, std::vector<InputImage>& images) {
+/// @return that offset
+UtcOffset useOneClock(const std::vector<UtcOffset>& estimatedOffsets,
+                      std::vector<InputImage>& images) {
     constexpr double kSecondsPerHour = 3600.0;
     UtcOffset first;
     for (std::size_t i = 0; i < images.size(); ++i) {
@@ -44,9 +42,28 @@ void useOneClock(const std::vector<UtcOffset>& estimatedOffsets, std::vector<Inp
             images[i].geo.captureTime += (*estimatedOffsets[i] - *first) * kSecondsPerHour;
         }
     }
+    return first;
 }
 
 } // namespace
+
+std::size_t sayFailures(const InputList& inputs, const Flight& flight) {
+    std::size_t count = inputs.failures.size();
+    for (const auto& [path, reason] : inputs.failures) {
+        sayFailure(path, reason);
+    }
+    for (std::size_t i = 0; i < flight.inputs.size(); ++i) {
+        if (!flight.failures[i].empty()) {
+            sayFailure(flight.inputs[i].path.string(), flight.failures[i]);
+            ++count;
+        }
+    }
+    return count;
+}
+
+CameraData cameraData(const ExifInfo& exif) {
+    return {exif::cameraName(exif), exif.make, exif.model, exif.bands, exif::cameraParams(exif)};
+}
 
 Flight readFlight(std::vector<Input> inputs, const exif::ReadOptions& options, int jobs) {
     Flight flight;
@@ -67,7 +84,7 @@ Flight readFlight(std::vector<Input> inputs, const exif::ReadOptions& options, i
             }
         });
     });
-    useOneClock(estimatedOffsets, flight.images);
+    flight.estimatedUtcOffsetHours = useOneClock(estimatedOffsets, flight.images);
     for (const InputImage& image : flight.images) {
         if (image.enabled) {
             flight.cameras.try_emplace(image.cameraId, cameraData(image.exif));

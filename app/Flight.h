@@ -5,6 +5,7 @@
 #include "platform/camera/InputImage.h"
 #include "platform/exif/ExifReader.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,7 +20,15 @@ struct Flight {
     std::vector<std::string> failures;
     /// The cameras of the images that can be used.
     CamerasData cameras;
+    /// Hours that local times were taken to be ahead of UTC, where a position had to tell.
+    std::optional<double> estimatedUtcOffsetHours;
 };
+
+/// Says why inputs cannot be used. @return how many
+std::size_t sayFailures(const InputList& inputs, const Flight& flight);
+
+/// A camera as the metadata of one of its images state it.
+CameraData cameraData(const ExifInfo& exif);
 
 /// Reads the metadata of all inputs, in parallel. Warnings are said; failures are kept.
 Flight readFlight(std::vector<Input> inputs, const exif::ReadOptions& options, int jobs);

@@ -7,11 +7,13 @@
 #include "platform/geo/ProjectCoordinateSystems.h"
 #include "platform/log/Log.h"
 #include "platform/text/Text.h"
-#include "radiometry/Correct.h"
 #include "radiometry/DirectSunlightFraction.h"
 #include "radiometry/ExposureMetadata.h"
 #include "radiometry/SunIrradiance.h"
+#include "radiometry/SunPosition.h"
 #include "radiometry/corrector/ICorrector.h"
+
+#include <cmath>
 
 namespace tessik::app {
 namespace {
@@ -21,12 +23,14 @@ template <typename... Args>
     throw Refusal(text::compose(args...).toStdString());
 }
 
+constexpr double kDegree = static_cast<double>(EIGEN_PI) / 180.0;
+
 /// The parts of the correction of a reading for the sun angle.
-void logSunAngle(const InputImage& image,
-                 const CameraExternals& externals,
-                 const Eigen::ArrayXd& sunlight,
-                 const Project& project) {
-    constexpr double kDegree = static_cast<double>(EIGEN_PI) / 180.0;
+void describeSunAngle(const InputImage& image,
+                      const CameraExternals& externals,
+                      const Eigen::ArrayXd& sunlight,
+                      const Project& project,
+                      Applied& applied) {
     const geo::OutCoordSystem& output = project.coordinateSystems.output;
     const radiometry::correction::SunInfo info = radiometry::correction::sunPositionInfo(
         output.proc2out(externals.position),
@@ -35,12 +39,38 @@ void logSunAngle(const InputImage& image,
         image.geo.captureTime,
         output,
         project.coordinateSystems.site);
+    const Eigen::ArrayXd factor = radiometry::correction::sunPosition(info, sunlight);
+    applied.sun = {info.angles.elevation / kDegree,
+                   info.angles.azimuth / kDegree,
+                   std::acos(info.cosSensorTilt) / kDegree};
+    for (std::size_t b = 0; b < image.exif.sunIrradiance.size(); ++b) {
+        applied.levelIrradiance.push_back(image.exif.sunIrradiance[b] *
+                                          factor(static_cast<Eigen::Index>(b)));
+    }
     TESSIK_LOG(logging::kInfo) << "Sun angle: elevation " << info.angles.elevation / kDegree
                                << " deg, azimuth " << info.angles.azimuth / kDegree
                                << " deg, cosine of incidence " << info.cosSunIncidence
                                << ", cosine of sensor tilt " << info.cosSensorTilt
                                << ", direct sunlight " << sunlight.transpose() << ", factor "
-                               << radiometry::correction::sunPosition(info, sunlight).transpose();
+                               << factor.transpose();
+}
+
+/// Where the sun stood, for an image that is not corrected for it.
+SunGeometry sunGeometryOf(const InputImage& image) {
+    SunGeometry sun;
+    if (image.geo.position && image.geo.captureTime != 0.0) {
+        const radiometry::SunAngle angle =
+            radiometry::SunPositionEstimator().sunAngle(image.geo.captureTime,
+                                                        image.geo.position->latitude * kDegree,
+                                                        image.geo.position->longitude * kDegree);
+        sun.elevation = angle.elevation / kDegree;
+        sun.azimuth = angle.azimuth / kDegree;
+    }
+    if (const auto& pose = image.exif.sunSensorYawPitchRoll) {
+        sun.sensorTilt =
+            std::acos(std::cos((*pose)[1] * kDegree) * std::cos((*pose)[2] * kDegree)) / kDegree;
+    }
+    return sun;
 }
 
 } // namespace
@@ -121,28 +151,37 @@ Eigen::ArrayXd ImageCorrector::sunlightOf(const InputImage& image) const {
         refuse("the metadata do not state the wavelength of each band, by which the fraction of "
                "direct sunlight is known");
     }
-    return radiometry::getFractionOfDirectSunlight(m_project.sunlight, image.exif.bands);
+    return radiometry::getFractionOfDirectSunlight(m_project.sunlight.fractions, image.exif.bands);
 }
 
-void ImageCorrector::correct(const InputImage& image, BandImage& bands) {
+Applied ImageCorrector::correct(const InputImage& image, BandImage& bands) {
     const CameraParams camera = exif::cameraParams(image.exif);
     const radiometry::sequoia::ModelParameter* model = m_project.sequoiaModelOf(image);
     const CameraExternals externals = externalsOf(image, m_project.coordinateSystems);
     const Eigen::ArrayXd sunlight = sunlightOf(image);
-    if (logging::takes(logging::kInfo) && doSunAngleCorrection(m_project.typeOf(image))) {
-        logSunAngle(image, externals, sunlight, m_project);
+    Applied applied;
+    if (doSunAngleCorrection(m_project.typeOf(image))) {
+        describeSunAngle(image, externals, sunlight, m_project, applied);
+    } else {
+        applied.sun = sunGeometryOf(image);
     }
-    radiometry::correct(image,
-                        camera,
-                        externals,
-                        {},
-                        sunlight,
-                        {m_project.typeOf(image)},
-                        m_project.coordinateSystems,
-                        model,
-                        m_maps.mapsFor(image, camera, model),
-                        bands,
-                        {0, 0});
+    const auto sources = radiometry::datasource::create(image,
+                                                        camera,
+                                                        externals,
+                                                        m_project.coordinateSystems,
+                                                        m_project.sensitivityOf(image),
+                                                        sunlight,
+                                                        {m_project.typeOf(image)},
+                                                        model,
+                                                        m_maps.mapsFor(image, camera, model));
+    const radiometry::corrector::Chain chain = radiometry::corrector::create(image.exif);
+    radiometry::corrector::apply(chain, sources, bands, {0, 0});
+    for (const auto& corrector : chain) {
+        if (corrector->wouldAct()) {
+            applied.correctors.push_back(radiometry::corrector::name(*corrector));
+        }
+    }
+    return applied;
 }
 
 ChainDescription ImageCorrector::describeChain(const InputImage& image) {
@@ -153,7 +192,7 @@ ChainDescription ImageCorrector::describeChain(const InputImage& image) {
                                                         camera,
                                                         externals,
                                                         m_project.coordinateSystems,
-                                                        {},
+                                                        m_project.sensitivityOf(image),
                                                         Eigen::ArrayXd(),
                                                         {m_project.typeOf(image)},
                                                         model,

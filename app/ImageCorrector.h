@@ -6,6 +6,7 @@
 #include "platform/image/Raster.h"
 #include "radiometry/Types.h"
 
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -29,6 +30,21 @@ struct ChainDescription {
     std::vector<std::string> applicable; ///< those of them that would act
 };
 
+/// How the sun stood at an image, as far as time and place are known. Degrees.
+struct SunGeometry {
+    std::optional<double> elevation;
+    std::optional<double> azimuth; ///< from north, clockwise
+    std::optional<double> sensorTilt; ///< of the irradiance sensor, from level
+};
+
+/// What was done to an image.
+struct Applied {
+    std::vector<std::string> correctors; ///< those that acted, in order
+    SunGeometry sun;
+    /// Readings of a level sensor, one a band; empty = not corrected for the sun angle.
+    std::vector<double> levelIrradiance;
+};
+
 /// Corrects the images of a project. Thread safe.
 class ImageCorrector {
 public:
@@ -39,7 +55,7 @@ public:
     void check(const InputImage& image) const;
 
     /// Corrects the bands of a whole image in place.
-    void correct(const InputImage& image, BandImage& bands);
+    Applied correct(const InputImage& image, BandImage& bands);
 
     ChainDescription describeChain(const InputImage& image);
 

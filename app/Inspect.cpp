@@ -163,22 +163,18 @@ Project guessedProject(const Flight& flight) {
 
 int inspect(const InspectOptions& options) {
     const InputList inputs = expandInputs(options.inputs);
-    bool hasFailed = !inputs.failures.empty();
-    for (const auto& [path, reason] : inputs.failures) {
-        sayFailure(path, reason);
-    }
     Flight flight = readFlight(inputs.images, options.metadata, options.jobs);
+    bool hasFailed = sayFailures(inputs, flight) > 0;
     const Project project = guessedProject(flight);
     ImageCorrector corrector(project);
     Json all = Json::array();
-    for (std::size_t i = 0; i < flight.images.size(); ++i) {
-        InputImage& image = flight.images[i];
+    for (InputImage& image : flight.images) {
+        if (!image.enabled) {
+            continue;
+        }
         const std::string path = image.path.toStdString();
         const ImageContext context(path);
         try {
-            if (!image.enabled) {
-                throw Refusal(flight.failures[i]);
-            }
             (void)openPixels(image);
             all.push_back(describe(image, project.typeOf(image), corrector));
             if (!options.json) {

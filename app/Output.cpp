@@ -1,7 +1,5 @@
 #include "Output.h"
 
-#include "CorrectionWords.h"
-#include "platform/exif/TagFile.h"
 #include "platform/image/PendingFile.h"
 #include "platform/image/Raster.h"
 #include "platform/text/Text.h"
@@ -34,12 +32,11 @@ image::WriteOptions writeOptions(const InputImage& image,
 } // namespace
 
 std::string fingerprint(const fs::path& input,
-                        radiometry::CorrectionType type,
                         const std::string& settings,
                         const std::vector<std::string>& creationOptions) {
-    std::string text = std::string(RADIOMETRY_VERSION) + " " + wordOf(type) + " " +
+    std::string text = std::string(RADIOMETRY_VERSION) + " " +
                        std::to_string(fs::file_size(input)) + " " +
-                       std::to_string(fs::last_write_time(input).time_since_epoch().count()) +
+                       std::to_string(fs::last_write_time(input).time_since_epoch().count()) + " " +
                        settings;
     for (const std::string& option : creationOptions) {
         text += " " + option;
@@ -61,17 +58,21 @@ std::string fingerprintOf(const fs::path& output) {
 
 void writeOutput(const fs::path& output,
                  const InputImage& image,
+                 const exif::RawMetadata& metadata,
                  const BandImage& bands,
-                 radiometry::CorrectionType type,
+                 const std::string& type,
                  const std::string& fingerprint,
                  const std::vector<std::string>& creationOptions) {
     image::PendingFile file(output.string());
-    image::writeFloatRaster(file.temporaryPath(), bands, writeOptions(image, creationOptions));
-    exif::copyDescription(image.path.toStdString(),
-                          file.temporaryPath(),
-                          {{"Xmp.Tessik.Correction", {wordOf(type)}},
-                           {"Xmp.Tessik.Version", {RADIOMETRY_VERSION}},
-                           {"Xmp.Tessik.Fingerprint", {fingerprint}}});
+    image::WriteOptions options = writeOptions(image, creationOptions);
+    options.describe = [&](const std::string& path) {
+        exif::copyDescription(metadata,
+                              path,
+                              {{"Xmp.Tessik.Correction", {type}},
+                               {"Xmp.Tessik.Version", {RADIOMETRY_VERSION}},
+                               {"Xmp.Tessik.Fingerprint", {fingerprint}}});
+    };
+    image::writeFloatRaster(file.temporaryPath(), bands, options);
     file.commit();
 }
 

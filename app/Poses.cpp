@@ -27,7 +27,7 @@ GeoPosition withHeight(GeoPosition position) {
 
 } // namespace
 
-geo::ProjectCoordinateSystems coordinateSystemsOf(const Flight& flight) {
+std::optional<GeoPosition> centerOf(const Flight& flight) {
     const GeoPosition* first = nullptr;
     GeoPosition mean;
     double count = 0.0;
@@ -44,12 +44,23 @@ geo::ProjectCoordinateSystems coordinateSystemsOf(const Flight& flight) {
             (std::remainder(position.longitude - first->longitude, 360.0) - mean.longitude) / count;
         mean.height += (position.height - mean.height) / count;
     }
+    if (first == nullptr) {
+        return std::nullopt;
+    }
+    mean.longitude = std::remainder(mean.longitude + first->longitude, 360.0);
+    return mean;
+}
+
+geo::ProjectCoordinateSystems coordinateSystemsAt(const std::optional<GeoPosition>& center) {
     geo::ProjectCoordinateSystems systems;
-    if (first != nullptr) {
-        mean.longitude = std::remainder(mean.longitude + first->longitude, 360.0);
-        systems.output = geo::OutCoordSystem(geo::CoordSystem::localAt(mean));
+    if (center) {
+        systems.output = geo::OutCoordSystem(geo::CoordSystem::localAt(*center));
     }
     return systems;
+}
+
+geo::ProjectCoordinateSystems coordinateSystemsOf(const Flight& flight) {
+    return coordinateSystemsAt(centerOf(flight));
 }
 
 CameraExternals externalsOf(const InputImage& image, const geo::ProjectCoordinateSystems& systems) {

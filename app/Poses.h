@@ -8,11 +8,18 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 
 /// Where the images of a flight were taken, and how the camera stood, as the metadata say.
 namespace tessik::app {
 
-/// Local axes at the middle of the flight; not convertible to WGS 84 when no image has a position.
+/// The middle of the flight; none when no image has a position.
+std::optional<GeoPosition> centerOf(const Flight& flight);
+
+/// Local axes at a place; without one, not convertible to WGS 84.
+geo::ProjectCoordinateSystems coordinateSystemsAt(const std::optional<GeoPosition>& center);
+
+/// Local axes at the middle of the flight.
 geo::ProjectCoordinateSystems coordinateSystemsOf(const Flight& flight);
 
 /// The pose of an image: position from the receiver, rotation from the camera's yaw, pitch and roll

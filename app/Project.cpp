@@ -1,6 +1,7 @@
 #include "Project.h"
 
 #include "Console.h"
+#include "CorrectionWords.h"
 #include "Poses.h"
 #include "platform/exif/Predicates.h"
 #include "radiometry/Config.h"
@@ -26,7 +27,51 @@ std::string stateOf(const fs::path& file) {
            std::to_string(fs::last_write_time(file, ignored).time_since_epoch().count());
 }
 
-void loadSequoiaModels(const Flight& flight, const fs::path& folder, Project& project) {
+void decideLight(const Flight& flight, const ProjectOptions& options, Project& project) {
+    try {
+        project.sunlight =
+            decideSunlight(flight, project.settings, project.coordinateSystems, options.sunlight);
+    } catch (const radiometry::error& failure) {
+        project.sunlightFailure = failure.what();
+    }
+}
+
+std::string exactText(double number) {
+    return " " + QString::number(number, 'g', 17).toStdString();
+}
+
+} // namespace
+
+std::string Project::fingerprint(std::uint64_t cameraId) const {
+    const CorrectionType type = settings.at(cameraId).correctionType;
+    std::string text = wordOf(type) + modelFiles;
+    if (doSunAngleCorrection(type)) {
+        for (const auto& [band, fraction] : sunlight.fractions) {
+            text += exactText(fraction);
+        }
+        for (const float angle : sensorMount.value_or(Eigen::Vector3f::Zero())) {
+            text += exactText(static_cast<double>(angle));
+        }
+    }
+    if (const auto found = sensitivities.find(cameraId); found != sensitivities.end()) {
+        text += " sensitivity";
+        for (const double value : found->second) {
+            text += exactText(value);
+        }
+    }
+    return text;
+}
+
+void mountSensor(const std::optional<Eigen::Vector3f>& mount, InputImage& image) {
+    if (mount && exif::hasSunIrradiance(image.exif) && !image.exif.sunSensorRelativeOrientation) {
+        image.exif.sunSensorRelativeOrientation = mount;
+    }
+}
+
+void loadSequoiaModels(const CamerasData& cameras,
+                       const std::vector<InputImage>& images,
+                       const fs::path& folder,
+                       Project& project) {
     radiometry::sequoia::CalibrationFiles files;
     std::error_code failure;
     for (const auto& entry : fs::directory_iterator(folder, failure)) {
@@ -34,58 +79,32 @@ void loadSequoiaModels(const Flight& flight, const fs::path& folder, Project& pr
             files[QString::fromStdString(entry.path().stem().string())] =
                 QString::fromStdString(entry.path().string());
         }
-        project.fingerprint += " " + stateOf(entry.path());
+        project.modelFiles += " " + stateOf(entry.path());
     }
     if (failure) {
         throw std::runtime_error(folder.string() + ": " + failure.message());
     }
     project.sequoiaModels =
-        radiometry::sequoia::loadFactoryCalibrationByCamera(files, flight.cameras, flight.images);
+        radiometry::sequoia::loadFactoryCalibrationByCamera(files, cameras, images);
     if (project.sequoiaModels.empty()) {
         sayWarning(folder.string(), "no model file of this flight's cameras");
     }
 }
 
-void decideLight(const Flight& flight, const ProjectOptions& options, Project& project) {
-    project.coordinateSystems = coordinateSystemsOf(flight);
-    try {
-        project.sunlight =
-            decideSunlight(flight, project.settings, project.coordinateSystems, options.sunlight);
-    } catch (const radiometry::error& failure) {
-        project.sunlightFailure = failure.what();
-    }
-    for (const auto& [band, fraction] : project.sunlight) {
-        project.fingerprint += " " + QString::number(fraction, 'g', 17).toStdString();
-    }
-    if (options.sensorMount) {
-        for (const float angle : *options.sensorMount) {
-            project.fingerprint += " " + std::to_string(angle);
-        }
-    }
-}
-
-} // namespace
-
-void mountSensor(const std::optional<Eigen::Vector3f>& mount, Flight& flight) {
-    if (!mount) {
-        return;
-    }
-    for (InputImage& image : flight.images) {
-        if (exif::hasSunIrradiance(image.exif) && !image.exif.sunSensorRelativeOrientation) {
-            image.exif.sunSensorRelativeOrientation = mount;
-        }
-    }
-}
-
 Project makeProject(Flight& flight, const ProjectOptions& options) {
-    mountSensor(options.sensorMount, flight);
+    for (InputImage& image : flight.images) {
+        mountSensor(options.sensorMount, image);
+    }
     Project project;
     project.isTypeChosen = options.type.has_value();
+    project.sensorMount = options.sensorMount;
+    project.center = centerOf(flight);
+    project.coordinateSystems = coordinateSystemsAt(project.center);
     for (const auto& [id, camera] : flight.cameras) {
         project.settings[id] = {typeFor(flight, id, options)};
     }
     if (!options.sequoiaCalibration.empty()) {
-        loadSequoiaModels(flight, options.sequoiaCalibration, project);
+        loadSequoiaModels(flight.cameras, flight.images, options.sequoiaCalibration, project);
     }
     const bool needsSunAngle =
         std::any_of(project.settings.begin(), project.settings.end(), [](const auto& entry) {

@@ -33,15 +33,26 @@ struct Project {
     /// Factory models by camera identifier.
     std::unordered_map<std::uint64_t, radiometry::sequoia::ModelParameter> sequoiaModels;
     geo::ProjectCoordinateSystems coordinateSystems{};
+    /// Middle of the flight; none when no image has a position.
+    std::optional<GeoPosition> center;
     /// Fraction of direct sunlight, for the cameras that are corrected for the sun angle.
-    FractionByBand sunlight;
+    Sunlight sunlight;
     /// Why that fraction is not known; empty = it is, or is not needed.
     std::string sunlightFailure;
     /// True where the user named the type.
     bool isTypeChosen = false;
-    /// Text that changes when a decision does that changes pixels, but for the type.
-    std::string fingerprint;
+    std::optional<Eigen::Vector3f> sensorMount; ///< as in ProjectOptions
+    /// Sensitivity of each band, by camera identifier; no entry = none.
+    std::unordered_map<std::uint64_t, std::vector<double>> sensitivities;
+    /// Names, sizes and times of the model files in use.
+    std::string modelFiles;
 
+    /// Text that changes when a decision does that changes the pixels of a camera's images.
+    [[nodiscard]] std::string fingerprint(std::uint64_t cameraId) const;
+    [[nodiscard]] std::vector<double> sensitivityOf(const InputImage& image) const {
+        const auto found = sensitivities.find(image.cameraId);
+        return found == sensitivities.end() ? std::vector<double>() : found->second;
+    }
     [[nodiscard]] radiometry::CorrectionType typeOf(const InputImage& image) const {
         return settings.at(image.cameraId).correctionType;
     }
@@ -54,7 +65,15 @@ struct Project {
 };
 
 /// States the sensor's orientation where there is a reading and the metadata do not state it.
-void mountSensor(const std::optional<Eigen::Vector3f>& mount, Flight& flight);
+void mountSensor(const std::optional<Eigen::Vector3f>& mount, InputImage& image);
+
+/// Loads the models of the cameras' own bodies. Warnings are said.
+/// @param images at least one of each camera
+/// @throws std::runtime_error when the folder cannot be read
+void loadSequoiaModels(const CamerasData& cameras,
+                       const std::vector<InputImage>& images,
+                       const std::filesystem::path& folder,
+                       Project& project);
 
 /// Decides. Warnings are said. @throws std::runtime_error when a folder of models cannot be read
 Project makeProject(Flight& flight, const ProjectOptions& options);

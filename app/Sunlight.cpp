@@ -33,11 +33,13 @@ bool isSound(const SunlightFractionFitResult& fit) {
            fit.fraction < 1.0;
 }
 
-FractionByBand fitted(const Flight& flight,
-                      const SettingsByCamera& settings,
-                      const geo::ProjectCoordinateSystems& systems,
-                      bool onlySound) {
-    FractionByBand fractions;
+/// Empty where a fit is not sound and only sound ones are wanted.
+Sunlight fitted(const Flight& flight,
+                const SettingsByCamera& settings,
+                const geo::ProjectCoordinateSystems& systems,
+                bool onlySound) {
+    Sunlight sunlight;
+    sunlight.model = "fit";
     for (const auto& [band, fit] :
          radiometry::computeDirectSunlightFraction(flight.images,
                                                    flight.cameras,
@@ -50,9 +52,12 @@ FractionByBand fitted(const Flight& flight,
         if (onlySound && !isSound(fit)) {
             return {};
         }
-        fractions[band] = fit.fraction;
+        sunlight.fractions[band] = fit.fraction;
+        if (const std::optional<double> error = standardError(fit)) {
+            sunlight.standardErrors[band] = *error;
+        }
     }
-    return fractions;
+    return sunlight;
 }
 
 /// The sun-angle type that a camera's metadata allow, for a fit that needs one.
@@ -122,6 +127,20 @@ std::optional<SunlightChoice> SunlightChoice::fromText(const std::string& text) 
     return std::nullopt;
 }
 
+std::string SunlightChoice::text() const {
+    switch (model) {
+    case Model::Auto:
+        return "auto";
+    case Model::Fit:
+        return "fit";
+    case Model::Physical:
+        return "physical";
+    case Model::Number:
+        break;
+    }
+    return QString::number(number, 'g', 17).toStdString();
+}
+
 std::optional<double> standardError(const SunlightFractionFitResult& fit) {
     if (!fit.fractionVariance || !fit.residualVariance) {
         return std::nullopt;
@@ -129,22 +148,23 @@ std::optional<double> standardError(const SunlightFractionFitResult& fit) {
     return std::sqrt(*fit.fractionVariance * *fit.residualVariance);
 }
 
-FractionByBand decideSunlight(const Flight& flight,
-                              const SettingsByCamera& settings,
-                              const geo::ProjectCoordinateSystems& systems,
-                              const SunlightChoice& choice) {
+Sunlight decideSunlight(const Flight& flight,
+                        const SettingsByCamera& settings,
+                        const geo::ProjectCoordinateSystems& systems,
+                        const SunlightChoice& choice) {
     using Model = SunlightChoice::Model;
     if (choice.model == Model::Number) {
-        FractionByBand fractions;
+        Sunlight sunlight;
+        sunlight.model = "given";
         for (const auto& [band, cameras] : radiometry::groupByBand(flight.cameras, settings)) {
-            fractions[band] = choice.number;
+            sunlight.fractions[band] = choice.number;
         }
-        return fractions;
+        return sunlight;
     }
     if (choice.model != Model::Physical) {
-        FractionByBand fractions = fitted(flight, settings, systems, choice.model == Model::Auto);
-        if (!fractions.empty()) {
-            return fractions;
+        Sunlight sunlight = fitted(flight, settings, systems, choice.model == Model::Auto);
+        if (!sunlight.fractions.empty()) {
+            return sunlight;
         }
         if (choice.model == Model::Fit) {
             throw radiometry::error("the fraction of direct sunlight cannot be fitted");
@@ -153,24 +173,19 @@ FractionByBand decideSunlight(const Flight& flight,
                    "the readings do not determine the fraction of direct sunlight; the "
                    "clear-sky model is used");
     }
-    return radiometry::computeDirectSunlightFractionPhysicalModel(
-        flight.images, flight.cameras, settings, systems.output, systems.site);
+    return {radiometry::computeDirectSunlightFractionPhysicalModel(
+                flight.images, flight.cameras, settings, systems.output, systems.site),
+            {},
+            "physical"};
 }
 
 int sunlight(const SunlightOptions& options) {
     const InputList inputs = expandInputs(options.inputs);
-    bool hasFailed = !inputs.failures.empty();
-    for (const auto& [path, reason] : inputs.failures) {
-        sayFailure(path, reason);
-    }
     Flight flight = readFlight(inputs.images, options.metadata, options.jobs);
-    for (std::size_t i = 0; i < flight.images.size(); ++i) {
-        if (!flight.images[i].enabled) {
-            sayFailure(flight.images[i].path.toStdString(), flight.failures[i]);
-            hasFailed = true;
-        }
+    const bool hasFailed = sayFailures(inputs, flight) > 0;
+    for (InputImage& image : flight.images) {
+        mountSensor(options.sensorMount, image);
     }
-    mountSensor(options.sensorMount, flight);
     SettingsByCamera settings;
     for (const auto& [id, camera] : flight.cameras) {
         settings[id] = {options.type.value_or(sunAngleType(flight, id))};
@@ -179,7 +194,8 @@ int sunlight(const SunlightOptions& options) {
     Json bands = Json::array();
     if (options.isPhysical) {
         for (const auto& [band, fraction] :
-             decideSunlight(flight, settings, systems, {SunlightChoice::Model::Physical, 0.0})) {
+             decideSunlight(flight, settings, systems, {SunlightChoice::Model::Physical, 0.0})
+                 .fractions) {
             bands.push_back(describe(band, fraction));
         }
     } else {

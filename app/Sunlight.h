@@ -21,6 +21,9 @@ struct SunlightChoice {
     Model model = Model::Auto;
     double number = 0.0; ///< 0..1, for Number
 
+    /// The reverse of fromText.
+    [[nodiscard]] std::string text() const;
+
     /// "auto", "fit", "physical" or a number 0..1; none for anything else.
     static std::optional<SunlightChoice> fromText(const std::string& text);
 };
@@ -28,14 +31,21 @@ struct SunlightChoice {
 using SettingsByCamera = std::unordered_map<std::size_t, radiometry::Settings>;
 using FractionByBand = std::map<BandInfo, double>;
 
+/// The fraction of direct sunlight over a flight, and how it came about.
+struct Sunlight {
+    FractionByBand fractions;
+    FractionByBand standardErrors; ///< of the bands where it is known
+    std::string model;             ///< "fit", "physical" or "given"
+};
+
 /// The fraction of every band of the cameras that are corrected for the sun angle. `Auto` takes the
 /// fit where it is sound (converged, inside 0..1, standard error at most 0.05), else the clear-sky
 /// model, with a warning.
 /// @throws radiometry::error when it cannot be told
-FractionByBand decideSunlight(const Flight& flight,
-                              const SettingsByCamera& settings,
-                              const geo::ProjectCoordinateSystems& systems,
-                              const SunlightChoice& choice);
+Sunlight decideSunlight(const Flight& flight,
+                        const SettingsByCamera& settings,
+                        const geo::ProjectCoordinateSystems& systems,
+                        const SunlightChoice& choice);
 
 /// Standard error of a fitted fraction, scaled by the residual variance; none = not determined.
 std::optional<double> standardError(const radiometry::SunlightFractionFitResult& fit);

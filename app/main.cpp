@@ -69,46 +69,101 @@ Action addInspect(CLI::App& cli) {
     return [options] { return app::inspect(*options); };
 }
 
-Action addCorrect(CLI::App& cli) {
-    auto options = std::make_shared<app::CorrectOptions>();
-    options->jobs = defaultJobs();
-    CLI::App& command = *cli.add_subcommand("correct", "Correct images into a folder");
-    addInputs(command, options->inputs);
-    command.add_option("-o,--output", options->outputFolder, "Folder to write to, made if need be")
-        ->required();
+/// What decides how a flight is corrected.
+void addPlanning(CLI::App& command, app::PlanOptions& options) {
+    command.add_option("INPUT", options.inputs, kInputHelp);
     command
         .add_option_function<std::string>(
             "--type",
-            [options](const std::string& word) { options->project.type = app::typeOf(word); },
+            [&options](const std::string& word) { options.project.type = app::typeOf(word); },
             "How far to correct; auto (the default) = as far as the metadata allow")
         ->check(CLI::IsMember(
             {"auto", "none", "camera", "irradiance", "sun-angle", "sun-angle-absolute"}));
     command.add_option_function<std::string>(
         "--sunlight",
-        [options](const std::string& text) {
+        [&options](const std::string& text) {
             const auto choice = app::SunlightChoice::fromText(text);
             if (!choice) {
                 throw CLI::ValidationError("--sunlight",
                                            "neither auto, fit, physical nor 0..1: " + text);
             }
-            options->project.sunlight = *choice;
+            options.project.sunlight = *choice;
         },
         "Fraction of direct sunlight: auto (the default), fit, physical or a number 0..1");
-    addSensorMount(command, options->project.sensorMount);
+    addSensorMount(command, options.project.sensorMount);
     command
         .add_option("--sequoia-calibration",
-                    options->project.sequoiaCalibration,
+                    options.project.sequoiaCalibration,
                     "Folder of Parrot Sequoia model files, named by serial number")
         ->check(CLI::ExistingDirectory);
-    addJobs(command, options->jobs);
+    command.add_option("--targets,--sensitivity",
+                       options.targets,
+                       "auto (the default) = look for reflectance targets, else take the maker's "
+                       "constant; none; or a file that calibrate wrote");
+    addJobs(command, options.jobs);
+    addUtcOffset(command, options.metadata);
+}
+
+Action addPlan(CLI::App& cli) {
+    struct Options {
+        app::PlanOptions plan;
+        std::filesystem::path file = "plan.json";
+    };
+    auto options = std::make_shared<Options>();
+    options->plan.jobs = defaultJobs();
+    CLI::App& command =
+        *cli.add_subcommand("plan", "Decide how a flight is corrected, and write it down");
+    addPlanning(command, options->plan);
+    command.get_option("INPUT")->required();
+    command.add_option("-o,--output", options->file, "File to write")->capture_default_str();
+    return [options] { return app::plan(options->plan, options->file); };
+}
+
+Action addCorrect(CLI::App& cli) {
+    auto options = std::make_shared<app::CorrectOptions>();
+    options->plan.jobs = defaultJobs();
+    CLI::App& command = *cli.add_subcommand("correct", "Correct images into a folder");
+    addPlanning(command, options->plan);
+    command.add_option("-o,--output", options->outputFolder, "Folder to write to, made if need be")
+        ->required();
+    CLI::Option* plan =
+        command.add_option("--plan", options->planFile, "Follow a plan that was made before")
+            ->check(CLI::ExistingFile);
+    for (const char* decided : {"INPUT",
+                                "--type",
+                                "--sunlight",
+                                "--sensor-mount",
+                                "--sequoia-calibration",
+                                "--targets",
+                                "--utc-offset"}) {
+        plan->excludes(command.get_option(decided));
+    }
+    command
+        .add_option_function<std::string>(
+            "--part",
+            [options](const std::string& text) {
+                const auto part = app::Part::fromText(text);
+                if (!part) {
+                    throw CLI::ValidationError("--part", "not K/N with K from 1 to N: " + text);
+                }
+                options->part = *part;
+            },
+            "K/N: correct the K-th of N disjoint parts of a plan")
+        ->needs(plan);
     command.add_flag("--overwrite", options->overwrite, "Make outputs anew that are there");
     command
         .add_option("--co",
                     options->creationOptions,
                     "GeoTIFF creation option NAME=VALUE (COMPRESS, PREDICTOR, TILED, BIGTIFF)")
         ->allow_extra_args(false);
-    addUtcOffset(command, options->metadata);
-    return [options] { return app::correct(*options); };
+    return [options] {
+        if (options->planFile.empty() && options->plan.inputs.empty()) {
+            throw std::runtime_error("correct: no INPUT and no --plan");
+        }
+        options->plan.excluded = options->outputFolder;
+        options->plan.pictures = options->outputFolder / "targets";
+        return app::correct(*options);
+    };
 }
 
 Action addSun(CLI::App& cli) {
@@ -188,6 +243,7 @@ int run(int argc, char** argv) {
     cli.add_flag("-v,--verbose", isVerbose, "Show the informational log as well");
     cli.add_flag("-q,--quiet", isQuiet, "Show errors alone");
     const std::map<std::string, Action> actions = {{"inspect", addInspect(cli)},
+                                                   {"plan", addPlan(cli)},
                                                    {"correct", addCorrect(cli)},
                                                    {"sun", addSun(cli)},
                                                    {"sunlight", addSunlight(cli)},

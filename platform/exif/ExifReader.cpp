@@ -32,6 +32,7 @@ ImageMetadata interpret(const TagFile& file, const ReadOptions& options) {
     });
     ImageMetadata metadata;
     metadata.warnings = file.warnings;
+    metadata.raw = file.raw;
     readCommon(file, metadata);
     readCaptureTime(
         file.tags, dialect == known.end() ? Clock::Local : dialect->clock, options, metadata);

@@ -7,6 +7,7 @@
 #include "platform/export.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -24,6 +25,8 @@ struct ImageMetadata {
     /// flight has one clock: images of one flight whose estimates differ lie astride a border of
     /// the estimate, not of a time zone.
     std::optional<double> estimatedUtcOffsetHours;
+    /// To be copied into what is made from the image; null = none.
+    std::shared_ptr<const RawMetadata> raw;
 };
 
 /// What the user knows and the files do not say.

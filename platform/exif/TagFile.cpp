@@ -15,6 +15,13 @@
 #include <string_view>
 
 namespace tessik::exif {
+
+struct RawMetadata {
+    Exiv2::ExifData exif;
+    Exiv2::XmpData xmp;
+    std::string xmpPacket;
+};
+
 namespace {
 
 /// Longer values (maker notes, opcodes, previews) hold nothing that is asked for.
@@ -266,9 +273,9 @@ std::map<std::string, std::string> declaredNamespaces(const std::string& packet)
 
 /// The packet is put together here: the toolkit would name prefixes by the order in which the
 /// process met them, and equal images must give equal files.
-std::string describingPacket(const Exiv2::Image& source, const std::vector<NewTag>& newTags) {
+std::string describingPacket(const RawMetadata& source, const std::vector<NewTag>& newTags) {
     const std::map<std::string, std::string> declared =
-        declaredNamespaces(source.xmpData().xmpPacket());
+        declaredNamespaces(source.xmpPacket);
     std::map<std::string, std::string> namespaces; // of the prefixes in use
     std::string properties;
     const auto add =
@@ -286,7 +293,7 @@ std::string describingPacket(const Exiv2::Image& source, const std::vector<NewTa
             }
             properties += "</" + tag + ">\n";
         };
-    for (const Exiv2::Xmpdatum& datum : source.xmpData()) {
+    for (const Exiv2::Xmpdatum& datum : source.xmp) {
         const std::string prefix = plainPrefix(datum.groupName());
         const auto uri = declared.find(prefix);
         if (uri != declared.end() && describesTheCapture(datum)) {
@@ -328,6 +335,11 @@ TagFile readTags(const std::string& path) {
         file.pixelWidth = static_cast<std::uint64_t>(std::max(0, image->pixelWidth()));
         file.pixelHeight = static_cast<std::uint64_t>(std::max(0, image->pixelHeight()));
         file.isJpeg = image->mimeType() == "image/jpeg";
+        auto raw = std::make_shared<RawMetadata>();
+        raw->xmpPacket = image->xmpData().xmpPacket();
+        raw->exif = std::move(image->exifData());
+        raw->xmp = std::move(image->xmpData());
+        file.raw = std::move(raw);
     } catch (const Exiv2::AnyError& failure) {
         throw Error(std::string("the metadata cannot be read: ") + failure.what());
     }
@@ -352,26 +364,24 @@ void writeTags(const std::string& path, const std::vector<NewTag>& tags) {
     }
 }
 
-void copyDescription(const std::string& sourcePath,
+void copyDescription(const RawMetadata& source,
                      const std::string& targetPath,
                      const std::vector<NewTag>& newTags) {
     initialiseOnce();
     std::vector<std::string> warnings;
     const WarningScope scope(warnings);
     try {
-        const std::unique_ptr<Exiv2::Image> source = openImage(sourcePath);
         const std::unique_ptr<Exiv2::Image> target = openImage(targetPath);
         {
             const std::lock_guard lock(exiv2Mutex());
-            source->readMetadata();
             target->readMetadata();
         }
-        for (const Exiv2::Exifdatum& datum : source->exifData()) {
+        for (const Exiv2::Exifdatum& datum : source.exif) {
             if (describesTheCapture(datum)) {
                 target->exifData().add(datum);
             }
         }
-        target->setXmpPacket(describingPacket(*source, newTags));
+        target->setXmpPacket(describingPacket(source, newTags));
         target->writeXmpFromPacket(true);
         target->writeMetadata();
     } catch (const Exiv2::AnyError& failure) {

@@ -4,6 +4,7 @@
 #include "platform/export.h"
 
 #include <cstdint>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -16,9 +17,13 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// Metadata as they stand in a file, kept to be copied.
+struct RawMetadata;
+
 /// What a file's metadata blocks hold.
 struct TagFile {
     Tags tags;
+    std::shared_ptr<const RawMetadata> raw;
     std::uint64_t pixelWidth = 0;  ///< px; 0 = the file does not say
     std::uint64_t pixelHeight = 0; ///< px
     bool isJpeg = false;
@@ -45,13 +50,14 @@ struct NewTag {
 ///         written.
 TESSIK_PLATFORM_EXPORT void writeTags(const std::string& path, const std::vector<NewTag>& tags);
 
-/// Gives a corrected image the metadata of its source: what says where, when, with which camera and
+/// Gives a corrected image the metadata of the image that it was made from: what says where, when, with which camera and
 /// which geometry it was taken is copied; what describes the raw pixels (dark level, vignetting,
 /// sensitivity, gains, irradiance readings, bad pixels, tone curve, colour matrix) is not. The new
 /// tags go into our own name space (keys "Xmp.Tessik.Name"), and Camera:IsNormalized is set. The
-/// result depends on the two files and the new tags alone. Thread safe.
-/// @throws Error when a file cannot be read or written
-TESSIK_PLATFORM_EXPORT void copyDescription(const std::string& sourcePath,
+/// result depends on source, target and new tags alone. Cheapest on a file that has no pixels yet:
+/// the file is written anew. Thread safe.
+/// @throws Error when the target cannot be read or written
+TESSIK_PLATFORM_EXPORT void copyDescription(const RawMetadata& source,
                                             const std::string& targetPath,
                                             const std::vector<NewTag>& newTags);
 

@@ -1,11 +1,14 @@
 #include "platform/image/Raster.h"
 
+#include "platform/image/TiffBlocks.h"
+
 #include <cpl_conv.h>
 #include <cpl_error.h>
 #include <cpl_string.h>
 #include <cpl_vsi.h>
 #include <gdal.h>
 
+#include <algorithm>
 #include <array>
 #include <limits>
 #include <mutex>
@@ -122,10 +125,7 @@ void checkDeclaredSize(const std::string& path,
     }
 }
 
-void writeRaster(const std::string& path,
-                 const BandImage& bands,
-                 const WriteOptions& options,
-                 GDALDataType type) {
+void checkBands(const BandImage& bands) {
     if (bands.empty() || bands.front().size() == 0) {
         throw Error("nothing to write: no pixels");
     }
@@ -140,24 +140,40 @@ void writeRaster(const std::string& path,
             throw Error("bands differ in size");
         }
     }
-    const GdalScope gdal;
-    ErrorScope errors;
-    char** creation = nullptr;
+}
+
+/// The user's options; strips of a size that a disk likes, where they do not say.
+CPLStringList creationOptions(const WriteOptions& options, std::size_t rowBytes) {
+    constexpr std::size_t kStripBytes = std::size_t{1} << 18;
+    CPLStringList list;
     for (const std::string& option : options.creationOptions) {
-        creation = CSLAddString(creation, option.c_str());
+        list.AddString(option.c_str());
     }
+    if (list.FetchNameValue("TILED") == nullptr && list.FetchNameValue("BLOCKYSIZE") == nullptr) {
+        list.SetNameValue("BLOCKYSIZE",
+                          std::to_string(std::max<std::size_t>(1, kStripBytes / rowBytes)).c_str());
+    }
+    if (options.describe) {
+        list.SetNameValue("SPARSE_OK", "TRUE"); // no pixels before they are known
+    }
+    return list;
+}
+
+DatasetPointer createDataset(const std::string& path,
+                             const BandImage& bands,
+                             const WriteOptions& options,
+                             GDALDataType type) {
+    const auto cols = static_cast<int>(bands.front().cols());
+    const auto rowBytes = static_cast<std::size_t>(cols) *
+                          static_cast<std::size_t>(GDALGetDataTypeSizeBytes(type)) * bands.size();
     DatasetPointer dataset(GDALCreate(GDALGetDriverByName("GTiff"),
                                       path.c_str(),
-                                      static_cast<int>(cols),
-                                      static_cast<int>(rows),
+                                      cols,
+                                      static_cast<int>(bands.front().rows()),
                                       static_cast<int>(bands.size()),
                                       type,
-                                      creation));
-    CSLDestroy(creation);
-    if (!dataset) {
-        throw Error(errors.reason(path, "cannot be created"));
-    }
-    for (std::size_t b = 0; b < bands.size() && !errors.failed(); ++b) {
+                                      creationOptions(options, rowBytes).List()));
+    for (std::size_t b = 0; b < bands.size() && dataset; ++b) {
         GDALRasterBandH band = GDALGetRasterBand(dataset.get(), static_cast<int>(b) + 1);
         if (options.noData) {
             GDALSetRasterNoDataValue(band, *options.noData);
@@ -170,27 +186,64 @@ void writeRaster(const std::string& path,
                 GDALSetMetadataItem(band, key.c_str(), value.c_str(), nullptr);
             }
         }
+    }
+    return dataset;
+}
+
+void writePixels(const DatasetPointer& dataset, const BandImage& bands) {
+    for (std::size_t b = 0; b < bands.size(); ++b) {
+        const auto cols = static_cast<int>(bands[b].cols());
+        const auto rows = static_cast<int>(bands[b].rows());
         // GDAL's write interface takes a mutable buffer that it only reads.
         auto* pixels = const_cast<float*>(bands[b].data());
-        if (GDALRasterIO(band,
+        if (GDALRasterIO(GDALGetRasterBand(dataset.get(), static_cast<int>(b) + 1),
                          GF_Write,
                          0,
                          0,
-                         static_cast<int>(cols),
-                         static_cast<int>(rows),
+                         cols,
+                         rows,
                          pixels,
-                         static_cast<int>(cols),
-                         static_cast<int>(rows),
+                         cols,
+                         rows,
                          GDT_Float32,
                          0,
                          0) != CE_None) {
-            break;
+            return; // the error scope knows
         }
     }
-    dataset.reset(); // a full disk may show only when the last blocks are flushed
-    if (errors.failed()) {
+}
+
+void writeRaster(const std::string& path,
+                 const BandImage& bands,
+                 const WriteOptions& options,
+                 GDALDataType type) {
+    checkBands(bands);
+    const GdalScope gdal;
+    const ErrorScope errors;
+    DatasetPointer dataset = createDataset(path, bands, options, type);
+    if (!dataset) {
+        throw Error(errors.reason(path, "cannot be created"));
+    }
+    try {
+        if (options.describe && !errors.failed()) {
+            dataset.reset();
+            options.describe(path);
+            clearBlockOffsets(path);
+            constexpr std::array<const char*, 2> kDrivers = {"GTiff", nullptr};
+            dataset.reset(GDALOpenEx(
+                path.c_str(), GDAL_OF_RASTER | GDAL_OF_UPDATE, kDrivers.data(), nullptr, nullptr));
+        }
+        if (dataset && !errors.failed()) {
+            writePixels(dataset, bands);
+        }
+        dataset.reset(); // a full disk may show only when the last blocks are flushed
+        if (errors.failed()) {
+            throw Error(errors.reason(path, "cannot be written"));
+        }
+    } catch (...) {
+        dataset.reset();
         VSIUnlink(path.c_str());
-        throw Error(errors.reason(path, "cannot be written"));
+        throw;
     }
 }
 

@@ -5,6 +5,7 @@
 #include "platform/image/DataType.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -63,6 +64,9 @@ struct WriteOptions {
     std::vector<std::vector<std::pair<std::string, std::string>>> bandItems;
     /// GeoTIFF creation options, each "NAME=VALUE".
     std::vector<std::string> creationOptions;
+    /// Called with the path when the file has its directory and no pixels yet, to add metadata
+    /// while the file is small; empty = nothing to add. What it throws ends the writing.
+    std::function<void(const std::string& path)> describe;
 };
 
 /// Writes the bands as a float32 TIFF. On failure the file is removed.
