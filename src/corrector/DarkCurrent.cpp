@@ -1,6 +1,7 @@
 #include "radiometry/corrector/DarkCurrent.h"
 
 #include "Kernels.h"
+#include "RunningMean.h"
 #include "platform/log/Log.h"
 #include "radiometry/Consistency.h"
 
@@ -24,20 +25,6 @@ bool subtract(BandMatrix& band, const Dark& dark) {
         }
     }
     return isNegative != 0;
-}
-
-/// Running mean in storage order; NaN for an empty block.
-template <typename Block>
-float runningMean(const Block& dark) {
-    float mean = dark.size() == 0 ? std::numeric_limits<float>::quiet_NaN() : 0.0F;
-    float count = 0.0F;
-    for (Eigen::Index r = 0; r < dark.rows(); ++r) {
-        for (Eigen::Index c = 0; c < dark.cols(); ++c) {
-            count += 1.0F;
-            mean += (dark(r, c) - mean) / count;
-        }
-    }
-    return mean;
 }
 
 } // namespace
@@ -66,7 +53,9 @@ void DarkCurrent::apply(BandImage& bands, const Eigen::Vector2i& blockOffset) co
         const std::optional<float> level = m_data->model->constantLevels()[b];
         isLastNegative =
             level ? subtract(bands[b], constant(bands[b], *level)) : subtract(bands[b], dark);
-        TESSIK_LOG(logging::kInfo) << "Dark current correction: " << runningMean(dark);
+        TESSIK_LOG(logging::kInfo)
+            << "Dark current correction: "
+            << (dark.size() == maps[b].size() ? m_data->model->runningMean(b) : runningMean(dark));
     }
     if (isLastNegative) {
         TESSIK_LOG(logging::kWarning)

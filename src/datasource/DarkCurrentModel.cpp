@@ -1,5 +1,6 @@
 #include "radiometry/DarkCurrentModel.h"
 
+#include "RunningMean.h"
 #include "platform/log/Log.h"
 #include "radiometry/corrector/ICorrector.h"
 #include "radiometry/datasource/DataSources.h"
@@ -29,6 +30,16 @@ DarkCurrentModel::DarkCurrentModel(const IDarkCurrentModel& model) : m_map(model
         m_constantLevels.push_back(constantLevel(map));
     }
     TESSIK_LOG(logging::kInfo) << "Dark current: " << model;
+}
+
+float DarkCurrentModel::runningMean(std::size_t band) const {
+    std::call_once(m_meansAreKnown, [this] {
+        for (std::size_t b = 0; b < m_map.size(); ++b) {
+            const std::optional<float> level = m_constantLevels[b];
+            m_means.push_back(level ? *level : radiometry::runningMean(m_map[b]));
+        }
+    });
+    return m_means[band];
 }
 
 void DarkCurrentModel::accept(corrector::ICorrector& corrector) const {

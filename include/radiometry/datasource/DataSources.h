@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <unordered_map>
 #include <utility>
@@ -150,10 +151,15 @@ public:
     [[nodiscard]] const std::vector<std::optional<float>>& constantLevels() const {
         return m_constantLevels;
     }
+    /// Mean of a band's map in storage order, m + (d - m) / n in float; NaN for an empty map.
+    /// Computed when it is first asked for. Thread safe.
+    [[nodiscard]] float runningMean(std::size_t band) const;
 
 private:
     std::vector<BandMatrix> m_map;
     std::vector<std::optional<float>> m_constantLevels;
+    mutable std::once_flag m_meansAreKnown;
+    mutable std::vector<float> m_means;
 };
 
 /// One over the relative brightness of every pixel, height x width, computed once from a model.
