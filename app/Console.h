@@ -9,8 +9,8 @@ namespace tessik::app {
 /// Exit status of the command.
 enum ExitStatus : int {
     AllDone = 0,
-    NothingDone = 1, ///< usage, unreadable plan, output folder not writable
-    SomeFailed = 2,  ///< the other images are done
+    NothingDone = 1,   ///< usage, unreadable plan, output folder not writable
+    SomeFailed = 2,    ///< the other images are done
     Interrupted = 130, ///< by Ctrl-C, as shells have it
 };
 

@@ -8,10 +8,9 @@
 #include "Records.h"
 #include "platform/image/Raster.h"
 
+#include <malloc.h>
 #include <tbb/parallel_for.h>
 #include <tbb/task_arena.h>
-
-#include <malloc.h>
 
 #include <algorithm>
 #include <atomic>
@@ -95,16 +94,33 @@ void sayAndRecordFailure(const PlannedImage& task, const std::string& reason, Ru
     }
 }
 
-void correctAll(Run& run, std::size_t first, std::size_t last) {
+/// Camera by camera, so that the maps of few cameras are in memory at a time.
+std::vector<const PlannedImage*> orderOfWork(const Plan& plan, const Part& part) {
+    const auto count = static_cast<std::size_t>(part.count);
+    const auto index = static_cast<std::size_t>(part.index);
+    std::vector<const PlannedImage*> order;
+    for (std::size_t i = plan.images.size() * (index - 1) / count;
+         i < plan.images.size() * index / count;
+         ++i) {
+        order.push_back(&plan.images[i]);
+    }
+    std::stable_sort(order.begin(), order.end(), [](const auto* a, const auto* b) {
+        return a->cameraId < b->cameraId;
+    });
+    return order;
+}
+
+void correctAll(const std::vector<const PlannedImage*>& images, Run& run) {
     const Interruptible interruptible;
-    Progress progress(last - first);
+    Progress progress(images.size());
+    std::atomic<std::size_t> next{0}; // in order, whichever thread is free
     tbb::task_arena arena(run.options.plan.jobs);
     arena.execute([&] {
-        tbb::parallel_for(first, last, [&](std::size_t i) {
+        tbb::parallel_for(std::size_t{0}, images.size(), [&](std::size_t) {
             if (Interruptible::isAsked()) {
                 return;
             }
-            const PlannedImage& task = run.plan.images[i];
+            const PlannedImage& task = *images[next++];
             try {
                 correctOne(task, run);
             } catch (const std::exception& failure) {
@@ -179,7 +195,7 @@ int correct(const CorrectOptions& options) {
     malloc_trim(0); // the metadata of all images were in memory
     Run run{options,
             plan,
-            ImageCorrector(plan.project),
+            ImageCorrector(plan.project, static_cast<std::size_t>(options.plan.jobs) + 1),
             RecordFile(options.outputFolder / recordFileName(options.part), options.overwrite),
             {}};
     if (options.part.index == 1) {
@@ -188,9 +204,7 @@ int correct(const CorrectOptions& options) {
             ++run.summary.failed;
         }
     }
-    const auto count = static_cast<std::size_t>(options.part.count);
-    const auto index = static_cast<std::size_t>(options.part.index);
-    correctAll(run, plan.images.size() * (index - 1) / count, plan.images.size() * index / count);
+    correctAll(orderOfWork(plan, options.part), run);
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
     const Summary& summary = run.summary;
     std::printf("%lld images done, %lld kept, %lld failed; %lld pixels masked; %.1f images/s\n",

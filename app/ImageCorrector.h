@@ -33,7 +33,7 @@ struct ChainDescription {
 /// How the sun stood at an image, as far as time and place are known. Degrees.
 struct SunGeometry {
     std::optional<double> elevation;
-    std::optional<double> azimuth; ///< from north, clockwise
+    std::optional<double> azimuth;    ///< from north, clockwise
     std::optional<double> sensorTilt; ///< of the irradiance sensor, from level
 };
 
@@ -49,7 +49,9 @@ struct Applied {
 class ImageCorrector {
 public:
     /// @param project must outlive this
-    explicit ImageCorrector(const Project& project) : m_project(project) {}
+    /// @param cameraCount how many cameras are worked on at a time
+    explicit ImageCorrector(const Project& project, std::size_t cameraCount = 1)
+        : m_project(project), m_maps(cameraCount) {}
 
     /// @throws Refusal when correcting this image would give numbers that only look right
     void check(const InputImage& image) const;

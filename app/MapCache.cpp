@@ -1,5 +1,6 @@
 #include "MapCache.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 
@@ -62,12 +63,25 @@ std::string vignettingSignature(const CameraParams& camera,
 
 } // namespace
 
+void MapCache::makeRoomFor(std::uint64_t cameraId) {
+    m_cameras.erase(std::remove(m_cameras.begin(), m_cameras.end(), cameraId), m_cameras.end());
+    if (m_cameras.size() >= m_cameraCount) {
+        for (const auto type :
+             {datasource::Type::DarkCurrentModel, datasource::Type::VignettingModel}) {
+            m_entries.erase({m_cameras.front(), type});
+        }
+        m_cameras.erase(m_cameras.begin());
+    }
+    m_cameras.push_back(cameraId);
+}
+
 datasource::Cache MapCache::mapsFor(const InputImage& image,
                                     const CameraParams& camera,
                                     const radiometry::sequoia::ModelParameter* sequoiaModel) {
     datasource::Cache cache;
     const ExifInfo& exif = image.exif;
     const std::lock_guard lock(m_mutex);
+    makeRoomFor(image.cameraId);
     const auto provide = [&](datasource::Type type, std::string signature, auto&& make) {
         const datasource::CacheKey key{image.cameraId, type};
         const auto [entry, isNew] = m_entries.try_emplace(key);

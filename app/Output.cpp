@@ -34,10 +34,9 @@ image::WriteOptions writeOptions(const InputImage& image,
 std::string fingerprint(const fs::path& input,
                         const std::string& settings,
                         const std::vector<std::string>& creationOptions) {
-    std::string text = std::string(RADIOMETRY_VERSION) + " " +
-                       std::to_string(fs::file_size(input)) + " " +
-                       std::to_string(fs::last_write_time(input).time_since_epoch().count()) + " " +
-                       settings;
+    std::string text =
+        std::string(RADIOMETRY_VERSION) + " " + std::to_string(fs::file_size(input)) + " " +
+        std::to_string(fs::last_write_time(input).time_since_epoch().count()) + " " + settings;
     for (const std::string& option : creationOptions) {
         text += " " + option;
     }

@@ -49,8 +49,8 @@ struct PlannedCamera {
     std::string name;
     std::string make;
     std::string model;
-    std::uint64_t width = 0;  ///< px
-    std::uint64_t height = 0; ///< px
+    std::uint64_t width = 0;            ///< px
+    std::uint64_t height = 0;           ///< px
     std::vector<std::string> bandNames; ///< one a band, or empty
     bands_t bands;
     std::size_t imageCount = 0;

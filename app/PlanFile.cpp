@@ -109,8 +109,7 @@ Json headJson(const Plan& plan) {
             {"center", center},
             {"cameras", cameras},
             {"sunlight", sunlightJson(project.sunlight)},
-            {"sunlight_failure",
-             orNull(!project.sunlightFailure.empty(), project.sunlightFailure)},
+            {"sunlight_failure", orNull(!project.sunlightFailure.empty(), project.sunlightFailure)},
             {"targets", *plan.targets},
             {"failures", failures},
             {"warnings", warnings}};
@@ -153,8 +152,7 @@ PlannedCamera readCamera(const Json& json, Project& project) {
     camera.width = json.at("width").get<std::uint64_t>();
     camera.height = json.at("height").get<std::uint64_t>();
     camera.imageCount = json.at("images").get<std::size_t>();
-    camera.missing =
-        json.at("missing").get<std::map<std::string, std::vector<std::string>>>();
+    camera.missing = json.at("missing").get<std::map<std::string, std::vector<std::string>>>();
     for (const Json& band : json.at("bands")) {
         if (!band.at("name").is_null()) {
             camera.bandNames.push_back(band.at("name").get<std::string>());

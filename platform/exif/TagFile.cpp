@@ -274,8 +274,7 @@ std::map<std::string, std::string> declaredNamespaces(const std::string& packet)
 /// The packet is put together here: the toolkit would name prefixes by the order in which the
 /// process met them, and equal images must give equal files.
 std::string describingPacket(const RawMetadata& source, const std::vector<NewTag>& newTags) {
-    const std::map<std::string, std::string> declared =
-        declaredNamespaces(source.xmpPacket);
+    const std::map<std::string, std::string> declared = declaredNamespaces(source.xmpPacket);
     std::map<std::string, std::string> namespaces; // of the prefixes in use
     std::string properties;
     const auto add =

@@ -50,12 +50,12 @@ struct NewTag {
 ///         written.
 TESSIK_PLATFORM_EXPORT void writeTags(const std::string& path, const std::vector<NewTag>& tags);
 
-/// Gives a corrected image the metadata of the image that it was made from: what says where, when, with which camera and
-/// which geometry it was taken is copied; what describes the raw pixels (dark level, vignetting,
-/// sensitivity, gains, irradiance readings, bad pixels, tone curve, colour matrix) is not. The new
-/// tags go into our own name space (keys "Xmp.Tessik.Name"), and Camera:IsNormalized is set. The
-/// result depends on source, target and new tags alone. Cheapest on a file that has no pixels yet:
-/// the file is written anew. Thread safe.
+/// Gives a corrected image the metadata of the image that it was made from: what says where, when,
+/// with which camera and which geometry it was taken is copied; what describes the raw pixels (dark
+/// level, vignetting, sensitivity, gains, irradiance readings, bad pixels, tone curve, colour
+/// matrix) is not. The new tags go into our own name space (keys "Xmp.Tessik.Name"), and
+/// Camera:IsNormalized is set. The result depends on source, target and new tags alone. Cheapest on
+/// a file that has no pixels yet: the file is written anew. Thread safe.
 /// @throws Error when the target cannot be read or written
 TESSIK_PLATFORM_EXPORT void copyDescription(const RawMetadata& source,
                                             const std::string& targetPath,

@@ -12,8 +12,7 @@ constexpr float kNoData = -10000.0F;
 
 } // namespace
 
-RegionStats
-statsForRegion(const BandMatrix& block, const Box& boundingRect, const Ring& polygon) {
+RegionStats statsForRegion(const BandMatrix& block, const Box& boundingRect, const Ring& polygon) {
     RegionStats stats;
     double squares = 0.0; // sum of squared deviations, by Welford's recurrence
     for (Eigen::Index r = 0; r < block.rows(); ++r) {
