@@ -1,11 +1,9 @@
 #include "Plan.h"
 
 #include "CorrectionWords.h"
-#include "MakerConstant.h"
+#include "FlightTargets.h"
 #include "platform/exif/ExifReader.h"
 #include "radiometry/Config.h"
-
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cstdio>
@@ -76,26 +74,6 @@ void listImages(const Flight& flight, const InputList& inputs, Plan& plan) {
     }
 }
 
-/// Where no target was used.
-void useMakerConstants(const Flight& flight, Plan& plan) {
-    for (PlannedCamera& camera : plan.cameras) {
-        const auto first = std::find_if(
-            flight.images.begin(), flight.images.end(), [&camera](const InputImage& image) {
-                return image.enabled && image.cameraId == camera.id;
-            });
-        const auto type = plan.project.settings.at(camera.id).correctionType;
-        const std::vector<double> sensitivity = makerSensitivity(first->exif, type);
-        if (sensitivity.empty() || plan.project.sensitivities.count(camera.id) > 0) {
-            continue;
-        }
-        plan.project.sensitivities[camera.id] = sensitivity;
-        camera.sensitivitySource = {"maker", "the maker's constant; no target was used"};
-        sayWarning({},
-                   "no reflectance target: reflectance comes from the maker's constant and the "
-                   "irradiance sensor");
-    }
-}
-
 } // namespace
 
 Plan makePlan(const PlanOptions& options) {
@@ -112,10 +90,7 @@ Plan makePlan(const PlanOptions& options) {
     listImages(flight, inputs, plan);
     plan.project = makeProject(flight, options.project);
     plan.cameras = describeCameras(flight, plan.project);
-    plan.targets = std::make_shared<nlohmann::ordered_json>(nlohmann::ordered_json::array());
-    if (options.targets != "none") {
-        useMakerConstants(flight, plan);
-    }
+    decideSensitivity(flight, options, plan);
     plan.warnings = warningsSaid();
     return plan;
 }

@@ -3,9 +3,8 @@
 #include "Console.h"
 #include "Inputs.h"
 #include "Project.h"
+#include "TargetRecord.h"
 #include "platform/exif/ExifReader.h"
-
-#include <nlohmann/json_fwd.hpp>
 
 #include <cstdint>
 #include <filesystem>
@@ -78,8 +77,7 @@ struct Plan {
     // As decided
     Project project;
     std::vector<PlannedCamera> cameras;
-    /// Targets that were found: an array of records as in the file.
-    std::shared_ptr<nlohmann::ordered_json> targets;
+    std::vector<TargetRecord> targets; ///< that were found, used or not
     std::vector<PlannedImage> images;
     std::vector<PlanFailure> failures; ///< inputs that cannot be used
     std::vector<Warning> warnings;

@@ -1,4 +1,5 @@
 #include "CorrectionWords.h"
+#include "JsonReader.h"
 #include "Plan.h"
 #include "Poses.h"
 #include "platform/image/PendingFile.h"
@@ -7,10 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <charconv>
-#include <cmath>
 #include <fstream>
-#include <stdexcept>
 
 namespace tessik::app {
 namespace {
@@ -87,6 +85,10 @@ Json headJson(const Plan& plan) {
     for (const PlannedCamera& camera : plan.cameras) {
         cameras.push_back(cameraJson(camera, project));
     }
+    Json targets = Json::array();
+    for (const TargetRecord& target : plan.targets) {
+        targets.push_back(toJson(target));
+    }
     Json failures = Json::array();
     for (const PlanFailure& failure : plan.failures) {
         failures.push_back({{"path", failure.path}, {"reason", failure.reason}});
@@ -110,160 +112,169 @@ Json headJson(const Plan& plan) {
             {"cameras", cameras},
             {"sunlight", sunlightJson(project.sunlight)},
             {"sunlight_failure", orNull(!project.sunlightFailure.empty(), project.sunlightFailure)},
-            {"targets", *plan.targets},
+            {"targets", targets},
             {"failures", failures},
             {"warnings", warnings}};
 }
 
-// --- Reading. What is missing or of another type throws; readPlan adds the file's name.
+// --- Reading
 
-std::string textOrEmpty(const Json& json) {
-    return json.is_null() ? std::string() : json.get<std::string>();
+std::string textOrEmpty(const JsonReader& json) {
+    return json.isNull() ? std::string() : json.text();
 }
 
-std::uint64_t idOf(const Json& json) {
-    const auto text = json.get<std::string>();
-    std::uint64_t id = 0;
-    const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), id);
-    if (text.empty() || failure != std::errc() || end != text.data() + text.size()) {
-        throw std::runtime_error("no camera identifier: \"" + text + "\"");
+std::optional<double> numberOrNone(const JsonReader& json) {
+    return json.isNull() ? std::nullopt : std::optional<double>(json.number());
+}
+
+std::uint64_t count(const JsonReader& json) {
+    const std::int64_t number = json.integer();
+    if (number < 0) {
+        json.fail("below 0");
     }
-    return id;
+    return static_cast<std::uint64_t>(number);
 }
 
-std::optional<double> numberOrNone(const Json& json) {
-    return json.is_null() ? std::nullopt : std::optional<double>(json.get<double>());
-}
-
-double finite(const Json& json) {
-    const auto number = json.get<double>();
-    if (!std::isfinite(number)) {
-        throw std::runtime_error("a number that is not finite");
+std::vector<std::string> texts(const JsonReader& json) {
+    std::vector<std::string> list;
+    for (const JsonReader& item : json.items()) {
+        list.push_back(item.text());
     }
-    return number;
+    return list;
 }
 
-PlannedCamera readCamera(const Json& json, Project& project) {
+BandInfo bandOf(const JsonReader& json) {
+    return {json["wavelength_nm"].number(), json["fwhm_nm"].number()};
+}
+
+void readSensitivity(const JsonReader& json, PlannedCamera& camera, Project& project) {
+    if (json["sensitivity"].isNull()) {
+        return;
+    }
+    const std::vector<double> sensitivity = json["sensitivity"].numbers();
+    if (!std::all_of(sensitivity.begin(), sensitivity.end(), [](double s) { return s > 0.0; })) {
+        json["sensitivity"].fail("a sensitivity that is not above 0");
+    }
+    project.sensitivities[camera.id] = sensitivity;
+    const JsonReader source = json["sensitivity_source"];
+    camera.sensitivitySource = {source["kind"].text(), source["text"].text()};
+}
+
+PlannedCamera readCamera(const JsonReader& json, Project& project) {
     PlannedCamera camera;
-    camera.id = idOf(json.at("id"));
-    camera.name = json.at("name").get<std::string>();
-    camera.make = json.at("make").get<std::string>();
-    camera.model = json.at("model").get<std::string>();
-    camera.width = json.at("width").get<std::uint64_t>();
-    camera.height = json.at("height").get<std::uint64_t>();
-    camera.imageCount = json.at("images").get<std::size_t>();
-    camera.missing = json.at("missing").get<std::map<std::string, std::vector<std::string>>>();
-    for (const Json& band : json.at("bands")) {
-        if (!band.at("name").is_null()) {
-            camera.bandNames.push_back(band.at("name").get<std::string>());
-        }
-        if (!band.at("wavelength_nm").is_null()) {
-            camera.bands.push_back({finite(band.at("wavelength_nm")), finite(band.at("fwhm_nm"))});
+    camera.id = json["id"].id();
+    camera.name = json["name"].text();
+    camera.make = json["make"].text();
+    camera.model = json["model"].text();
+    camera.width = count(json["width"]);
+    camera.height = count(json["height"]);
+    camera.imageCount = count(json["images"]);
+    for (const radiometry::CorrectionType type : correctionTypes()) {
+        if (const std::string word = wordOf(type); json["missing"].has(word)) {
+            camera.missing[word] = texts(json["missing"][word]);
         }
     }
-    const auto word = json.at("correction_type").get<std::string>();
-    const auto type = typeOf(word);
+    for (const JsonReader& band : json["bands"].items()) {
+        if (!band["name"].isNull()) {
+            camera.bandNames.push_back(band["name"].text());
+        }
+        if (!band["wavelength_nm"].isNull()) {
+            camera.bands.push_back(bandOf(band));
+        }
+    }
+    const auto type = typeOf(json["correction_type"].text());
     if (!type) {
-        throw std::runtime_error("no correction type: \"" + word + "\"");
+        json["correction_type"].fail("not a correction type");
     }
     if (!project.settings.try_emplace(camera.id, radiometry::Settings{*type}).second) {
-        throw std::runtime_error("camera " + std::to_string(camera.id) + " is listed twice");
+        json["id"].fail("a camera that is there twice");
     }
-    if (const Json& list = json.at("sensitivity"); !list.is_null()) {
-        std::vector<double>& sensitivity = project.sensitivities[camera.id];
-        for (const Json& value : list) {
-            sensitivity.push_back(finite(value));
-            if (!(sensitivity.back() > 0.0)) {
-                throw std::runtime_error("a sensitivity that is not above 0");
-            }
-        }
-        const Json& source = json.at("sensitivity_source");
-        camera.sensitivitySource = {source.at("kind").get<std::string>(),
-                                    source.at("text").get<std::string>()};
-    }
+    readSensitivity(json, camera, project);
     return camera;
 }
 
-Sunlight readSunlight(const Json& json) {
+Sunlight readSunlight(const JsonReader& json) {
     Sunlight sunlight;
-    for (const Json& entry : json) {
-        const BandInfo band{finite(entry.at("wavelength_nm")), finite(entry.at("fwhm_nm"))};
-        const double fraction = finite(entry.at("fraction"));
+    for (const JsonReader& entry : json.items()) {
+        const BandInfo band = bandOf(entry);
+        const double fraction = entry["fraction"].number();
         if (fraction < 0.0 || fraction > 1.0) {
-            throw std::runtime_error("a fraction of direct sunlight outside 0..1");
+            entry["fraction"].fail("outside 0..1");
         }
         sunlight.fractions[band] = fraction;
-        if (const auto error = numberOrNone(entry.at("standard_error"))) {
+        if (const auto error = numberOrNone(entry["standard_error"])) {
             sunlight.standardErrors[band] = *error;
         }
-        sunlight.model = entry.at("model").get<std::string>();
+        sunlight.model = entry["model"].text();
     }
     return sunlight;
 }
 
 /// An output stays below the output folder, whatever the plan says.
-void checkOutput(const std::string& output) {
+std::string outputOf(const JsonReader& json) {
+    std::string output = json.text();
     const fs::path path(output);
     const bool climbs = std::find(path.begin(), path.end(), "..") != path.end();
-    if (output.empty() || path.is_absolute() || climbs || !path.has_filename()) {
-        throw std::runtime_error("an output outside the output folder: \"" + output + "\"");
+    if (output.find('\0') != std::string::npos || path.is_absolute() || climbs ||
+        !path.has_filename()) {
+        json.fail("outside the output folder");
     }
+    return output;
 }
 
-void readOptions(const Json& json, Plan& plan) {
-    plan.type = json.at("type").get<std::string>();
-    plan.sunlight = json.at("sunlight").get<std::string>();
-    plan.targetsAsked = json.at("targets").get<std::string>();
-    plan.utcOffsetHours = numberOrNone(json.at("utc_offset_hours"));
-    plan.sequoiaCalibration = textOrEmpty(json.at("sequoia_calibration"));
+void readOptions(const JsonReader& json, Plan& plan) {
+    plan.type = json["type"].text();
+    plan.sunlight = json["sunlight"].text();
+    plan.targetsAsked = json["targets"].text();
+    plan.utcOffsetHours = numberOrNone(json["utc_offset_hours"]);
+    plan.sequoiaCalibration = textOrEmpty(json["sequoia_calibration"]);
     plan.project.isTypeChosen = plan.type != "auto";
-    if (const Json& mount = json.at("sensor_mount_deg"); !mount.is_null()) {
-        const auto angles = mount.get<std::array<float, 3>>();
-        plan.project.sensorMount = Eigen::Vector3f(angles[0], angles[1], angles[2]);
+    if (!json["sensor_mount_deg"].isNull()) {
+        const std::vector<double> angles = json["sensor_mount_deg"].numbers();
+        if (angles.size() != 3) {
+            json["sensor_mount_deg"].fail("not three angles");
+        }
+        plan.project.sensorMount = Eigen::Vector3d(angles[0], angles[1], angles[2]).cast<float>();
     }
 }
 
-Plan planOf(const Json& json) {
-    if (json.value("format", "") != kFormat) {
-        throw std::runtime_error("not a plan");
+Plan planOf(const JsonReader& json) {
+    if (!json.has("format") || json["format"].text() != kFormat) {
+        json.fail("not a plan");
     }
-    if (const int version = json.at("schema_version").get<int>(); version != Plan::kSchemaVersion) {
-        throw std::runtime_error("a plan of schema version " + std::to_string(version) +
-                                 "; this program reads version " +
-                                 std::to_string(Plan::kSchemaVersion));
+    if (json["schema_version"].integer() != Plan::kSchemaVersion) {
+        json["schema_version"].fail("not " + std::to_string(Plan::kSchemaVersion) +
+                                    ", the one that is understood");
     }
     Plan plan;
-    plan.libraryVersion = json.at("library_version").get<std::string>();
-    readOptions(json.at("options"), plan);
-    if (const Json& center = json.at("center"); !center.is_null()) {
-        plan.project.center = GeoPosition{finite(center.at("latitude_deg")),
-                                          finite(center.at("longitude_deg")),
-                                          finite(center.at("altitude_m"))};
+    plan.libraryVersion = json["library_version"].text();
+    readOptions(json["options"], plan);
+    if (const JsonReader center = json["center"]; !center.isNull()) {
+        plan.project.center = GeoPosition{center["latitude_deg"].number(),
+                                          center["longitude_deg"].number(),
+                                          center["altitude_m"].number()};
     }
     plan.project.coordinateSystems = coordinateSystemsAt(plan.project.center);
-    for (const Json& camera : json.at("cameras")) {
+    for (const JsonReader& camera : json["cameras"].items()) {
         plan.cameras.push_back(readCamera(camera, plan.project));
     }
-    plan.project.sunlight = readSunlight(json.at("sunlight"));
-    plan.project.sunlightFailure = textOrEmpty(json.at("sunlight_failure"));
-    plan.targets = std::make_shared<Json>(json.at("targets"));
-    for (const Json& failure : json.at("failures")) {
-        plan.failures.push_back(
-            {failure.at("path").get<std::string>(), failure.at("reason").get<std::string>()});
+    plan.project.sunlight = readSunlight(json["sunlight"]);
+    plan.project.sunlightFailure = textOrEmpty(json["sunlight_failure"]);
+    for (const JsonReader& target : json["targets"].items()) {
+        plan.targets.push_back(targetRecord(target));
     }
-    for (const Json& warning : json.at("warnings")) {
-        plan.warnings.push_back(
-            {warning.at("path").get<std::string>(), warning.at("text").get<std::string>()});
+    for (const JsonReader& failure : json["failures"].items()) {
+        plan.failures.push_back({failure["path"].text(), failure["reason"].text()});
     }
-    for (const Json& image : json.at("images")) {
-        PlannedImage entry{image.at("path").get<std::string>(),
-                           image.at("output").get<std::string>(),
-                           idOf(image.at("camera"))};
-        checkOutput(entry.output);
-        if (plan.project.settings.count(entry.cameraId) == 0) {
-            throw std::runtime_error("an image of a camera that is not listed: " + entry.path);
+    for (const JsonReader& warning : json["warnings"].items()) {
+        plan.warnings.push_back({warning["path"].text(), warning["text"].text()});
+    }
+    for (const JsonReader& image : json["images"].items()) {
+        plan.images.push_back(
+            {image["path"].text(), outputOf(image["output"]), image["camera"].id()});
+        if (plan.project.settings.count(plan.images.back().cameraId) == 0) {
+            image["camera"].fail("a camera that is not listed");
         }
-        plan.images.push_back(std::move(entry));
     }
     return plan;
 }
@@ -308,19 +319,12 @@ void writePlan(const Plan& plan, const fs::path& file) {
 }
 
 Plan readPlan(const fs::path& file) {
-    try {
-        std::ifstream stream(file, std::ios::binary);
-        if (!stream) {
-            throw std::runtime_error("cannot be opened");
-        }
-        Plan plan = planOf(Json::parse(stream));
-        if (!plan.sequoiaCalibration.empty()) {
-            loadModels(plan);
-        }
-        return plan;
-    } catch (const std::exception& failure) {
-        throw std::runtime_error(file.string() + ": " + failure.what());
+    const Json document = readJson(file.string());
+    Plan plan = planOf(JsonReader(document, file.string()));
+    if (!plan.sequoiaCalibration.empty()) {
+        loadModels(plan);
     }
+    return plan;
 }
 
 } // namespace tessik::app

@@ -1,11 +1,15 @@
+#include "Calibrate.h"
 #include "Console.h"
 #include "Correct.h"
 #include "CorrectionWords.h"
 #include "Inspect.h"
 #include "SequoiaModel.h"
 #include "Sunlight.h"
+#include "Targets.h"
+#include "Validate.h"
 
 #include <CLI/CLI.hpp>
+#include <QtCore/QCoreApplication>
 
 #include <exception>
 #include <functional>
@@ -54,6 +58,38 @@ void addSensorMount(CLI::App& command, std::optional<Eigen::Vector3f>& mount) {
         ->expected(3);
 }
 
+void addType(CLI::App& command, std::optional<tessik::radiometry::CorrectionType>& type) {
+    command
+        .add_option_function<std::string>(
+            "--type",
+            [&type](const std::string& word) { type = app::typeOf(word); },
+            "How far to correct; auto (the default) = as far as the metadata allow")
+        ->check(CLI::IsMember(
+            {"auto", "none", "camera", "irradiance", "sun-angle", "sun-angle-absolute"}));
+}
+
+/// What the decisions for a whole flight depend on.
+void addProject(CLI::App& command, app::ProjectOptions& project) {
+    addType(command, project.type);
+    command.add_option_function<std::string>(
+        "--sunlight",
+        [&project](const std::string& text) {
+            const auto choice = app::SunlightChoice::fromText(text);
+            if (!choice) {
+                throw CLI::ValidationError("--sunlight",
+                                           "neither auto, fit, physical nor 0..1: " + text);
+            }
+            project.sunlight = *choice;
+        },
+        "Fraction of direct sunlight: auto (the default), fit, physical or a number 0..1");
+    addSensorMount(command, project.sensorMount);
+    command
+        .add_option("--sequoia-calibration",
+                    project.sequoiaCalibration,
+                    "Folder of Parrot Sequoia model files, named by serial number")
+        ->check(CLI::ExistingDirectory);
+}
+
 /// A subcommand: declares its options on the application, and runs.
 using Action = std::function<int()>;
 
@@ -72,30 +108,7 @@ Action addInspect(CLI::App& cli) {
 /// What decides how a flight is corrected.
 void addPlanning(CLI::App& command, app::PlanOptions& options) {
     command.add_option("INPUT", options.inputs, kInputHelp);
-    command
-        .add_option_function<std::string>(
-            "--type",
-            [&options](const std::string& word) { options.project.type = app::typeOf(word); },
-            "How far to correct; auto (the default) = as far as the metadata allow")
-        ->check(CLI::IsMember(
-            {"auto", "none", "camera", "irradiance", "sun-angle", "sun-angle-absolute"}));
-    command.add_option_function<std::string>(
-        "--sunlight",
-        [&options](const std::string& text) {
-            const auto choice = app::SunlightChoice::fromText(text);
-            if (!choice) {
-                throw CLI::ValidationError("--sunlight",
-                                           "neither auto, fit, physical nor 0..1: " + text);
-            }
-            options.project.sunlight = *choice;
-        },
-        "Fraction of direct sunlight: auto (the default), fit, physical or a number 0..1");
-    addSensorMount(command, options.project.sensorMount);
-    command
-        .add_option("--sequoia-calibration",
-                    options.project.sequoiaCalibration,
-                    "Folder of Parrot Sequoia model files, named by serial number")
-        ->check(CLI::ExistingDirectory);
+    addProject(command, options.project);
     command.add_option("--targets,--sensitivity",
                        options.targets,
                        "auto (the default) = look for reflectance targets, else take the maker's "
@@ -233,6 +246,101 @@ Action addSequoiaModel(CLI::App& cli) {
     };
 }
 
+Action addCalibrate(CLI::App& cli) {
+    auto options = std::make_shared<app::CalibrateOptions>();
+    options->jobs = defaultJobs();
+    CLI::App& command = *cli.add_subcommand(
+        "calibrate", "Measure the sensitivity of each camera and band on a reflectance target");
+    addInputs(command, options->inputs);
+    auto* reflectance = command.add_option_function<std::vector<std::string>>(
+        "--reflectance",
+        [options](const std::vector<std::string>& texts) {
+            for (const std::string& text : texts) {
+                const auto value = app::parseBandReflectance(text);
+                if (!value) {
+                    throw CLI::ValidationError(
+                        "--reflectance", "not NAME=VALUE with a value above 0, up to 1: " + text);
+                }
+                options->reflectance.push_back(*value);
+            }
+        },
+        "NAME=VALUE,..: reflectance of the target; NAME is a band's name or its wavelength in nm");
+    reflectance->delimiter(',')->allow_extra_args(false);
+    command
+        .add_option_function<std::string>(
+            "--target",
+            [options](const std::string& text) {
+                options->target = app::TargetName::fromText(text);
+                if (!options->target) {
+                    throw CLI::ValidationError("--target", "not TYPE/ID: " + text);
+                }
+            },
+            "TYPE/ID of the target whose stored reflectance holds (see targets)")
+        ->excludes(reflectance);
+    command.add_option_function<std::string>(
+        "--region",
+        [options](const std::string& text) {
+            options->region = app::parseRegion(text);
+            if (options->region.empty()) {
+                throw CLI::ValidationError("--region", "not \"x,y x,y x,y ..\": " + text);
+            }
+        },
+        "\"x,y x,y x,y ..\": corners of the target in each image, px; the default is to find it");
+    command.add_option("-o,--output", options->output, "File to write, for correct --sensitivity");
+    addProject(command, options->project);
+    addJobs(command, options->jobs);
+    addUtcOffset(command, options->metadata);
+    return [options] { return app::calibrate(*options); };
+}
+
+Action addTargets(CLI::App& cli) {
+    struct Options {
+        std::string name;
+        std::vector<std::string> values;
+        bool json = false;
+    };
+    auto options = std::make_shared<Options>();
+    CLI::App& command = *cli.add_subcommand("targets", "Known reflectances of targets");
+    command.require_subcommand(1);
+    CLI::App& list = *command.add_subcommand("list", "Show all that are stored");
+    CLI::App& show = *command.add_subcommand("show", "Show those of one target");
+    CLI::App& set = *command.add_subcommand("set", "Store reflectances of a target");
+    CLI::App& remove = *command.add_subcommand("remove", "Forget a target");
+    for (CLI::App* one : {&show, &set, &remove}) {
+        one->add_option("TYPE/ID",
+                        options->name,
+                        "tags_12, tags_6, AirCalib or unknown (panels with a QR code), and serial")
+            ->required();
+    }
+    for (CLI::App* one : {&list, &show}) {
+        one->add_flag("--json", options->json, "One JSON document on standard output");
+    }
+    set.add_option("WAVELENGTH_FWHM=VALUE",
+                   options->values,
+                   "Band in nm and reflectance, above 0 and up to 1: 475_20=0.56")
+        ->required();
+    return [options, &list, &show, &set] {
+        return list.parsed()   ? app::listTargets(options->json)
+               : show.parsed() ? app::showTarget(options->name, options->json)
+               : set.parsed()  ? app::setTarget(options->name, options->values)
+                               : app::removeTarget(options->name);
+    };
+}
+
+Action addValidate(CLI::App& cli) {
+    auto options = std::make_shared<app::ValidateOptions>();
+    options->jobs = defaultJobs();
+    CLI::App& command =
+        *cli.add_subcommand("validate", "Tell what images lack for their correction");
+    addInputs(command, options->inputs);
+    addType(command, options->type);
+    addSensorMount(command, options->sensorMount);
+    command.add_flag("--json", options->json, "One JSON document on standard output");
+    addJobs(command, options->jobs);
+    addUtcOffset(command, options->metadata);
+    return [options] { return app::validate(*options); };
+}
+
 int run(int argc, char** argv) {
     CLI::App cli("Radiometric correction of aerial images", "radiometry");
     cli.set_version_flag("--version", RADIOMETRY_VERSION);
@@ -247,6 +355,9 @@ int run(int argc, char** argv) {
                                                    {"correct", addCorrect(cli)},
                                                    {"sun", addSun(cli)},
                                                    {"sunlight", addSunlight(cli)},
+                                                   {"calibrate", addCalibrate(cli)},
+                                                   {"targets", addTargets(cli)},
+                                                   {"validate", addValidate(cli)},
                                                    {"sequoia-model", addSequoiaModel(cli)}};
     try {
         cli.parse(argc, argv);
@@ -263,6 +374,9 @@ int run(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
+    // Whose settings the store of reflectances lives in.
+    QCoreApplication::setOrganizationName(QStringLiteral("tessik"));
+    QCoreApplication::setApplicationName(QStringLiteral("radiometry"));
     try {
         return run(argc, argv);
     } catch (const std::exception& failure) {

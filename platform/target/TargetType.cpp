@@ -1,8 +1,18 @@
 #include "platform/target/TargetType.h"
 
-namespace tessik::text {
+namespace tessik {
 
-QString toString(TargetType type) {
+std::optional<TargetType> targetTypeFromText(const QString& name) {
+    for (const TargetType type :
+         {TargetType::Tags12, TargetType::Tags6, TargetType::AirCalib, TargetType::Unknown}) {
+        if (text::toString(type) == name) {
+            return type;
+        }
+    }
+    return std::nullopt;
+}
+
+QString text::toString(TargetType type) {
     switch (type) {
     case TargetType::Tags12:
         return QStringLiteral("tags_12");
@@ -16,4 +26,4 @@ QString toString(TargetType type) {
     return QStringLiteral("unknown");
 }
 
-} // namespace tessik::text
+} // namespace tessik

@@ -5,6 +5,7 @@
 #include <QtCore/QString>
 
 #include <cstdint>
+#include <optional>
 
 namespace tessik {
 
@@ -16,6 +17,9 @@ enum class TargetType : std::int32_t {
     AirCalib = 2,
     Unknown = 3,
 };
+
+/// The type that a text of text::toString names; none for any other text.
+TESSIK_PLATFORM_EXPORT std::optional<TargetType> targetTypeFromText(const QString& name);
 
 namespace text {
 /// "tags_12", "tags_6", "AirCalib", "unknown".

@@ -1,3 +1,5 @@
+#include "app/Command.h"
+
 #include "Flight.h"
 #include "platform/exif/ExifReader.h"
 #include "platform/exif/Predicates.h"
@@ -9,7 +11,6 @@
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
-#include <sys/wait.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -25,27 +26,6 @@ namespace {
 namespace fs = std::filesystem;
 using Json = nlohmann::json;
 using test::TemporaryFolder;
-
-std::string readAll(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-struct Result {
-    int status;
-    std::string out;
-    std::string err;
-};
-
-/// Runs the command in a folder as a user's shell would.
-Result radiometry(const TemporaryFolder& folder, const std::string& arguments) {
-    const std::string command = "cd '" + folder.path().string() + "' && '" RADIOMETRY_COMMAND "' " +
-                                arguments + " > stdout.txt 2> stderr.txt";
-    const int status = std::system(command.c_str()); // NOLINT(concurrency-mt-unsafe)
-    return {WEXITSTATUS(status),
-            readAll(folder.path() / "stdout.txt"),
-            readAll(folder.path() / "stderr.txt")};
-}
 
 std::size_t lineCount(const std::string& text) {
     return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));

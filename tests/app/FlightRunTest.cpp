@@ -1,10 +1,11 @@
 #include "Command.h"
+#include "CorrectionWords.h"
 #include "Plan.h"
 #include "platform/exif/TagFile.h"
 #include "simulate/Flight.h"
 #include "support/Support.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -69,7 +70,8 @@ TEST(FlightRun, partsOfAPlanGiveTheFilesOfOneRun) {
         EXPECT_EQ(radiometry(folder, "correct" + arguments + "apart").status, 0);
         together += "'" RADIOMETRY_COMMAND "' correct" + arguments + "together >/dev/null 2>&1 & ";
     }
-    const std::string inFolder = "cd '" + folder.path().string() + "' && { " + together + " wait; }";
+    const std::string inFolder =
+        "cd '" + folder.path().string() + "' && { " + together + " wait; }";
     EXPECT_EQ(std::system(inFolder.c_str()), 0); // NOLINT(concurrency-mt-unsafe)
     const auto whole = outputsIn(folder.path() / "whole");
     EXPECT_EQ(whole.size(), 20U);
@@ -130,7 +132,8 @@ TEST(FlightRun, recordsSayWhatWasDoneToEachImage) {
     const Result result = radiometry(folder, "correct flight/images -o out --type irradiance");
     EXPECT_EQ(result.status, 2);
     // Continued, nothing is lost and nothing said twice.
-    std::ofstream(folder.path() / "out" / "corrections.jsonl", std::ios::app) << R"({"file":"cut o)";
+    std::ofstream(folder.path() / "out" / "corrections.jsonl", std::ios::app)
+        << R"({"file":"cut o)";
     EXPECT_EQ(radiometry(folder, "correct flight/images -o out --type irradiance").status, 2);
     const auto records = recordsIn(folder.path() / "out" / "corrections.jsonl");
     EXPECT_EQ(records.size(), 4U);
@@ -209,14 +212,14 @@ TEST(Plan, damagedPlansAreRefusedWithFileAndReason) {
     const Json plan = Json::parse(readAll(folder.path() / "plan.json"));
     const std::vector<std::pair<std::function<void(Json&)>, std::string>> damages = {
         {[](Json& json) { json["format"] = "other"; }, "not a plan"},
-        {[](Json& json) { json["schema_version"] = 2; }, "schema version 2"},
+        {[](Json& json) { json["schema_version"] = 2; }, "schema_version: not 1"},
         {[](Json& json) { json["images"][0]["output"] = "../a.tif"; }, "outside the output folder"},
         {[](Json& json) { json["images"][0]["output"] = "/a.tif"; }, "outside the output folder"},
         {[](Json& json) { json["images"][0]["camera"] = "12"; }, "not listed"},
-        {[](Json& json) { json["cameras"][0]["id"] = "12x"; }, "no camera identifier"},
+        {[](Json& json) { json["cameras"][0]["id"] = "12x"; }, "identifier"},
         {[](Json& json) { json["cameras"][0]["sensitivity"] = {0.0}; }, "above 0"},
         {[](Json& json) { json["cameras"][1]["id"] = json["cameras"][0]["id"]; }, "twice"},
-        {[](Json& json) { json["cameras"][0]["correction_type"] = "all"; }, "\"all\""},
+        {[](Json& json) { json["cameras"][0]["correction_type"] = "all"; }, "correction_type"},
         {[](Json& json) { json.erase("options"); }, "options"},
     };
     for (const auto& [damage, reason] : damages) {

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "Flight.h"
+#include "Plan.h"
+
+namespace tessik::app {
+
+/// A request for the calibration of a flight, which refers to its arguments. Images are completed
+/// from their pixels, and refused where they must not be corrected.
+radiometry::TargetCalibrationRequest
+targetRequest(const Flight& flight,
+              const Project& project,
+              const std::vector<std::unique_ptr<target::ITargetDetector>>& detectors);
+
+/// The sensitivity of each camera, by what the user asked for: targets in the images, a file, or
+/// the maker's constant where no target was found. What is odd is said.
+/// @throws std::runtime_error when the file cannot be used
+void decideSensitivity(const Flight& flight, const PlanOptions& options, Plan& plan);
+
+} // namespace tessik::app

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "platform/target/TargetType.h"
+
+#include <QtCore/QString>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+/// `radiometry targets`: the store of known target reflectances.
+namespace tessik::app {
+
+/// A physical target, as users name it: TYPE/ID.
+struct TargetName {
+    TargetType type = TargetType::Unknown;
+    QString id;
+
+    /// None where the type is none of tags_12, tags_6, AirCalib and unknown, or the identifier is
+    /// empty.
+    static std::optional<TargetName> fromText(const std::string& text);
+    [[nodiscard]] std::string text() const;
+};
+
+/// A reflectance that a user states: more than 0, at most 1. None for anything else.
+std::optional<double> parseReflectance(const std::string& text);
+
+/// Each returns the exit status.
+int listTargets(bool json);
+int showTarget(const std::string& name, bool json);
+/// @param values each WAVELENGTH_FWHM=VALUE, nm; all are stored, or none
+int setTarget(const std::string& name, const std::vector<std::string>& values);
+int removeTarget(const std::string& name);
+
+} // namespace tessik::app

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "platform/camera/BandInfo.h"
+#include "platform/image/Region.h"
+#include "platform/target/TargetType.h"
+#include "radiometry/export.h"
+
+#include <QtCore/QString>
+#include <boost/optional.hpp>
+
+#include <vector>
+
+/// The store of known target reflectances, in the application's settings: a default-constructed
+/// QSettings, whose organisation and application names the application sets. A value lies under
+///
+///     CalibrationTargets/<type>/<id>/<wavelength>_<width>     (nm, one decimal each)
+///
+/// so that two bands that agree to one decimal share one value. Functions may be called from
+/// several threads; errors of the settings themselves are not reported.
+namespace tessik::radiometry {
+
+/// One band of one physical target.
+struct CalibrationTargetKey {
+    TargetType type = TargetType::Unknown;
+    QString id; ///< serial of the physical target
+    BandInfo band;
+};
+
+/// A target, and what is known of it for the bands of a camera.
+struct CalibrationTarget {
+    TargetType type = TargetType::Unknown;
+    QString id;                             ///< serial; empty = not known
+    image::Ring region;                     ///< in the image that it was found in; may be empty
+    std::vector<double> sensitivity;        ///< measured on it, one a band; may be empty
+    std::vector<double> reflectanceFactors; ///< 0..1, one a band; 0 = not known
+};
+
+/// @return none when nothing is stored, or nothing that reads as a number; a number typed as text
+/// into the settings file does
+RADIOMETRY_EXPORT boost::optional<float>
+getCalibrationTargetReflectanceFromDb(const CalibrationTargetKey& key);
+
+RADIOMETRY_EXPORT void saveCalibrationTargetReflectanceInDb(const CalibrationTargetKey& key,
+                                                            float reflectance);
+
+/// Stores the factor of every band, rounded to float.
+/// @throws error when there are fewer factors than bands; nothing is then stored
+RADIOMETRY_EXPORT void saveCalibrationTargetReflectanceInDb(const CalibrationTarget& target,
+                                                            const bands_t& bands);
+
+/// Gives the target one factor a band: the stored one, else the one that it had, else 0.0.
+RADIOMETRY_EXPORT void updateCalibrationTargetReflectanceFromDb(const bands_t& bands,
+                                                                CalibrationTarget& target);
+
+/// Everything that is stored, in the order of the key texts. Bands are as precise as those.
+RADIOMETRY_EXPORT std::vector<CalibrationTargetKey> getCalibrationTargetKeysFromDb();
+
+RADIOMETRY_EXPORT void removeCalibrationTargetReflectanceFromDb(const CalibrationTargetKey& key);
+
+} // namespace tessik::radiometry

@@ -1,0 +1,75 @@
+#include "radiometry/Validation.h"
+
+#include "platform/camera/InputImage.h"
+#include "platform/geo/Conversions.h"
+#include "platform/log/Log.h"
+#include "radiometry/Config.h"
+
+namespace tessik {
+
+QString text::toString(radiometry::CorrectionType type) {
+    if (!radiometry::doAnyCorrection(type)) {
+        return QStringLiteral("no correction");
+    }
+    if (!radiometry::doIrradianceCorrection(type)) {
+        return QStringLiteral("camera");
+    }
+    return radiometry::doSunAngleCorrection(type)
+               ? QStringLiteral("camera, sun irradiance and sun angle")
+               : QStringLiteral("camera and sun irradiance");
+}
+
+namespace radiometry {
+
+void verifyValidRadiometricSettings(const CamerasData& cameras,
+                                    const std::vector<InputImage>& images,
+                                    std::unordered_map<std::size_t, Settings>& settings) {
+    for (const auto& [id, camera] : cameras) {
+        if (settings.count(id) == 0) {
+            settings[id] = {guessRadiometricCorrectionTypeFromImage(images, id)};
+        }
+    }
+}
+
+CorrectionError getCorrectionError(const std::vector<InputImage>& images,
+                                   const geo::OutCoordSystem& output,
+                                   const geo::SiteCalibration& site,
+                                   std::size_t cameraId,
+                                   CorrectionType type) {
+    CorrectionError result(doSunAngleCorrection(type) && !geo::isConvertibleToWGS84(output, site));
+    for (std::size_t i = 0; i < images.size(); ++i) {
+        if (images[i].enabled && images[i].cameraId == cameraId) {
+            result.setImageError(i, isInformationMissingForCorrection(images[i], type));
+        }
+    }
+    return result;
+}
+
+bool haveAllInformationForCorrection(const CamerasData& cameras,
+                                     const std::vector<InputImage>& images,
+                                     const std::unordered_map<std::size_t, Settings>& settings,
+                                     const geo::OutCoordSystem& output,
+                                     const geo::SiteCalibration& site) {
+    for (const auto& [id, camera] : cameras) {
+        const auto entry = settings.find(id);
+        if (entry == settings.end()) {
+            TESSIK_LOG(logging::kError) << "Error: camera model name " << camera.uniqueName
+                                        << " does not have a valid radiometric correction type.";
+            return false;
+        }
+        const CorrectionType type = entry->second.correctionType;
+        const CorrectionError failure = getCorrectionError(images, output, site, id, type);
+        if (failure.hasErrors() || !failure.hasEnabledImages()) {
+            TESSIK_LOG(logging::kError)
+                << QStringLiteral("Error e9035a: camera model name: %1, correction type: %2 - %3")
+                       .arg(camera.uniqueName,
+                            text::toString(type),
+                            text::toStringFull(failure, images));
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace radiometry
+} // namespace tessik

@@ -1,0 +1,92 @@
+#include "radiometry/Validation.h"
+
+#include "platform/camera/InputImage.h"
+#include "platform/geo/OutCoordSystem.h"
+#include "platform/geo/SiteCalibration.h"
+#include "support/Support.h"
+
+#include <gtest/gtest.h>
+
+namespace tessik::radiometry {
+namespace {
+
+constexpr std::uint64_t kCamera = 4;
+
+/// Images of one camera without any radiometric metadata.
+struct Project {
+    explicit Project(int count) {
+        cameras[kCamera].uniqueName = "Cam 100%2"; // a name is no template
+        for (int i = 0; i < count; ++i) {
+            InputImage image;
+            image.path = QString("%1.tif").arg(i);
+            image.exif = test::plainExif(4, 4);
+            image.cameraId = kCamera;
+            images.push_back(image);
+        }
+    }
+
+    [[nodiscard]] bool isComplete(CorrectionType type) const {
+        return haveAllInformationForCorrection(cameras, images, {{kCamera, {type}}}, out, {});
+    }
+
+    CamerasData cameras;
+    std::vector<InputImage> images;
+    geo::OutCoordSystem out;
+};
+
+TEST(Validation, settingsThatAreMissingAreGuessedAndOthersStay) {
+    Project project(1);
+    project.images[0].exif.sunIrradiance = {1.0};
+    project.cameras[9] = {};
+    std::unordered_map<std::size_t, Settings> settings = {{9, {CorrectionType::NoCorrection}}};
+    verifyValidRadiometricSettings(project.cameras, project.images, settings);
+    EXPECT_EQ(settings.at(kCamera).correctionType, CorrectionType::CameraAndSunIrradiance);
+    EXPECT_EQ(settings.at(9).correctionType, CorrectionType::NoCorrection);
+}
+
+TEST(Validation, whatIsMissingIsSaidOfEachImage) {
+    Project project(9);
+    project.images[0].enabled = false;
+    project.images[1].exif.sunIrradiance = {1.0};
+    const test::LogCapture log(logging::kError);
+    EXPECT_TRUE(project.isComplete(CorrectionType::CameraOnly));
+    EXPECT_EQ(log.all(), "");
+    EXPECT_FALSE(project.isComplete(CorrectionType::CameraSunIrradianceAndSunAngle));
+    const std::string all =
+        "no sun irradiance, no orientation of the sun irradiance sensor, no capture time; ";
+    EXPECT_EQ(log.all(),
+              "Error e9035a: camera model name: Cam 100%2, correction type: camera, sun irradiance "
+              "and sun angle - the output coordinate system cannot be converted to WGS 84; 1.tif: "
+              "no orientation of the sun irradiance sensor, no capture time; 2.tif: " +
+                  all + "3.tif: " + all + "4.tif: " + all + "5.tif: " + all + "and 3 more\n");
+}
+
+TEST(Validation, theOutputMatters) {
+    const Project project(1);
+    const auto errorOf = [&project](const geo::OutCoordSystem& out, CorrectionType type) {
+        return getCorrectionError(project.images, out, {}, kCamera, type);
+    };
+    const auto sunAngle = CorrectionType::CameraSunIrradianceAndSunAngle;
+    const geo::OutCoordSystem placed(geo::CoordSystem::localAt({46.5, 6.6, 0.0}));
+    EXPECT_TRUE(errorOf({}, sunAngle).isOutputUnplaced());
+    EXPECT_FALSE(errorOf(placed, sunAngle).isOutputUnplaced());
+    EXPECT_FALSE(errorOf({}, CorrectionType::CameraAndSunIrradiance).isOutputUnplaced());
+    EXPECT_TRUE(CorrectionError(true).hasErrors());
+}
+
+TEST(Validation, aCameraWithoutSettingsOrImagesEndsTheCheck) {
+    Project project(1);
+    project.cameras[5].uniqueName = "later";
+    const test::LogCapture log(logging::kError);
+    EXPECT_FALSE(haveAllInformationForCorrection(project.cameras, project.images, {}, {}, {}));
+    project.images[0].enabled = false;
+    EXPECT_FALSE(project.isComplete(CorrectionType::CameraOnly));
+    EXPECT_EQ(log.all(),
+              "Error: camera model name Cam 100%2 does not have a valid radiometric correction "
+              "type.\nError e9035a: camera model name: Cam 100%2, correction type: camera - no "
+              "enabled images\n");
+    EXPECT_TRUE(haveAllInformationForCorrection({}, {}, {}, {}, {}));
+}
+
+} // namespace
+} // namespace tessik::radiometry
