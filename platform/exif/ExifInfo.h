@@ -79,13 +79,12 @@ struct ExifInfo {
     MicaSenseRedEdge3kModelData micaSense3kModel;
     /// Airinov multiSPEC 4C: samples are already normalised for exposure.
     bool isAirinovMultispec4C = false;
+    /// The pixels are corrected already (by the camera or by this system).
+    bool isNormalized = false;
     /// 1 = raw values that may be corrected; any other stated value = leave them alone;
     /// all ones = not stated.
     std::uint32_t radiometricIndicator = kIndicatorNotStated;
     static constexpr std::uint32_t kIndicatorNotStated = 0xFFFFFFFFU;
-    /// The pixels are corrected already (by the camera or by this system).
-    bool isNormalized = false;
-    RecordedTarget recordedTarget;
     /// Degrees Celsius; absent = not stated.
     std::optional<double> sensorTemperature;
 
@@ -100,6 +99,8 @@ struct ExifInfo {
 
     /// The camera's own (yaw, pitch, roll), degrees; absent = not stated.
     std::optional<Eigen::Vector3d> cameraYawPitchRoll;
+
+    RecordedTarget recordedTarget;
 };
 
 } // namespace tessik
