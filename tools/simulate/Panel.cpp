@@ -139,10 +139,10 @@ BandMatrix Panel::reflectance(double wavelengthNm, const PanelView& view) const 
         for (Eigen::Index column = 0; column < view.width; ++column) {
             double sum = 0.0;
             for (int part = 0; part < kSubpixels * kSubpixels; ++part) {
-                const Eigen::Vector2d place(
-                    static_cast<double>(column) - 0.5 + (part % kSubpixels + 0.5) / kSubpixels,
-                    static_cast<double>(row) - 0.5 +
-                        (static_cast<double>(part / kSubpixels) + 0.5) / kSubpixels);
+                const auto offset = [](int index) { return (index + 0.5) / kSubpixels - 0.5; };
+                const int subrow = part / kSubpixels;
+                const Eigen::Vector2d place(static_cast<double>(column) + offset(part % kSubpixels),
+                                            static_cast<double>(row) + offset(subrow));
                 const Eigen::Vector2d mm = mmFromPixels * (place - view.middle);
                 sum += valueAt(mm.x(), kMiddleY - mm.y(), grey);
             }
