@@ -7,10 +7,11 @@
 #include "report/PageParts.h"
 #include "report/RunFiles.h"
 
+#include <cerrno>
 #include <fstream>
 #include <string>
 #include <string_view>
-#include <utility>
+#include <system_error>
 
 namespace tessik::app {
 namespace {
@@ -65,7 +66,7 @@ void writeReport(const fs::path& outputFolder, const fs::path& reportFile) {
         writePage(stream, data);
         stream.close();
         if (!stream) {
-            throw image::Error("the report cannot be written");
+            throw image::Error("cannot be written: " + std::generic_category().message(errno));
         }
         pending.commit();
     } catch (const image::Error& failure) {

@@ -39,6 +39,7 @@ function setDefaults() {
   Chart.defaults.font.family = getComputedStyle(document.body).fontFamily;
   Chart.defaults.font.size = 13;
   Chart.defaults.color = color("muted");
+  Chart.defaults.locale = "en";
   Chart.defaults.animation = false;
   Chart.defaults.maintainAspectRatio = false;
   Chart.defaults.plugins.legend.display = false;
@@ -69,13 +70,13 @@ function axis(title, more = {}) {
   };
 }
 
-const kSteps = [1, 2, 5, 10, 15, 30, 60, 120, 300, 600, 900, 1800, 3600, 7200, 10800, 21600, 43200, 86400, 172800, 604800];
+const kTimeSteps = [1, 2, 5, 10, 20, 30, 60, 120, 300, 600, 900, 1800, 3600, 7200, 10800, 21600, 43200, 86400, 172800, 604800];
 
 /** Round times of the day, as many as there is room for. */
 function timeTicks(scale, startUnix) {
-  const room = Math.max(2, Math.floor(scale.width / 95));
+  const room = Math.max(2, Math.floor(scale.width / 80));
   const span = scale.max - scale.min;
-  const step = kSteps.find((s) => span / s <= room) || 604800 * Math.ceil(span / 604800 / room);
+  const step = kTimeSteps.find((s) => span / s <= room) || 604800 * Math.ceil(span / 604800 / room);
   const ticks = [];
   const first = Math.ceil((startUnix + scale.min) / step - 1e-9) * step;
   for (let t = first; t <= startUnix + scale.max + 1e-6; t += step) ticks.push({ value: t - startUnix });
@@ -124,7 +125,7 @@ function timeChart(frame, lines, unit, time, words, yOptions = {}) {
       interaction: { mode: "nearest", axis: "x", intersect: false },
       scales: {
         x: timeAxis(time.start, time.seconds),
-        y: axis(unit, { grace: "8%", ticks: { maxTicksLimit: 6, callback: (value) => value.toLocaleString("en", { maximumSignificantDigits: 5 }) }, ...yOptions }),
+        y: axis(unit, { grace: "8%", ticks: { maxTicksLimit: 6 }, ...yOptions }),
       },
       plugins: {
         tooltip: {
@@ -164,12 +165,12 @@ function histogramChart(frame, histogram, mean, words) {
   };
   charts.push(() => new Chart(canvas, {
     type: "bar",
-    data: { datasets: [{ data: histogram.counts.map((y, i) => ({ x: centre(i), y })), backgroundColor: color("accent"), barPercentage: 1, categoryPercentage: 1 }] },
+    data: { datasets: [{ data: histogram.counts.map((y, i) => ({ x: centre(i), y })), backgroundColor: `${color("accent")}99`, barPercentage: 1, categoryPercentage: 1 }] },
     plugins: [meanLine],
     options: {
       parsing: false,
       scales: {
-        x: axis("corrected value", { type: "linear", min: histogram.from, max: histogram.to, offset: false, ticks: { maxTicksLimit: 5, maxRotation: 0 } }),
+        x: axis("corrected value", { type: "linear", min: histogram.from, max: histogram.to, offset: false, ticks: { maxTicksLimit: 5, maxRotation: 0, includeBounds: false } }),
         y: axis("pixels", { beginAtZero: true, ticks: { maxTicksLimit: 4, precision: 0 } }),
       },
       plugins: {

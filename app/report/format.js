@@ -26,7 +26,7 @@ const clock = (unix) => iso(unix).slice(11, 19);
 const dateAndTime = (unix) => `${date(unix)} ${clock(unix)} UTC`;
 
 function duration(seconds) {
-  const total = Math.round(seconds);
+  const total = seconds < 3600 ? Math.round(seconds) : 60 * Math.round(seconds / 60);
   const hours = Math.floor(total / 3600);
   const minutes = Math.floor((total % 3600) / 60);
   if (hours >= 48) return `${number(total / 86400)} days`;
@@ -60,8 +60,22 @@ const kMissing = {
 const typeName = (word) => (kTypes[word] || [word || "unknown"])[0];
 const missingName = (word) => kMissing[word] || word;
 
-/** "DarkCurrent" as "Dark current". */
+const kSteps = {
+  GammaRelinearisation: "tone curve",
+  BadPixelMasking: "defective pixels",
+  BadExposureMasking: "saturated and dark pixels",
+  DarkCurrent: "dark level",
+  Vignetting: "vignetting",
+  ColorMatrix: "colour matrix",
+  SunSensor: "light sensor",
+  CalibrationTarget: "reflectance target",
+  ConvertNanToNodata: "pixels without a value",
+};
+
+/** Others, such as "GainCurve", as "Gain curve". */
 function stepName(name) {
+  if (kSteps[name]) return kSteps[name];
+  if (name.includes("OpticalCamera")) return "exposure and sensitivity";
   const words = name.replace(/([a-z])([A-Z])/g, "$1 $2");
   return words.charAt(0) + words.slice(1).toLowerCase();
 }

@@ -1,7 +1,8 @@
 // Capture positions, coloured by irradiance.
 
-// Dark to light (viridis, Smith and van der Walt 2015): even steps to the eye, and without colours too.
-const kRamp = [[68, 1, 84], [71, 44, 122], [59, 81, 139], [44, 113, 142], [33, 144, 141], [39, 173, 129], [92, 200, 99], [170, 220, 50], [253, 231, 37]];
+// Dark to light (viridis without its darkest end, Smith and van der Walt 2015): even steps to the eye,
+// and without colours too.
+const kRamp = [[71, 44, 122], [59, 81, 139], [44, 113, 142], [33, 144, 141], [39, 173, 129], [92, 200, 99], [170, 220, 50], [253, 231, 37]];
 
 function rampColor(share) {
   const at = Math.min(Math.max(share, 0), 1) * (kRamp.length - 1);
@@ -36,13 +37,13 @@ function mapChart(frame, map, valueName, words) {
         datasets: [{
           data: map.x.map((x, i) => ({ x, y: map.y[i] })),
           showLine: true,
-          borderWidth: 1,
-          borderColor: color("rule"),
+          borderWidth: 0.75,
+          borderColor: color("raw"),
           pointRadius: (c) => (ends(c.dataIndex, last) ? radius + 4 : radius),
           pointStyle: (c) => (c.dataIndex === 0 ? "triangle" : c.dataIndex === last ? "rect" : "circle"),
           pointBackgroundColor: map.value.map((v) => (finite(v) ? rampColor(share(v)) : color("raw"))),
           pointBorderColor: (c) => color(ends(c.dataIndex, last) ? "ink" : "muted"),
-          pointBorderWidth: (c) => (ends(c.dataIndex, last) ? 2 : 0.5),
+          pointBorderWidth: (c) => (ends(c.dataIndex, last) ? 2 : 1),
         }],
       },
       options: {
@@ -78,5 +79,5 @@ function colorKey(map, valueName) {
   if (!(greatest >= least)) return null;
   const bar = el("i", { class: "ramp" });
   bar.style.background = `linear-gradient(to right, ${kRamp.map((_, i) => rampColor(i / (kRamp.length - 1))).join(",")})`;
-  return el("span", { class: "scale" }, `${valueName}: ${number(least, 3)}`, bar, number(greatest, 3));
+  return el("span", {}, `${valueName}: `, el("span", { class: "scale" }, number(least, 3), bar, number(greatest, 3)));
 }

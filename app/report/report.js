@@ -75,7 +75,7 @@ function fillLight() {
   const body = bodyOf("light");
   const hasSunlight = data.sunlight.length > 0;
   document.querySelectorAll(".sun").forEach((element) => { element.hidden = !hasSunlight; });
-  if (hasSunlight) document.querySelector(".sun.body").append(sunlightTable(data.sunlight));
+  if (hasSunlight) document.querySelector(".sun.body").append(sunlightTable(data.sunlight, data.cameras));
   if (series.length === 0) {
     document.querySelector("#light .intro").hidden = true;
     body.append(el("p", {}, "The images state no readings of a light sensor: changes of the light are not taken out."));
@@ -102,13 +102,25 @@ function fillLight() {
   if (shortNote) body.append(shortNote);
 }
 
-/** One chart of several curves. */
+function curveFigure(lines, title, unit, words, yOptions) {
+  const plot = el("div", { class: "plot" });
+  const curves = lines.map((line) => line.curve);
+  timeChart(plot, lines, unit, time, `${words}, ${range(extent(curves.flatMap((c) => c.y)))} ${unit}`, yOptions);
+  return el("figure", {}, title ? el("h4", {}, title) : null, lines.length > 1 ? legend(lines) : null, plot, shortened(curves));
+}
+
+/** One chart of all curves, which are alike. */
 function curvesChart(curves, title, unit, words, yOptions) {
   const styles = stylesFor(curves);
   const lines = curves.map((curve, i) => ({ curve, style: curves.length > 1 ? styles[i] : { color: "accent", dash: [] }, width: 1.8, name: curve.label }));
-  const plot = el("div", { class: title ? "plot" : "plot tall" });
-  timeChart(plot, lines, unit, time, `${words}, ${range(extent(curves.flatMap((c) => c.y)))} ${unit}`, yOptions);
-  return el("figure", {}, title ? el("h4", {}, title) : null, curves.length > 1 ? legend(lines) : null, plot, shortened(curves));
+  return curveFigure(lines, title, unit, words, yOptions);
+}
+
+/** A chart for each curve: drawn into one, curves that jump would hide each other. */
+function curveCharts(curves, unit, words, yOptions) {
+  const styles = stylesFor(curves);
+  const figures = curves.map((curve, i) => curveFigure([{ curve, style: { color: styles[i].color, dash: [] }, width: 1.5, name: curve.label }], curve.label, unit, words, yOptions));
+  return el("div", { class: curves.length > 1 ? "grid" : "" }, figures);
 }
 
 function fillSun() {
@@ -171,7 +183,7 @@ function fillOthers() {
   }
   if (data.exposure_ms.length > 0) {
     show("exposure");
-    bodyOf("exposure").append(curvesChart(data.exposure_ms, "", "ms", "Exposure time against time of day", { beginAtZero: true }));
+    bodyOf("exposure").append(curveCharts(data.exposure_ms, "ms", "Exposure time against time of day", { beginAtZero: true }));
   }
   if (data.targets.length > 0) {
     bodyOf("targets").append(...data.targets.map((target) => targetBlock(target, data.cameras)));

@@ -27,8 +27,8 @@ function sensitivityCell(camera) {
   const source = camera.sensitivity_source;
   const kinds = { target: "from a reflectance target", maker: "stated by the maker", file: "from a file" };
   const values = (camera.sensitivity || []).map((value) => number(value, 4)).join(", ");
-  if (!values) return ["Not known", small("values are proportional to reflectance, with an unknown factor")];
-  return [values, small("corrected value at reflectance 1"), source ? small([kinds[source.kind] || source.kind, source.text].filter(Boolean).join(": ")) : null];
+  if (!values) return ["Not known", small("the factor from corrected values to reflectance is missing")];
+  return [values, ["none", "camera"].includes(camera.correction_type) ? null : small("corrected value at reflectance 1"), source ? small([kinds[source.kind] || source.kind, source.text].filter(Boolean).join(": ")) : null];
 }
 
 function exposureText(camera) {
@@ -42,40 +42,40 @@ function camerasTable(cameras) {
   return table([["Camera"], ["Bands"], ["Images", true], ["Correction"], ["Sensitivity"]], cameras.map((camera) => {
     const [name, meaning] = kTypes[camera.correction_type] || [camera.correction_type || "unknown", ""];
     const size = finite(camera.width) ? `${camera.width.toLocaleString("en")} × ${camera.height.toLocaleString("en")} pixels` : "";
-    const steps = camera.steps.map((s) => stepName(s.name)).join(", ");
+    const corrected = camera.done + camera.kept;
+    const steps = camera.steps.map((s) => stepName(s.name) + (s.images < corrected ? ` (${s.images.toLocaleString("en")} of ${count(corrected, "image", "images")})` : "")).join(", ");
     return [
       [camera.name || camera.model || camera.id, small([size, exposureText(camera)].filter(Boolean).join("; "))],
       bandText(camera.bands),
       finite(camera.images) ? camera.images.toLocaleString("en") : "–",
-      [name, small(meaning), steps ? small(`Steps: ${steps}`) : null, ...missingText(camera.missing).map(small)],
+      [name, small(meaning), steps ? small(`Taken out or masked: ${steps}`) : null, ...missingText(camera.missing).map(small)],
       sensitivityCell(camera),
     ];
   }));
 }
 
-function sunlightTable(sunlight) {
+/** The names that cameras give to light of this wavelength. */
+function bandAt(nm, cameras) {
+  const names = cameras.flatMap((camera) => camera.bands || []).filter((band) => Math.abs(band.wavelength_nm - nm) < 0.5 && band.name).map((band) => band.name);
+  return [...new Set(names)].join(", ");
+}
+
+function sunlightTable(sunlight, cameras) {
   const models = { fit: "fitted to the readings of this flight", physical: "clear-sky model, not measured", given: "given by the user" };
-  return table([["Wavelength"], ["Direct part of the light", true], ["Standard error", true], ["Where from"]], sunlight.map((band) => [
-    `${number(band.wavelength_nm)} nm`,
-    percent(band.fraction),
-    finite(band.standard_error) ? `± ${(100 * band.standard_error).toLocaleString("en", { maximumSignificantDigits: 2 })} %` : "not known",
+  const ordered = [...sunlight].sort((a, b) => a.wavelength_nm - b.wavelength_nm);
+  return table([["Band"], ["Direct part of the light", true], ["Standard error", true], ["Where from"]], ordered.map((band) => [
+    [bandAt(band.wavelength_nm, cameras), `${number(band.wavelength_nm)} nm`].filter(Boolean).join(", "),
+    finite(band.fraction) ? `${(100 * band.fraction).toFixed(1)} %` : "–",
+    finite(band.standard_error) ? `± ${(100 * band.standard_error).toFixed(2)} points` : "not known",
     models[band.model] || band.model || "not known",
-  ]), "The part of the irradiance that comes straight from the sun; the rest comes from the sky.");
+  ]), "The part of the irradiance that comes straight from the sun; the rest comes from the sky. Errors are in percentage points.");
 }
 
 function maskedTable(cameras) {
   const measured = cameras.filter((camera) => finite(camera.masked_share));
-  const most = Math.max(...measured.map((camera) => camera.masked_share), 1e-9);
-  return table([["Camera"], ["Masked share", true], [""], ["Most in one image"]], measured.map((camera) => {
-    const bar = el("b", {});
-    bar.style.width = `${(100 * camera.masked_share) / most}%`;
-    return [
-      camera.name || camera.id,
-      percent(camera.masked_share),
-      el("span", { class: "meter", "aria-hidden": "true" }, bar),
-      camera.worst_masked && camera.worst_masked.share > 0
-        ? [percent(camera.worst_masked.share), small(camera.worst_masked.file)] : "none masked",
-    ];
+  return table([["Camera"], ["Masked share", true], ["Most in one image", true], ["That image"]], measured.map((camera) => {
+    const worst = camera.worst_masked && camera.worst_masked.share > 0 ? camera.worst_masked : null;
+    return [camera.name || camera.id, percent(camera.masked_share), worst ? percent(worst.share) : "none", worst ? worst.file : ""];
   }));
 }
 
