@@ -43,7 +43,7 @@ function mapChart(frame, map, valueName, words) {
           pointStyle: (c) => (c.dataIndex === 0 ? "triangle" : c.dataIndex === last ? "rect" : "circle"),
           pointBackgroundColor: map.value.map((v) => (finite(v) ? rampColor(share(v)) : color("raw"))),
           pointBorderColor: (c) => color(ends(c.dataIndex, last) ? "ink" : "muted"),
-          pointBorderWidth: (c) => (ends(c.dataIndex, last) ? 2 : 1),
+          pointBorderWidth: (c) => (ends(c.dataIndex, last) ? 2 : radius > 3 ? 1 : 0),
         }],
       },
       options: {

@@ -106,21 +106,23 @@ function curveFigure(lines, title, unit, words, yOptions) {
   const plot = el("div", { class: "plot" });
   const curves = lines.map((line) => line.curve);
   timeChart(plot, lines, unit, time, `${words}, ${range(extent(curves.flatMap((c) => c.y)))} ${unit}`, yOptions);
-  return el("figure", {}, title ? el("h4", {}, title) : null, lines.length > 1 ? legend(lines) : null, plot, shortened(curves));
+  return el("figure", {}, title ? el("h4", {}, title) : null, lines.length > 1 ? legend(lines) : null, plot);
 }
 
 /** One chart of all curves, which are alike. */
 function curvesChart(curves, title, unit, words, yOptions) {
   const styles = stylesFor(curves);
   const lines = curves.map((curve, i) => ({ curve, style: curves.length > 1 ? styles[i] : { color: "accent", dash: [] }, width: 1.8, name: curve.label }));
-  return curveFigure(lines, title, unit, words, yOptions);
+  const figure = curveFigure(lines, title, unit, words, yOptions);
+  figure.append(...[shortened(curves)].filter(Boolean));
+  return figure;
 }
 
 /** A chart for each curve: drawn into one, curves that jump would hide each other. */
 function curveCharts(curves, unit, words, yOptions) {
   const styles = stylesFor(curves);
   const figures = curves.map((curve, i) => curveFigure([{ curve, style: { color: styles[i].color, dash: [] }, width: 1.5, name: curve.label }], curve.label, unit, words, yOptions));
-  return el("div", { class: curves.length > 1 ? "grid" : "" }, figures);
+  return el("div", {}, el("div", { class: curves.length > 1 ? "grid" : "" }, figures), shortened(curves));
 }
 
 function fillSun() {
