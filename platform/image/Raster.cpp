@@ -296,6 +296,45 @@ BandImage Raster::readBlock(std::uint64_t column,
     return bands;
 }
 
+BandImage Raster::readReduced(std::uint64_t maxWidth) const {
+    if (maxWidth == 0) {
+        throw Error("empty block");
+    }
+    if (m_data->width <= maxWidth) {
+        return read();
+    }
+    const GdalScope gdal;
+    const ErrorScope errors;
+    const auto width = static_cast<int>(maxWidth);
+    const auto height = static_cast<int>(std::max<std::uint64_t>(
+        1, (m_data->height * maxWidth + m_data->width / 2) / m_data->width));
+    GDALRasterIOExtraArg averaged;
+    INIT_RASTERIO_EXTRA_ARG(averaged);
+    averaged.eResampleAlg = GRIORA_Average;
+    BandImage bands(m_data->bands);
+    for (std::size_t b = 0; b < bands.size(); ++b) {
+        bands[b].resize(height, width);
+        const CPLErr result =
+            GDALRasterIOEx(GDALGetRasterBand(m_data->dataset.get(), static_cast<int>(b) + 1),
+                           GF_Read,
+                           0,
+                           0,
+                           static_cast<int>(m_data->width),
+                           static_cast<int>(m_data->height),
+                           bands[b].data(),
+                           width,
+                           height,
+                           GDT_Float32,
+                           0,
+                           0,
+                           &averaged);
+        if (result != CE_None || errors.failed()) {
+            throw Error(errors.reason(m_data->path, "the pixels cannot be read"));
+        }
+    }
+    return bands;
+}
+
 void writeFloatRaster(const std::string& path,
                       const BandImage& bands,
                       const WriteOptions& options) {

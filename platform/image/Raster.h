@@ -49,6 +49,11 @@ public:
                                       std::uint64_t blockWidth,
                                       std::uint64_t blockHeight) const;
 
+    /// All bands, reduced to at most maxWidth columns by averaging over areas, the shape kept.
+    /// Pixels that the file states as no-data do not take part; where all are, so is the result.
+    /// @throws Error when maxWidth is 0 or the pixels cannot be read in full.
+    [[nodiscard]] BandImage readReduced(std::uint64_t maxWidth) const;
+
 private:
     struct Data;
     explicit Raster(std::unique_ptr<Data> data);

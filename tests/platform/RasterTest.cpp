@@ -1,6 +1,7 @@
 #include "platform/image/Raster.h"
 
 #include "platform/image/PendingFile.h"
+#include "platform/image/Png.h"
 #include "support/Support.h"
 
 #include <gtest/gtest.h>
@@ -72,6 +73,21 @@ struct DamageCase {
     const char* reason; ///< its beginning
 };
 
+TEST(Raster, reducingAveragesWhatIsNoNoData) {
+    const TemporaryFolder folder;
+    constexpr float kNone = -10000.0F;
+    WriteOptions options;
+    options.noData = kNone;
+    writeFloatRaster(
+        folder.file("a.tif"),
+        {test::band(2, 6, {1, 3, kNone, kNone, kNone, 7, 5, 7, kNone, kNone, kNone, kNone})},
+        options);
+    const Raster raster = Raster::open(folder.file("a.tif"));
+    EXPECT_EQ(raster.readReduced(3).at(0), test::band(1, 3, {4, kNone, 7}));
+    EXPECT_EQ(raster.readReduced(6).at(0), raster.read().at(0));
+    EXPECT_EQ(raster.readReduced(1).at(0).rows(), 1); // never none
+}
+
 TEST(Raster, damagedFilesAreRefusedWithAReason) {
     const TemporaryFolder folder;
     writeUInt16Raster(folder.file("whole.tif"), {test::ramp(64, 64)});
@@ -111,6 +127,20 @@ TEST(Raster, whatCannotBeWrittenLeavesNoFile) {
                   [&] { writeFloatRaster(folder.file("no/such/folder.tif"), {test::ramp(2, 2)}); }),
               "no error");
     EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+}
+
+TEST(Png, isOfTheSizeOfItsChannels) {
+    ByteMatrix grey(2, 3);
+    grey << 0, 1, 2, 253, 254, 255;
+    const std::string bytes = encodePng({grey});
+    EXPECT_EQ(bytes.substr(1, 3), "PNG");
+    EXPECT_EQ(bytes.substr(16, 8), std::string("\0\0\0\3\0\0\0\2", 8)); // columns, rows
+    EXPECT_NE(bytes, encodePng({grey.reverse()}));
+    EXPECT_NE(test::messageOf<Error>([] { (void)encodePng({}); }), "no error");
+    EXPECT_NE(test::messageOf<Error>([&] {
+                  (void)encodePng({grey, grey.transpose()});
+              }),
+              "no error");
 }
 
 TEST(PendingFile, appearsWholeOrNotAtAll) {

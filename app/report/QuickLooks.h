@@ -1,0 +1,25 @@
+#pragma once
+
+#include "report/Curves.h"
+#include "report/RunFiles.h"
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+#include <vector>
+
+namespace tessik::app::report {
+
+/// A data: URI of these bytes of a PNG file.
+std::string pngUri(const std::string& bytes);
+
+/// Small pictures of each band of each camera: the same captures, spread over the flight, raw and
+/// corrected, each row on one grey scale. So the drift of the light is seen, and seen to go.
+/// One object a band: "label", "tiles" [{"time_unix", "file", "before", "after"}] with data: URIs
+/// or null, "before_scale" and "after_scale" [black, white] or null. An image that cannot be read
+/// is a null.
+nlohmann::json quickLooks(const RunFiles& run,
+                          const Flight& flight,
+                          const std::vector<std::vector<std::string>>& bandLabels);
+
+} // namespace tessik::app::report

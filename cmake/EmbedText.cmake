@@ -1,0 +1,27 @@
+# Writes a C++ source that defines one std::string_view for each text file.
+#   cmake -DOUTPUT=x.cpp -DHEADER=x.h -DNAMESPACE=a::b "-DTEXTS=kName=file|kName=file*file" -P EmbedText.cmake
+# Files joined by * become one text, one after another.
+function(append_text name files)
+  set(literals "")
+  string(REPLACE "*" ";" files "${files}")
+  foreach(file IN LISTS files)
+    file(READ "${file}" text)
+    string(FIND "${text}" ")embedded\"" clash)
+    if(NOT clash EQUAL -1)
+      message(FATAL_ERROR "${file} holds the mark that ends a literal")
+    endif()
+    string(APPEND literals "\n    R\"embedded(${text})embedded\"")
+  endforeach()
+  file(APPEND "${OUTPUT}" "const std::string_view ${name} = ${literals};\n")
+endfunction()
+
+file(WRITE "${OUTPUT}" "#include \"${HEADER}\"\n\nnamespace ${NAMESPACE} {\n")
+string(REPLACE "|" ";" TEXTS "${TEXTS}")
+foreach(entry IN LISTS TEXTS)
+  string(FIND "${entry}" "=" split)
+  string(SUBSTRING "${entry}" 0 ${split} name)
+  math(EXPR split "${split} + 1")
+  string(SUBSTRING "${entry}" ${split} -1 files)
+  append_text("${name}" "${files}")
+endforeach()
+file(APPEND "${OUTPUT}" "} // namespace ${NAMESPACE}\n")
