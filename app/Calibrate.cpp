@@ -82,6 +82,9 @@ void print(const MeasuredTarget& found, const InputImage& image, radiometry::Cor
                 found.isUsed ? "" : ", not used: ",
                 found.isUsed ? "" : found.remark.toUtf8().data());
     for (std::size_t b = 0; b < found.mean.size(); ++b) {
+        if (!(found.mean[b] > 0.0)) {
+            continue; // no pixel is valid: the remark says so
+        }
         const auto makers = makersReflectance(image, b, found.mean[b], type);
         std::printf("    %-10s reflectance %6.4f  mean %10.5g  spread %5.2f %%  invalid %5.2f %%  "
                     "sensitivity %10.6g%s\n",
