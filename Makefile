@@ -1,5 +1,5 @@
 # Thin front door: each target installs what it lacks, builds, and runs.
-.PHONY: build demo check check-sanitize check-threads lint bench format install clean
+.PHONY: build demo check check-sanitize check-threads lint bench format install package clean
 
 PREFIX ?= /usr/local
 
@@ -46,6 +46,14 @@ format:
 
 install: build
 	cmake --install build/release --prefix $(PREFIX)
+
+# A Debian package, in out/.
+package: CMAKE_ARGS = -DRADIOMETRY_BUILD_TESTS=OFF -DRADIOMETRY_BUILD_BENCH=OFF
+package: build
+	scripts/install-deps package
+	cpack --config build/release/CPackConfig.cmake -G DEB -B out/package
+	mv out/package/*.deb out/
+	rm -r out/package
 
 clean:
 	rm -rf build out
