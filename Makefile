@@ -1,7 +1,8 @@
 # Thin front door: each target installs what it lacks, builds, and runs.
-.PHONY: build demo check check-sanitize check-threads lint bench format install package clean
+.PHONY: build demo check check-sanitize check-threads fuzz lint bench format install package clean
 
 PREFIX ?= /usr/local
+FUZZ_SECONDS ?= 600
 
 build:
 	scripts/install-deps build
@@ -29,6 +30,13 @@ check-threads:
 	cmake --preset tsan
 	cmake --build --preset tsan --target thread_tests
 	ctest --preset tsan -R Threads
+
+# Each target for FUZZ_SECONDS; what is found stays in out/fuzz.
+fuzz:
+	scripts/install-deps build fuzz
+	cmake --preset fuzz
+	cmake --build --preset fuzz
+	fuzz/run build/fuzz out/fuzz $(FUZZ_SECONDS)
 
 lint:
 	scripts/install-deps build check lint bench
