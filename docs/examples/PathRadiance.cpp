@@ -2,9 +2,10 @@
 
 #include <radiometry/Consistency.h>
 
-using namespace tessik;
-
 namespace example {
+
+namespace radiometry = tessik::radiometry;
+using tessik::BandImage;
 
 void PathRadiance::useData(const radiometry::datasource::UserSettings& source) {
     m_isWanted = doAnyCorrection(source.settings().correctionType);
