@@ -10,7 +10,12 @@ function emit(name, text,    words, n, i, value, note, choices, range, fallback)
     value = ""
     for (i = 2; i <= n; ++i) value = value (i > 2 ? " " : "") words[i]
     note = ""
-    if (sub(/ ?REQUIRED$/, "", value)) note = "required"
+    if (match(value, / ?(Needs|Excludes): .*/)) {
+        note = substr(value, RSTART, RLENGTH)
+        value = substr(value, 1, RSTART - 1)
+        sub(/^ /, "", note); sub(/Needs:/, "needs", note); sub(/Excludes:/, "excludes", note)
+    }
+    if (sub(/ ?REQUIRED$/, "", value)) note = "required" (note == "" ? "" : "; ") note
     if (match(value, /=[^=]*$/) && value !~ /\{/) {
         fallback = substr(value, RSTART + 1)
         value = substr(value, 1, RSTART - 1)
@@ -38,10 +43,13 @@ function flush() {
     line = ""; description = ""
 }
 /^Positionals:/ { flush(); kind = "positional"; next }
-/^Options:|^\[Option Group/ { flush(); kind = "option"; next }
+/^Options:/ { flush(); kind = "option"; next }
+/^\[Option Group/ { flush(); kind = "option"; isGroup = 1; next }
 /^Subcommands:/ { flush(); kind = "command"; next }
 /^[^ ]/ { flush(); kind = ""; next }
-kind == "" || /^ *$/ { next }
+/^ *$/ { isGroup = 0; next }
+kind == "" || /^  Options:$/ { next }
+isGroup { $0 = substr($0, 3) } # a group's options are indented further
 /^                              / { description = description " " substr($0, 31); next }
 { flush(); line = $0 }
 END { flush() }
