@@ -1,7 +1,8 @@
 # Thin front door: each target installs what it lacks, builds, and runs.
-.PHONY: build demo check check-sanitize check-threads lint bench format install clean
+.PHONY: build demo check check-sanitize check-threads fuzz lint bench format install package clean
 
 PREFIX ?= /usr/local
+FUZZ_SECONDS ?= 600
 
 build:
 	scripts/install-deps build
@@ -30,6 +31,13 @@ check-threads:
 	cmake --build --preset tsan --target thread_tests
 	ctest --preset tsan -R Threads
 
+# Each target for FUZZ_SECONDS; what is found stays in out/fuzz.
+fuzz:
+	scripts/install-deps build fuzz
+	cmake --preset fuzz
+	cmake --build --preset fuzz
+	fuzz/run build/fuzz out/fuzz $(FUZZ_SECONDS)
+
 lint:
 	scripts/install-deps build check lint bench
 	scripts/lint
@@ -46,6 +54,14 @@ format:
 
 install: build
 	cmake --install build/release --prefix $(PREFIX)
+
+# A Debian package, in out/.
+package: CMAKE_ARGS = -DRADIOMETRY_BUILD_TESTS=OFF -DRADIOMETRY_BUILD_BENCH=OFF
+package: build
+	scripts/install-deps package
+	cpack --config build/release/CPackConfig.cmake -G DEB -B out/package
+	mv out/package/*.deb out/
+	rm -r out/package
 
 clean:
 	rm -rf build out

@@ -36,7 +36,7 @@ void addInputs(CLI::App& command, std::vector<std::string>& inputs) {
 void addJobs(CLI::App& command, int& jobs) {
     command.add_option("-j,--jobs", jobs, "Images worked on at a time")
         ->check(CLI::Range(1, 1024))
-        ->capture_default_str();
+        ->default_str("processors"); // not their number here: manual pages are made from this
 }
 
 void addUtcOffset(CLI::App& command, tessik::exif::ReadOptions& options) {

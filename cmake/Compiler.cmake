@@ -4,7 +4,9 @@ target_compile_options(radiometry_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror
   # Arithmetic stays IEEE: sqrt need not set errno and no floating-point exception is ever trapped,
   # which lets loops vectorise without changing a value; contraction would change values by machine.
-  -fno-math-errno -fno-trapping-math -ffp-contract=off)
+  -fno-math-errno -fno-trapping-math -ffp-contract=off
+  # No path of the building machine in what is installed.
+  -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
 set(CMAKE_CXX_FLAGS_RELEASE "-O3 -DNDEBUG")
 if(RADIOMETRY_SANITIZE)
   add_compile_options(-fsanitize=${RADIOMETRY_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)

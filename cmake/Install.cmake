@@ -1,0 +1,21 @@
+# What other projects find an installed tree by. All paths are relative: a tree may be moved.
+include(CMakePackageConfigHelpers)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/radiometry)
+file(RELATIVE_PATH RADIOMETRY_PREFIX_FROM_PC /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+string(REGEX REPLACE "/$" "" RADIOMETRY_PREFIX_FROM_PC ${RADIOMETRY_PREFIX_FROM_PC})
+
+configure_package_config_file(
+  ${CMAKE_CURRENT_LIST_DIR}/radiometryConfig.cmake.in ${PROJECT_BINARY_DIR}/radiometryConfig.cmake
+  INSTALL_DESTINATION ${package_dir})
+# Before 1.0, a minor version may change the interface.
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/radiometryConfigVersion.cmake
+  COMPATIBILITY SameMinorVersion)
+configure_file(${CMAKE_CURRENT_LIST_DIR}/radiometry.pc.in ${PROJECT_BINARY_DIR}/radiometry.pc @ONLY)
+
+set_target_properties(tessik_platform PROPERTIES EXPORT_NAME platform)
+install(EXPORT radiometryTargets NAMESPACE tessik:: DESTINATION ${package_dir})
+install(FILES ${PROJECT_BINARY_DIR}/radiometryConfig.cmake
+              ${PROJECT_BINARY_DIR}/radiometryConfigVersion.cmake
+  DESTINATION ${package_dir})
+install(FILES ${PROJECT_BINARY_DIR}/radiometry.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,0 +1,9 @@
+#pragma once
+
+#include "platform/exif/cameras/Dialects.h"
+
+namespace tessik::exif {
+
+extern const Dialect kExample;
+
+} // namespace tessik::exif

@@ -1,0 +1,92 @@
+#include "ExampleCamera.h"
+#include "PathRadiance.h"
+#include "platform/TagBuilders.h"
+#include "support/Support.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <set>
+
+namespace tessik {
+namespace {
+
+using radiometry::CorrectionType;
+
+BandImage withoutPathRadiance(const test::ImageSetup& setup, CorrectionType type) {
+    BandImage bands = {test::band(1, 3, {0.0F, 100.0F, 350.0F})};
+    radiometry::corrector::Chain chain = radiometry::corrector::create(setup.image.exif);
+    const auto before = std::find_if(chain.begin(), chain.end(), [](const auto& corrector) {
+        return radiometry::corrector::name(*corrector) == "SunSensor";
+    });
+    chain.insert(before, std::make_unique<example::PathRadiance>(std::vector<float>{50.0F}));
+    radiometry::corrector::apply(chain, setup.sources(type), bands, {0, 0});
+    return bands;
+}
+
+TEST(ExampleCorrector, actsInAChainWhereItWasPut) {
+    ExifInfo exif = test::plainExif(3, 1);
+    exif.exposureTime = 0.5; // the camera's factor is 1 / 0.5
+    exif.sunIrradiance = {10.0};
+    const test::ImageSetup setup(exif);
+    const BandMatrix corrected =
+        withoutPathRadiance(setup, CorrectionType::CameraAndSunIrradiance)[0];
+    EXPECT_EQ(corrected, test::band(1, 3, {radiometry::kNoData, 15.0F, 65.0F}));
+    const BandMatrix asStored = withoutPathRadiance(setup, CorrectionType::NoCorrection)[0];
+    EXPECT_EQ(asStored, test::band(1, 3, {radiometry::kNoData, 100.0F, 350.0F}));
+}
+
+TEST(ExampleCamera, isReadOrMarkedAsNotToBeCorrected) {
+    for (const auto& [gain, indicator] :
+         {std::pair{"2.5", ExifInfo::kIndicatorNotStated}, {"0", 0U}, {"", 0U}}) {
+        const exif::TagFile file =
+            test::tagFile({{"Exif.Image.Make", {"Example"}}, {"Xmp.Example.Gain", {gain}}});
+        ASSERT_TRUE(exif::kExample.matches(file.tags));
+        exif::ImageMetadata metadata;
+        exif::kExample.read(file.tags, metadata);
+        EXPECT_EQ(metadata.exif.radiometricIndicator, indicator) << gain;
+        EXPECT_EQ(metadata.exif.sensitivity.empty(), indicator == 0) << gain;
+    }
+    EXPECT_FALSE(exif::kExample.matches(test::tagFile({}).tags));
+}
+
+std::vector<std::string> linesOf(const std::filesystem::path& path) {
+    std::ifstream file(path);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(file, line);) {
+        line.erase(0, line.find_first_not_of(' '));
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+TEST(Guides, showCodeThatIsCompiled) {
+    const std::filesystem::path sources = RADIOMETRY_SOURCE_DIR;
+    std::set<std::string> compiled;
+    for (const char* file : {"docs/examples/PathRadiance.h",
+                             "docs/examples/PathRadiance.cpp",
+                             "docs/examples/ExampleCamera.cpp",
+                             "tests/docs/ExamplesTest.cpp"}) {
+        for (const std::string& line : linesOf(sources / file)) {
+            compiled.insert(line);
+        }
+    }
+    for (const char* guide : {"docs/adding-a-corrector.md", "docs/adding-a-camera.md"}) {
+        bool isCode = false;
+        int checked = 0;
+        for (const std::string& line : linesOf(sources / guide)) {
+            if (line.rfind("```", 0) == 0) {
+                isCode = line == "```cpp";
+            } else if (isCode) {
+                EXPECT_EQ(compiled.count(line), 1U) << guide << ": " << line;
+                ++checked;
+            }
+        }
+        EXPECT_GT(checked, 10) << guide;
+    }
+}
+
+} // namespace
+} // namespace tessik
