@@ -7,6 +7,7 @@
 #include "KnownReflectance.h"
 #include "MakerConstant.h"
 #include "SensitivityFile.h"
+#include "TargetPictures.h"
 #include "platform/exif/Tags.h"
 #include "radiometry/TargetCalibration.h"
 
@@ -53,7 +54,10 @@ measure(const Flight& flight, const Project& project, const CalibrateOptions& op
     const KnownReflectance known(options);
     known.verify(flight.images);
     radiometry::TargetCalibrationRequest request =
-        targetRequest(flight, project, options.region.empty() ? target::targetDetectors() : stated);
+        targetRequest(flight,
+                      project,
+                      project.settings,
+                      options.region.empty() ? target::targetDetectors() : stated);
     request.useAllImages = true;
     request.knownReflectance = [&known](const InputImage& image,
                                         const target::DetectedTarget& found) {
@@ -213,7 +217,12 @@ int calibrate(const CalibrateOptions& options) {
     const TargetCalibration result = measure(flight, project, options);
     print(result, flight, project);
     failed += sayFailures(result, flight);
-    const SensitivityFile file = sensitivityFile(result, flight, project);
+    SensitivityFile file = sensitivityFile(result, flight, project);
+    if (!options.pictures.empty()) {
+        for (CameraSensitivity& camera : file.cameras) {
+            drawTargets(options.pictures, {}, camera.targets);
+        }
+    }
     if (file.cameras.empty()) {
         return NothingDone;
     }

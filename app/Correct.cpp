@@ -6,6 +6,7 @@
 #include "Output.h"
 #include "Progress.h"
 #include "Records.h"
+#include "Report.h"
 #include "platform/image/Raster.h"
 
 #include <malloc.h>
@@ -21,6 +22,8 @@ namespace tessik::app {
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr const char* kPlanFile = "plan.json";
 
 struct Summary {
     std::atomic<std::int64_t> done{0};
@@ -149,11 +152,17 @@ bool prepareOutputFolder(const fs::path& folder) {
 
 Plan planFor(const CorrectOptions& options) {
     if (!options.planFile.empty()) {
-        return readPlan(options.planFile);
+        Plan plan = readPlan(options.planFile);
+        const fs::path copy = options.outputFolder / kPlanFile; // what was done is told from there
+        std::error_code ignored;
+        if (options.part.index == 1 && !fs::equivalent(options.planFile, copy, ignored)) {
+            writePlan(plan, copy);
+        }
+        return plan;
     }
     Plan plan = makePlan(options.plan);
     if (!plan.images.empty()) {
-        writePlan(plan, options.outputFolder / "plan.json");
+        writePlan(plan, options.outputFolder / kPlanFile);
     }
     return plan;
 }
@@ -213,6 +222,9 @@ int correct(const CorrectOptions& options) {
                 static_cast<long long>(summary.failed),
                 static_cast<long long>(summary.maskedPixels),
                 static_cast<double>(summary.done) / std::max(elapsed.count(), 1e-9));
+    if (!options.report.empty()) {
+        writeReport(options.outputFolder, options.report);
+    }
     if (Interruptible::isAsked()) {
         sayFailure({}, "interrupted; the same command goes on from here");
         return Interrupted;

@@ -4,6 +4,10 @@
 #include "ImageCorrector.h"
 #include "MakerConstant.h"
 #include "SensitivityFile.h"
+#include "TargetPictures.h"
+
+#include <tbb/parallel_for.h>
+#include <tbb/task_arena.h>
 
 #include <algorithm>
 #include <memory>
@@ -18,22 +22,42 @@ const InputImage& firstImageOf(std::uint64_t cameraId, const Flight& flight) {
         });
 }
 
-void useTargets(const Flight& flight, Plan& plan) {
-    const radiometry::TargetCalibration result = radiometry::calibrateFromTargets(
-        targetRequest(flight, plan.project, target::targetDetectors()));
-    for (PlannedCamera& camera : plan.cameras) {
-        const auto found = result.cameras.find(camera.id);
-        if (found != result.cameras.end() && !found->second.sensitivity.empty()) {
+/// Camera by camera, so that cameras are looked at in parallel.
+std::vector<radiometry::TargetCalibration>
+calibrateCameras(const Flight& flight, const Plan& plan, int jobs) {
+    std::vector<radiometry::TargetCalibration> results(plan.cameras.size());
+    tbb::task_arena arena(jobs);
+    arena.execute([&] {
+        tbb::parallel_for(std::size_t{0}, results.size(), [&](std::size_t i) {
+            const std::uint64_t id = plan.cameras[i].id;
+            const SettingsByCamera settings = {{id, plan.project.settings.at(id)}};
+            results[i] = radiometry::calibrateFromTargets(
+                targetRequest(flight, plan.project, settings, target::targetDetectors()));
+        });
+    });
+    return results;
+}
+
+void useTargets(const Flight& flight, const PlanOptions& options, Plan& plan) {
+    const std::vector<radiometry::TargetCalibration> results =
+        calibrateCameras(flight, plan, options.jobs);
+    for (std::size_t i = 0; i < results.size(); ++i) {
+        PlannedCamera& camera = plan.cameras[i];
+        const auto found = results[i].cameras.find(camera.id);
+        if (found != results[i].cameras.end() && !found->second.sensitivity.empty()) {
             plan.project.sensitivities[camera.id] = found->second.sensitivity;
             camera.sensitivitySource = {"target", found->second.source.toStdString()};
         }
-    }
-    for (const radiometry::MeasuredTarget& target : result.targets) {
-        if (!target.isUsed) {
-            sayWarning(target.imagePath.toStdString(),
-                       "target not used: " + target.remark.toStdString());
+        for (const radiometry::MeasuredTarget& target : results[i].targets) {
+            if (!target.isUsed) {
+                sayWarning(target.imagePath.toStdString(),
+                           "target not used: " + target.remark.toStdString());
+            }
+            plan.targets.push_back({target, {}});
         }
-        plan.targets.push_back({target, {}});
+    }
+    if (!options.pictures.empty()) {
+        drawTargets(options.pictures, options.pictures.parent_path(), plan.targets);
     }
 }
 
@@ -81,11 +105,12 @@ void useMakerConstants(const Flight& flight, Plan& plan) {
 radiometry::TargetCalibrationRequest
 targetRequest(const Flight& flight,
               const Project& project,
+              const SettingsByCamera& settings,
               const std::vector<std::unique_ptr<target::ITargetDetector>>& detectors) {
     radiometry::TargetCalibrationRequest request{flight.images,
                                                  flight.cameras,
                                                  project.coordinateSystems,
-                                                 project.settings,
+                                                 settings,
                                                  project.sunlight.fractions,
                                                  project.sequoiaModels,
                                                  detectors};
@@ -96,6 +121,7 @@ targetRequest(const Flight& flight,
             throw Refusal(project.sunlightFailure);
         }
     };
+    request.isMarked = [](const InputImage& image) { return image.exif.recordedTarget.isTarget; };
     return request;
 }
 
@@ -107,7 +133,7 @@ void decideSensitivity(const Flight& flight, const PlanOptions& options, Plan& p
         useFile(flight, options.targets, plan);
         return;
     }
-    useTargets(flight, plan);
+    useTargets(flight, options, plan);
     useMakerConstants(flight, plan);
 }
 

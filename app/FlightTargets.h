@@ -7,9 +7,11 @@ namespace tessik::app {
 
 /// A request for the calibration of a flight, which refers to its arguments. Images are completed
 /// from their pixels, and refused where they must not be corrected.
+/// @param settings of the cameras that are to be calibrated
 radiometry::TargetCalibrationRequest
 targetRequest(const Flight& flight,
               const Project& project,
+              const SettingsByCamera& settings,
               const std::vector<std::unique_ptr<target::ITargetDetector>>& detectors);
 
 /// The sensitivity of each camera, by what the user asked for: targets in the images, a file, or

@@ -169,6 +169,8 @@ Action addCorrect(CLI::App& cli) {
                     options->creationOptions,
                     "GeoTIFF creation option NAME=VALUE (COMPRESS, PREDICTOR, TILED, BIGTIFF)")
         ->allow_extra_args(false);
+    command.add_option(
+        "--report", options->report, "Page (.html) to write: light, pictures, targets, problems");
     return [options] {
         if (options->planFile.empty() && options->plan.inputs.empty()) {
             throw std::runtime_error("correct: no INPUT and no --plan");
@@ -287,6 +289,9 @@ Action addCalibrate(CLI::App& cli) {
         },
         "\"x,y x,y x,y ..\": corners of the target in each image, px; the default is to find it");
     command.add_option("-o,--output", options->output, "File to write, for correct --sensitivity");
+    command.add_option("--pictures",
+                       options->pictures,
+                       "Folder for a picture (PNG) of each target: the image, what was measured");
     addProject(command, options->project);
     addJobs(command, options->jobs);
     addUtcOffset(command, options->metadata);
