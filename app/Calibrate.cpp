@@ -5,6 +5,7 @@
 #include "ImageCorrector.h"
 #include "KnownReflectance.h"
 #include "SensitivityFile.h"
+#include "TargetPictures.h"
 #include "platform/exif/Predicates.h"
 #include "platform/exif/Tags.h"
 #include "radiometry/ExposureMetadata.h"
@@ -169,8 +170,10 @@ std::size_t sayFailures(const TargetCalibration& result, const Flight& flight) {
     return count;
 }
 
-SensitivityFile
-sensitivityFile(const TargetCalibration& result, const Flight& flight, const Project& project) {
+SensitivityFile sensitivityFile(const TargetCalibration& result,
+                                const std::vector<std::string>& pictures,
+                                const Flight& flight,
+                                const Project& project) {
     SensitivityFile file;
     for (const auto& [id, camera] : result.cameras) {
         if (camera.sensitivity.empty()) {
@@ -182,9 +185,9 @@ sensitivityFile(const TargetCalibration& result, const Flight& flight, const Pro
         entry.type = project.settings.at(id).correctionType;
         entry.sensitivity = camera.sensitivity;
         entry.source = camera.source.toStdString();
-        for (const MeasuredTarget& target : result.targets) {
-            if (target.cameraId == id) {
-                entry.targets.push_back({target, {}});
+        for (std::size_t i = 0; i < result.targets.size(); ++i) {
+            if (result.targets[i].cameraId == id) {
+                entry.targets.push_back({result.targets[i], pictures[i]});
             }
         }
         file.cameras.push_back(std::move(entry));
@@ -239,7 +242,8 @@ int calibrate(const CalibrateOptions& options) {
     const TargetCalibration result = measure(flight, project, options);
     print(result, flight, project);
     failed += sayFailures(result, flight);
-    const SensitivityFile file = sensitivityFile(result, flight, project);
+    const std::vector<std::string> pictures = drawTargets(result.targets, options.pictures);
+    const SensitivityFile file = sensitivityFile(result, pictures, flight, project);
     if (file.cameras.empty()) {
         return NothingDone;
     }

@@ -25,8 +25,9 @@ struct CalibrateOptions {
     std::vector<BandReflectance> reflectance;
     /// The target whose reflectance is stored; absent = the one that is found.
     std::optional<TargetName> target;
-    image::Ring region;           ///< empty = the target is looked for
-    std::filesystem::path output; ///< sensitivity file to write; empty = none
+    image::Ring region;             ///< empty = the target is looked for
+    std::filesystem::path output;   ///< sensitivity file to write; empty = none
+    std::filesystem::path pictures; ///< folder for pictures of the targets; empty = none
     int jobs = 1;
 };
 

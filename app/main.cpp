@@ -232,6 +232,7 @@ Action addCalibrate(CLI::App& cli) {
         },
         "\"x,y x,y x,y ..\": corners of the target in each image, px; the default is to find it");
     command.add_option("-o,--output", options->output, "File to write, for correct --sensitivity");
+    command.add_option("--pictures", options->pictures, "Folder for a picture of each target");
     addProject(command, options->project);
     addJobs(command, options->jobs);
     addUtcOffset(command, options->metadata);

@@ -28,7 +28,7 @@ struct ProjectCoordinateSystems;
 /// The sensitivity of each camera of a project, from the reflectance targets in its images.
 ///
 /// Targets are photographed before the flight, after it, or both. So the images looked into are the
-/// first and last ones of each camera, and those that their metadata mark as taken of a target; a
+/// first and last ones of each camera, and those that the camera marked as taken of a target; a
 /// flight may have thousands of images, of which no other is opened.
 ///
 /// In each of them the detectors are asked in turn; the first that finds a target decides. The
@@ -123,8 +123,6 @@ struct TargetCalibrationRequest {
     bool useAllImages = false;
     /// How many of the first, and of the last, images of a camera are looked into.
     std::size_t imagesPerEnd = 1;
-    /// The metadata say that an image was taken of a target. Empty = none do.
-    std::function<bool(const InputImage&)> isMarked{};
     /// Called with each candidate before it is opened: completes its metadata, or throws where the
     /// image must not be corrected. May be empty.
     std::function<void(InputImage&)> prepare{};

@@ -23,6 +23,15 @@ struct MicaSenseRedEdge3kModelData {
     double k2 = std::numeric_limits<double>::quiet_NaN(); ///< 1 per row
 };
 
+/// What a camera that finds reflectance targets itself says of its image.
+struct RecordedTarget {
+    bool isTarget = false; ///< the image was taken of a target
+    /// Corners of the target, px, from the centre of the first pixel; empty = not stated.
+    std::vector<Eigen::Vector2d> corners;
+    /// Reflectance of the target, one value a band, as stated; empty = not stated.
+    std::vector<double> reflectance;
+};
+
 /// What an image's metadata says, in this system's units. Per-band lists are in band order.
 struct ExifInfo {
     // Identity
@@ -70,12 +79,12 @@ struct ExifInfo {
     MicaSenseRedEdge3kModelData micaSense3kModel;
     /// Airinov multiSPEC 4C: samples are already normalised for exposure.
     bool isAirinovMultispec4C = false;
+    /// The pixels are corrected already (by the camera or by this system).
+    bool isNormalized = false;
     /// 1 = raw values that may be corrected; any other stated value = leave them alone;
     /// all ones = not stated.
     std::uint32_t radiometricIndicator = kIndicatorNotStated;
     static constexpr std::uint32_t kIndicatorNotStated = 0xFFFFFFFFU;
-    /// The pixels are corrected already (by the camera or by this system).
-    bool isNormalized = false;
     /// Degrees Celsius; absent = not stated.
     std::optional<double> sensorTemperature;
 
@@ -90,6 +99,8 @@ struct ExifInfo {
 
     /// The camera's own (yaw, pitch, roll), degrees; absent = not stated.
     std::optional<Eigen::Vector3d> cameraYawPitchRoll;
+
+    RecordedTarget recordedTarget;
 };
 
 } // namespace tessik

@@ -196,6 +196,61 @@ TEST(CommonTags, aWildNumberOfBandsAllocatesNothing) {
     EXPECT_TRUE(exif.darkLevels.empty() && exif.colorConversionMatrix.size() == 0);
 }
 
+struct TargetCase {
+    const char* what;
+    TagList tags;
+    int bandCount;
+    bool isTarget;
+    std::vector<double> corners; ///< x, y, x, y, ...
+    std::vector<double> reflectance;
+    bool warns;
+};
+
+TEST(CommonTags, theTargetThatTheCameraFoundIsReadAsStated) {
+    const std::string picture = "Xmp.Camera.CalibrationPicture";
+    const std::string area = "Xmp.Camera.ReflectArea";
+    const std::string albedo = "Xmp.Camera.Albedo";
+    const TagList parrot = {{"Exif.Image.Make", {"Parrot"}}, {"Exif.Image.Model", {"Sequoia"}}};
+    const auto sequoia = [&](const char* number) {
+        TagList tags = parrot;
+        tags.push_back({picture, {number}});
+        return tags;
+    };
+    const TargetCase cases[] = {
+        {"nothing said", {}, 1, false, {}, {}, false},
+        {"no target", {{picture, {"0"}}}, 1, false, {}, {}, false},
+        {"1 of others", {{picture, {"1"}}}, 1, false, {}, {}, false},
+        {"1 of a Sequoia", sequoia("1"), 1, true, {}, {}, false},
+        {"2 of a Sequoia", sequoia("2"), 1, true, {}, {}, false},
+        {"0 of a Sequoia", sequoia("0"), 1, false, {}, {}, false},
+        {"items",
+         {{picture, {"2"}}, {area, {"1,2", "9,2.5", "9,8", "1,8"}}, {albedo, {"0.5"}}},
+         1,
+         true,
+         {1, 2, 9, 2.5, 9, 8, 1, 8},
+         {0.5},
+         false},
+        {"one text", {{area, {"1,2, 9,2, 9,8"}}}, 1, false, {1, 2, 9, 2, 9, 8}, {}, false},
+        {"two bands", {{albedo, {"0.5,0.6"}}}, 2, false, {}, {0.5, 0.6}, false},
+        {"odd corners", {{area, {"1,2,3"}}}, 1, false, {}, {}, true},
+        {"corner at infinity", {{area, {"1,inf"}}}, 1, false, {}, {}, true},
+        {"corners without numbers", {{area, {"left"}}}, 1, false, {}, {}, true},
+        {"one number for two bands", {{albedo, {"0.5"}}}, 2, false, {}, {}, true},
+        {"no number", {{albedo, {"nan"}}}, 1, false, {}, {}, true}};
+    for (const TargetCase& c : cases) {
+        const ImageMetadata read = interpret(tagFile(c.tags, c.bandCount));
+        const RecordedTarget& target = read.exif.recordedTarget;
+        EXPECT_EQ(target.isTarget, c.isTarget) << c.what;
+        std::vector<double> corners;
+        for (const Eigen::Vector2d& corner : target.corners) {
+            corners.insert(corners.end(), {corner.x(), corner.y()});
+        }
+        EXPECT_EQ(corners, c.corners) << c.what;
+        EXPECT_EQ(target.reflectance, c.reflectance) << c.what;
+        EXPECT_EQ(read.warnings.size(), c.warns ? 1U : 0U) << c.what;
+    }
+}
+
 struct LevelledCase {
     const char* what;
     TagList tags;

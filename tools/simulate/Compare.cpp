@@ -74,6 +74,9 @@ std::vector<FileEntry> readManifest(const path& file) {
         }
         std::vector<FileEntry> entries;
         for (const ordered_json& record : manifest.at("files")) {
+            if (record.contains("panel")) {
+                continue;
+            }
             entries.push_back({record.at("file"),
                                record.at("band"),
                                record.at("capture"),
@@ -139,14 +142,14 @@ void add(const FileEntry& entry,
 
 /// Least squares of corrected = scale * truth with weights 1 / sigma^2, sigma proportional to
 /// truth * relative deviation: the weighted mean of the ratios.
-BandResult resultOf(const std::string& band, const BandSums& sums) {
+BandResult resultOf(const std::string& band, const BandSums& sums, Scale scale) {
     BandResult result;
     result.band = band;
     result.pixels = static_cast<std::size_t>(sums.all.count);
     result.expectedMasked = sums.expectedMasked;
     result.masked = sums.masked;
     result.unexpectedMasked = sums.unexpectedMasked;
-    result.scale = sums.weightedX / sums.weight;
+    result.scale = scale == Scale::One ? 1.0 : sums.weightedX / sums.weight;
     result.bias = sums.all.biasPercent(result.scale);
     for (const auto& [number, capture] : sums.captures) {
         const double bias = capture.biasPercent(result.scale);
@@ -182,7 +185,8 @@ const char* toString(Target target) {
 
 } // namespace
 
-std::vector<BandResult> compare(const path& flight, const path& corrected, Target target) {
+std::vector<BandResult>
+compare(const path& flight, const path& corrected, Target target, Scale scale) {
     const path truthFolder = flight / kTruthFolder;
     const std::vector<FileEntry> entries = readManifest(truthFolder / kManifestFile);
     std::vector<std::string> order;
@@ -204,13 +208,18 @@ std::vector<BandResult> compare(const path& flight, const path& corrected, Targe
         if (bands[band].all.count == 0.0) {
             throw Failure(corrected, "band " + band + " has no pixel to compare");
         }
-        results.push_back(resultOf(band, bands[band]));
+        results.push_back(resultOf(band, bands[band], scale));
     }
     return results;
 }
 
-void printTable(std::ostream& stream, const std::vector<BandResult>& results, Target target) {
-    stream << "Against " << toString(target) << ", after one scale a band; errors in %\n";
+void printTable(std::ostream& stream,
+                const std::vector<BandResult>& results,
+                Target target,
+                Scale scale) {
+    stream << "Against " << toString(target)
+           << (scale == Scale::One ? ", as it stands" : ", after one scale a band")
+           << "; errors in %\n";
     stream
         << "band            scale     bias  capture (no.)  level (refl.)      rms predicted  ratio"
            "    masked  expected unexpected\n";
@@ -242,7 +251,10 @@ void printTable(std::ostream& stream, const std::vector<BandResult>& results, Ta
     }
 }
 
-void printJson(std::ostream& stream, const std::vector<BandResult>& results, Target target) {
+void printJson(std::ostream& stream,
+               const std::vector<BandResult>& results,
+               Target target,
+               Scale scale) {
     ordered_json bands = ordered_json::array();
     for (const BandResult& r : results) {
         bands.push_back({{"band", r.band},
@@ -262,8 +274,10 @@ void printJson(std::ostream& stream, const std::vector<BandResult>& results, Tar
                          {"expected_masked", r.expectedMasked},
                          {"unexpected_masked", r.unexpectedMasked}});
     }
-    const ordered_json document = {
-        {"schema_version", 1}, {"against", toString(target)}, {"bands", bands}};
+    const ordered_json document = {{"schema_version", 1},
+                                   {"against", toString(target)},
+                                   {"is_absolute", scale == Scale::One},
+                                   {"bands", bands}};
     stream << document.dump(1) << '\n';
 }
 

@@ -23,11 +23,17 @@ enum class Target {
     Reflectance, ///< the ground's own property: the light corrected too
 };
 
-/// How the corrected images of one band agree with the truth after one scale over all captures, in
-/// percent of the true value.
+/// What turns corrected values into the target.
+enum class Scale {
+    Fitted, ///< one number a band, over all captures
+    One,    ///< they are taken for what they should be
+};
+
+/// How the corrected images of one band agree with the truth after scaling, in percent of the true
+/// value.
 struct BandResult {
     std::string band;
-    double scale = 0.0; ///< corrected value a unit of truth
+    double scale = 0.0; ///< corrected value a unit of truth; 1 unless it is fitted
     double bias = 0.0;  ///< mean error
     double worstCaptureBias = 0.0;
     std::size_t worstCapture = 0;
@@ -44,13 +50,22 @@ struct BandResult {
 };
 
 /// Compares corrected images (float TIFF, no-data value -10000 or NaN) with the truth of a flight.
+/// Captures of a panel take no part: they need not be there, and are not of the scene.
 /// @throws MissingFile, Failure
-std::vector<BandResult>
-compare(const std::filesystem::path& flight, const std::filesystem::path& corrected, Target target);
+std::vector<BandResult> compare(const std::filesystem::path& flight,
+                                const std::filesystem::path& corrected,
+                                Target target,
+                                Scale scale = Scale::Fitted);
 
 /// A table for people.
-void printTable(std::ostream& stream, const std::vector<BandResult>& results, Target target);
+void printTable(std::ostream& stream,
+                const std::vector<BandResult>& results,
+                Target target,
+                Scale scale = Scale::Fitted);
 /// One JSON document.
-void printJson(std::ostream& stream, const std::vector<BandResult>& results, Target target);
+void printJson(std::ostream& stream,
+               const std::vector<BandResult>& results,
+               Target target,
+               Scale scale = Scale::Fitted);
 
 } // namespace tessik::simulate

@@ -35,10 +35,21 @@ Station stationOf(std::uint64_t seed, std::size_t capture, double intervalSecond
     return station;
 }
 
+Station onGround(Station station) {
+    constexpr double kBesideM = 3.0;
+    constexpr double kFlightHeightM = 55.0;
+    constexpr double kArmHeightM = 1.0;
+    station.eastM = -kBesideM;
+    station.northM = -kBesideM;
+    station.belowFlightM = kFlightHeightM - kArmHeightM;
+    station.attitude = {};
+    return station;
+}
+
 GeographicPosition positionOf(const Station& station) {
     return {kLatitude + station.northM / kMetresPerDegree,
             kLongitude + station.eastM / (kMetresPerDegree * kCosineOfLatitude),
-            kAltitudeM};
+            kAltitudeM - station.belowFlightM};
 }
 
 } // namespace tessik::simulate

@@ -13,6 +13,7 @@ class Random;
 struct Station {
     double eastM = 0.0;            ///< from where the flight begins, m
     double northM = 0.0;           ///< from where the flight begins, m
+    double belowFlightM = 0.0;     ///< lower than the flight, m
     std::int64_t microseconds = 0; ///< since the flight's day began, UTC
     Attitude attitude;
 };
@@ -20,6 +21,10 @@ struct Station {
 /// Of all flights: this far in that time.
 inline constexpr double kAdvanceM = 7.3;
 inline constexpr double kAdvanceSeconds = 1.5;
+
+/// At a capture before take-off or after landing: near where the flight begins, the camera held
+/// level over what lies on the ground.
+Station onGround(Station station);
 
 /// The station of a capture: a line to the north at a steady pace, with what wind does to it.
 Station stationOf(std::uint64_t seed, std::size_t capture, double intervalSeconds);

@@ -2,6 +2,7 @@
 
 #include "platform/image/PendingFile.h"
 #include "platform/image/Raster.h"
+#include "simulate/Panel.h"
 #include "simulate/RedEdgeCamera.h"
 #include "simulate/Scene.h"
 #include "simulate/SequoiaCamera.h"
@@ -82,6 +83,33 @@ void checkSize(const path& folder, const FlightOptions& options) {
     }
 }
 
+void checkPanel(const path& folder, const FlightOptions& options) {
+    if (!options.hasPanel) {
+        return;
+    }
+    constexpr std::size_t kFewest = 3;
+    if (options.camera != CameraModel::RedEdge) {
+        throw Failure(folder, "only a RedEdge is flown with a panel");
+    }
+    if (options.captures < kFewest) {
+        throw Failure(folder, "a flight with a panel has at least 3 captures");
+    }
+}
+
+bool showsPanel(const FlightOptions& options, std::size_t capture) {
+    return options.hasPanel && (capture == 0 || capture + 1 == options.captures);
+}
+
+ordered_json panelRecord(const Panel& panel, const PanelView& view, double wavelengthNm) {
+    ordered_json corners = ordered_json::array();
+    for (const Eigen::Vector2d& corner : Panel::surface(view)) {
+        corners.push_back({corner.x(), corner.y()});
+    }
+    return {{"serial", panel.serial()},
+            {"reflectance", Panel::reflectanceAt(wavelengthNm)},
+            {"corners_px", corners}};
+}
+
 std::vector<Station> courseOf(const path& folder, const FlightOptions& options) {
     const auto station = options.sky == Sky::Clear ? surveyStation : stationOf;
     std::vector<Station> course;
@@ -91,6 +119,10 @@ std::vector<Station> courseOf(const path& folder, const FlightOptions& options) 
     }
     if (!course.empty() && course.back().microseconds >= kDayMicroseconds) {
         throw Failure(folder, "the flight would last beyond midnight UTC");
+    }
+    if (options.hasPanel) {
+        course.front() = onGround(course.front());
+        course.back() = onGround(course.back());
     }
     return course;
 }
@@ -186,11 +218,13 @@ void writeManifest(const path& folder,
 void renderFlight(const path& folder, const FlightOptions& options) {
     checkVacant(folder);
     checkSize(folder, options);
+    checkPanel(folder, options);
     const std::unique_ptr<Camera> ownedCamera = makeCamera(options);
     const Camera& camera = *ownedCamera;
     const std::vector<Station> course = courseOf(folder, options);
     prepareFolder(folder);
     const Scene scene(options.seed);
+    const Panel panel(options.seed);
     const std::unique_ptr<const Light> light = lightOf(options, course);
     const std::size_t bandCount = camera.bands().size();
 
@@ -205,6 +239,14 @@ void renderFlight(const path& folder, const FlightOptions& options) {
         const double wavelength = camera.bands()[shot.band].info.wavelengthNm;
         shot.irradiance = light->irradiance(shot.capture, wavelength);
         shot.reading = light->reading(shot.capture, wavelength);
+        if (showsPanel(options, shot.capture)) {
+            const PanelView view =
+                panel.view(shot.capture, shot.band, options.width, options.height);
+            shot.reflectance = panel.reflectance(wavelength, view);
+            records[index] = renderFile(folder, camera, shot, options.hasTruth);
+            records[index]["panel"] = panelRecord(panel, view, wavelength);
+            return;
+        }
         const View view{shot.station.eastM,
                         shot.station.northM,
                         kFootprintWidthM / static_cast<double>(options.width),

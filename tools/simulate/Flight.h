@@ -44,6 +44,7 @@ struct FlightOptions {
     double noise = 1.0;           ///< times the camera's own
     double intervalSeconds = 1.5; ///< from capture to capture; at least 0.1
     Sky sky = Sky::Changing;
+    bool hasPanel = false; ///< the first and last capture show a reflectance panel; RedEdge only
     ClearSky::Options clearSky;
 };
 
@@ -51,8 +52,8 @@ struct FlightOptions {
 /// beside them what they were made from. The same options give the same bytes.
 ///   images/<file>      as the camera stores them
 ///   truth/<file>       two float bands: reflectance, and the relative deviation of the noise
-///   truth/flight.json  light, sensor, exposure and counts of unusable pixels of each file;
-///                      also without the truth's images
+///   truth/flight.json  light, sensor, exposure and counts of unusable pixels of each file, and
+///                      the panel that it shows; also without the truth's images
 ///   calibration/       model file and thermal profile of a Sequoia with measured sensors
 /// @throws Failure
 void renderFlight(const std::filesystem::path& folder, const FlightOptions& options);

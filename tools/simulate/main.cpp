@@ -18,6 +18,7 @@ struct CompareOptions {
     std::string flight;
     std::string corrected;
     Target target = Target::Radiance;
+    Scale scale = Scale::Fitted;
     bool isJson = false;
 };
 
@@ -80,6 +81,9 @@ CLI::App* addFlight(CLI::App& app, std::string& folder, FlightOptions& options, 
     flight->add_option("--noise", options.noise, "Noise, times the camera's own")
         ->check(CLI::Range(0.0, 100.0))
         ->capture_default_str();
+    flight->add_flag("--panel",
+                     options.hasPanel,
+                     "The first and the last capture show a reflectance panel (rededge only)");
     flight->add_option("--interval", options.intervalSeconds, "Seconds from capture to capture")
         ->check(CLI::Range(0.1, 3600.0))
         ->capture_default_str();
@@ -97,8 +101,18 @@ CLI::App* addCompare(CLI::App& app, CompareOptions& options) {
         ->required();
     const std::map<std::string, Target> targets = {{"radiance", Target::Radiance},
                                                    {"reflectance", Target::Reflectance}};
-    compare->add_option("--against", options.target, "radiance (default) or reflectance")
-        ->transform(CLI::CheckedTransformer(targets));
+    auto* against =
+        compare->add_option("--against", options.target, "radiance (default) or reflectance")
+            ->transform(CLI::CheckedTransformer(targets));
+    compare
+        ->add_flag_callback(
+            "--absolute",
+            [&options] {
+                options.target = Target::Reflectance;
+                options.scale = Scale::One;
+            },
+            "Take the values for reflectance as they stand, instead of fitting one scale a band")
+        ->excludes(against);
     compare->add_flag("--json", options.isJson, "Print one JSON document");
     return compare;
 }
@@ -130,8 +144,10 @@ int main(int argc, char** argv) {
         const std::vector<BandResult> results =
             compare(std::filesystem::u8path(compareOptions.flight),
                     std::filesystem::u8path(compareOptions.corrected),
-                    compareOptions.target);
-        (compareOptions.isJson ? printJson : printTable)(std::cout, results, compareOptions.target);
+                    compareOptions.target,
+                    compareOptions.scale);
+        (compareOptions.isJson ? printJson : printTable)(
+            std::cout, results, compareOptions.target, compareOptions.scale);
         return 0;
     } catch (const MissingFile& failure) {
         std::cerr << failure.what() << '\n';

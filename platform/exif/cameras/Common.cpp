@@ -233,6 +233,29 @@ void readColorMatrix(const Tags& tags, ImageMetadata& metadata) {
     metadata.exif.colorConversionMatrix = Eigen::Map<const RowMajor>(values.data(), bands, bands);
 }
 
+/// Corners of the target, and its reflectance: also of an image that is not of a target they are
+/// what the file says.
+void readTarget(const Tags& tags, ImageMetadata& metadata) {
+    constexpr double kOfTarget = 2.0;
+    RecordedTarget& target = metadata.exif.recordedTarget;
+    target.isTarget = tags.xmpNumber("Camera", "CalibrationPicture") == kOfTarget;
+    const std::vector<double> corners = tags.xmpNumbers("Camera", "ReflectArea");
+    if (corners.size() % 2 != 0 || !areFinite(corners) ||
+        isUnreadable(tags, "ReflectArea", corners)) {
+        metadata.warnings.emplace_back("ReflectArea does not hold pairs of numbers; not used");
+    } else {
+        for (std::size_t i = 0; i < corners.size(); i += 2) {
+            target.corners.emplace_back(corners[i], corners[i + 1]);
+        }
+    }
+    const std::vector<double> albedo = tags.xmpNumbers("Camera", "Albedo");
+    if (albedo.size() == metadata.exif.bandCount && areFinite(albedo)) {
+        target.reflectance = albedo;
+    } else if (!albedo.empty() || isUnreadable(tags, "Albedo", albedo)) {
+        metadata.warnings.emplace_back("Albedo does not hold one number a band; not used");
+    }
+}
+
 void readGamma(const Tags& tags, ExifInfo& exif) {
     const std::vector<double> values = tags.xmpNumbers("Camera", "Gamma");
     if (values.empty() || values.size() != 3 * exif.bandCount || !areFinite(values)) {
@@ -343,6 +366,7 @@ void readCommon(const TagFile& file, ImageMetadata& metadata) {
     readBadPixels(tags, metadata);
     readVignetting2D(tags, metadata);
     readColorMatrix(tags, metadata);
+    readTarget(tags, metadata);
     readGamma(tags, exif);
     readIrradiance(tags, exif);
     readPrincipalPoint(tags, exif);

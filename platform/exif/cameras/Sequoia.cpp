@@ -57,8 +57,17 @@ void readSunSensor(const Tags& tags, ImageMetadata& metadata) {
     }
 }
 
+/// Besides 2, which all cameras write.
+void readTarget(const Tags& tags, ExifInfo& exif) {
+    constexpr double kOfTarget = 1.0;
+    if (tags.xmpNumber("Camera", "CalibrationPicture") == kOfTarget) {
+        exif.recordedTarget.isTarget = true;
+    }
+}
+
 void read(const Tags& tags, ImageMetadata& metadata) {
     ExifInfo& exif = metadata.exif;
+    readTarget(tags, exif);
     if (exif.bandCount != 1) {
         return; // the colour camera beside the four
     }

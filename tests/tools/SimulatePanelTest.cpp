@@ -1,0 +1,124 @@
+#include "platform/exif/ExifReader.h"
+#include "platform/image/Raster.h"
+#include "platform/target/TargetDetector.h"
+#include "simulate/Compare.h"
+#include "simulate/Flight.h"
+#include "support/Support.h"
+
+#include <boost/geometry/geometry.hpp>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <fstream>
+
+namespace tessik::simulate {
+namespace {
+
+using nlohmann::json;
+
+using Place = boost::geometry::model::d2::point_xy<double>;
+using Surface = boost::geometry::model::polygon<Place>;
+
+/// A flight of the default size with a panel before and after it.
+class PanelFlight : public testing::Test {
+protected:
+    PanelFlight() {
+        options.captures = 4;
+        options.seed = 3;
+        options.hasPanel = true;
+        renderFlight(flight, options);
+        std::ifstream stream(flight / kTruthFolder / kManifestFile);
+        manifest = json::parse(stream);
+    }
+
+    test::TemporaryFolder folder;
+    std::filesystem::path flight = folder.path() / "flight";
+    FlightOptions options;
+    json manifest;
+};
+
+Surface surfaceOf(const json& panel) {
+    Surface surface;
+    for (const json& corner : panel.at("corners_px")) {
+        boost::geometry::append(surface, Place(corner.at(0), corner.at(1)));
+    }
+    boost::geometry::correct(surface);
+    return surface;
+}
+
+TEST_F(PanelFlight, thePanelIsFoundWhereItIsWithTheReflectanceThatItHas) {
+    for (const json& file : manifest.at("files")) {
+        const std::string name = file.at("file");
+        SCOPED_TRACE(name);
+        const bool isPanel = file.at("capture") == 0 || file.at("capture") == 3;
+        ASSERT_EQ(file.contains("panel"), isPanel);
+        const std::string path = (flight / kImagesFolder / name).string();
+        const InputImage image = exif::inputImage(path, exif::readMetadata(path));
+        const BandImage raw = image::Raster::open(path).read();
+        const target::Detection found = target::targetDetectors().at(1)->find(image, raw);
+        EXPECT_TRUE(found.remarks.empty());
+        ASSERT_EQ(found.targets.size(), isPanel ? 1U : 0U);
+        // On the ground, beside where the flight begins.
+        EXPECT_NEAR(image.geo.position->height, isPanel ? 111.0 : 165.0, 1e-3);
+        if (!isPanel) {
+            continue;
+        }
+        EXPECT_EQ(*image.exif.cameraYawPitchRoll, Eigen::Vector3d::Zero());
+        const json& panel = file.at("panel");
+        const target::DetectedTarget& target = found.targets[0];
+        EXPECT_EQ(target.id.toStdString(), panel.at("serial").get<std::string>());
+        ASSERT_EQ(target.reflectance.size(), 1U);
+        EXPECT_NEAR(target.reflectance[0], panel.at("reflectance").get<double>(), 1e-9);
+        const Surface surface = surfaceOf(panel);
+        for (const image::Point& corner : target.region) {
+            EXPECT_TRUE(boost::geometry::within(Place(corner.x(), corner.y()), surface));
+            // The truth's image agrees with what it says of the panel.
+            const BandImage truth = image::Raster::open(flight / kTruthFolder / name).read();
+            EXPECT_NEAR(static_cast<double>(truth[0](corner.y(), corner.x())),
+                        panel.at("reflectance").get<double>(),
+                        1e-6);
+        }
+    }
+}
+
+TEST_F(PanelFlight, theComparisonLeavesPanelsOutAndCanTakeValuesAsTheyStand) {
+    // Reflectance that is right but for 2 % in one capture; none at all of the panels.
+    const std::filesystem::path corrected = folder.path() / "corrected";
+    std::filesystem::create_directory(corrected);
+    for (const json& file : manifest.at("files")) {
+        if (file.contains("panel")) {
+            continue;
+        }
+        const std::string name = file.at("file");
+        BandImage truth = image::Raster::open(flight / kTruthFolder / name).read();
+        truth[0] *= file.at("capture") == 2 ? 1.02F : 1.0F;
+        image::writeFloatRaster(corrected / name, {truth[0]});
+    }
+    for (const BandResult& result : compare(flight, corrected, Target::Reflectance, Scale::One)) {
+        EXPECT_EQ(result.scale, 1.0);
+        EXPECT_NEAR(result.bias, 1.0, 0.02); // as many pixels in both captures
+        EXPECT_EQ(result.worstCapture, 2U);
+        EXPECT_NEAR(result.worstCaptureBias, 2.0, 1e-3);
+    }
+    const double fitted = compare(flight, corrected, Target::Reflectance).at(0).scale;
+    EXPECT_GT(fitted, 1.001); // the captures weigh as their noise allows
+    EXPECT_LT(fitted, 1.019);
+}
+
+TEST(Simulate, aPanelNeedsARedEdgeAndCapturesBetween) {
+    const test::TemporaryFolder folder;
+    FlightOptions options;
+    options.hasPanel = true;
+    options.captures = 2;
+    const auto refusal = [&] {
+        return test::messageOf<Failure>([&] { renderFlight(folder.path() / "a", options); });
+    };
+    EXPECT_EQ(refusal(), folder.file("a") + ": a flight with a panel has at least 3 captures");
+    options.captures = 3;
+    options.camera = CameraModel::SequoiaV1;
+    EXPECT_EQ(refusal(), folder.file("a") + ": only a RedEdge is flown with a panel");
+}
+
+} // namespace
+} // namespace tessik::simulate

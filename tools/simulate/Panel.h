@@ -1,0 +1,56 @@
+#pragma once
+
+#include "platform/image/BandMatrix.h"
+
+#include <Eigen/Core>
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tessik::simulate {
+
+/// How a panel lies in front of a camera that looks straight down on it: turned and shifted.
+struct PanelView {
+    Eigen::Vector2d middle = Eigen::Vector2d::Zero(); ///< of the panel, px
+    double angle = 0.0;                               ///< rad, clockwise as the image is looked at
+    double pixelsPerMm = 1.0;                         ///< of the image
+    Eigen::Index width = 0;                           ///< px, of the image
+    Eigen::Index height = 0;                          ///< px, of the image
+};
+
+/// A reflectance panel of version 6 on coarse ground: a grey surface whose reflectance changes
+/// little with the wavelength, and above it a label with a QR code that says which, in a black
+/// frame.
+class Panel {
+public:
+    explicit Panel(std::uint64_t seed);
+
+    [[nodiscard]] const std::string& serial() const { return m_serial; }
+    /// Of the grey surface, as the code states it.
+    [[nodiscard]] static double reflectanceAt(double wavelengthNm);
+
+    /// How the panel lies at a capture. The bands' lenses stand side by side, so that each sees it
+    /// a little elsewhere.
+    [[nodiscard]] PanelView
+    view(std::size_t capture, std::size_t band, Eigen::Index width, Eigen::Index height) const;
+
+    /// Reflectance of what is in the image.
+    [[nodiscard]] BandMatrix reflectance(double wavelengthNm, const PanelView& view) const;
+
+    /// Corners of the grey surface in the image, px: top left, top right, bottom right, bottom left
+    /// of the panel.
+    [[nodiscard]] static std::array<Eigen::Vector2d, 4> surface(const PanelView& view);
+
+private:
+    /// @param x, y mm from the centre of the code, y up
+    [[nodiscard]] double valueAt(double x, double y, double grey) const;
+
+    std::uint64_t m_seed;
+    std::string m_serial;
+    int m_modules = 0;           ///< along a side of the code
+    std::vector<bool> m_isBlack; ///< modules of the code, row after row from the top
+};
+
+} // namespace tessik::simulate
