@@ -51,7 +51,7 @@ void verifyNames(const std::vector<BandReflectance>& reflectance,
         if (!isFound) {
             std::string list;
             for (const std::string& band : known) {
-                list += (list.empty() ? "" : ", ") + band;
+                list.append(list.empty() ? "" : ", ").append(band);
             }
             throw std::runtime_error("--reflectance: no image has a band " + name +
                                      "; there are: " + list);

@@ -28,7 +28,7 @@ struct ProjectCoordinateSystems;
 /// The sensitivity of each camera of a project, from the reflectance targets in its images.
 ///
 /// Targets are photographed before the flight, after it, or both. So the images looked into are the
-/// first and last ones of each camera, and those that their metadata mark as taken of a target; a
+/// first and last ones of each camera, and those that the camera marked as taken of a target; a
 /// flight may have thousands of images, of which no other is opened.
 ///
 /// In each of them the detectors are asked in turn; the first that finds a target decides. The
@@ -40,8 +40,8 @@ struct ProjectCoordinateSystems;
 /// 1. A target is not used when it cannot be measured (undefined reflectance, region outside the
 ///    image, image that cannot be corrected), has fewer than 3 valid pixels or more than 5 %
 ///    invalid ones (saturated, or dark), or a mean that is not positive.
-/// 2. Nor when it is uneven: standard deviation above 5 % of the mean in any band. A panel is even
-///    to about 1 %; what is more is a shadow, a reflection, dirt or a region that leaves the panel.
+/// 2. Nor when it is uneven: standard deviation above 5 % of the mean in any band. A panel shows
+///    about 2 %, noise included; what is more is a shadow, a reflection, dirt or a region that leaves the panel.
 /// 3. The sensitivity is the mean of those of the targets that are left, band by band. The mean,
 ///    because targets before and after the flight bracket the drift of what the correction does not
 ///    see (irradiance sensor, thin clouds): the largest error is then half of that of either, and
@@ -123,8 +123,6 @@ struct TargetCalibrationRequest {
     bool useAllImages = false;
     /// How many of the first, and of the last, images of a camera are looked into.
     std::size_t imagesPerEnd = 1;
-    /// The metadata say that an image was taken of a target. Empty = none do.
-    std::function<bool(const InputImage&)> isMarked{};
     /// Called with each candidate before it is opened: completes its metadata, or throws where the
     /// image must not be corrected. May be empty.
     std::function<void(InputImage&)> prepare{};

@@ -32,8 +32,7 @@ std::vector<std::size_t> candidatesOf(const TargetCalibrationRequest& request) {
     }
     for (std::size_t i = 0; i < request.images.size(); ++i) {
         const InputImage& image = request.images[i];
-        if (image.enabled &&
-            (request.useAllImages || (request.isMarked && request.isMarked(image)))) {
+        if (image.enabled && (request.useAllImages || image.exif.recordedTarget.isTarget)) {
             indices.insert(i);
         }
     }

@@ -81,7 +81,7 @@ struct RegionMeasurement {
     std::vector<std::int64_t> pixelCount; ///< positions inside the region or on its edge
     std::vector<double> sensitivity;      ///< mean / reflectance
     BandImage corrected;                  ///< the pixels of boundingRect; kNoData = invalid
-    image::Box boundingRect;
+    image::Box boundingRect{};
 
     [[nodiscard]] double invalidShare(std::size_t band) const {
         return pixelCount[band] == 0 ? 1.0

@@ -91,12 +91,11 @@ TEST(TargetCalibration, opensTheCandidatesAlone) {
     shots.front() = {1000.0F, 0.0F};
     shots[1500] = {1020.0F, 0.0F};
     shots.back() = {1.0F, 0.0F};
-    const Project project(shots);
-    TargetCalibrationRequest request = project.request();
+    Project project(shots);
+    project.images[1500].exif.recordedTarget.isTarget = true;
     const QString marked = project.images[1500].path;
-    request.isMarked = [&marked](const InputImage& image) { return image.path == marked; };
     const test::LogCapture log;
-    const TargetCalibration result = calibrateFromTargets(request);
+    const TargetCalibration result = calibrateFromTargets(project.request());
     EXPECT_EQ(project.everywhere->calls, 3);
     ASSERT_EQ(result.candidates.size(), 3U);
     EXPECT_EQ(result.candidates[2].imageIndex, 2999U);
