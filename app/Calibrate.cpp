@@ -156,10 +156,8 @@ std::size_t sayFailures(const TargetCalibration& result, const Flight& flight) {
     return count;
 }
 
-SensitivityFile sensitivityFile(const TargetCalibration& result,
-                                const std::vector<std::string>& pictures,
-                                const Flight& flight,
-                                const Project& project) {
+SensitivityFile
+sensitivityFile(const TargetCalibration& result, const Flight& flight, const Project& project) {
     SensitivityFile file;
     for (const auto& [id, camera] : result.cameras) {
         if (camera.sensitivity.empty()) {
@@ -171,9 +169,9 @@ SensitivityFile sensitivityFile(const TargetCalibration& result,
         entry.type = project.settings.at(id).correctionType;
         entry.sensitivity = camera.sensitivity;
         entry.source = camera.source.toStdString();
-        for (std::size_t i = 0; i < result.targets.size(); ++i) {
-            if (result.targets[i].cameraId == id) {
-                entry.targets.push_back({result.targets[i], pictures[i]});
+        for (const MeasuredTarget& target : result.targets) {
+            if (target.cameraId == id) {
+                entry.targets.push_back({target, {}});
             }
         }
         file.cameras.push_back(std::move(entry));

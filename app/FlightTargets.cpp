@@ -5,6 +5,7 @@
 #include "MakerConstant.h"
 #include "SensitivityFile.h"
 #include "TargetPictures.h"
+#include "Targets.h"
 
 #include <tbb/parallel_for.h>
 #include <tbb/task_arena.h>
@@ -38,6 +39,18 @@ calibrateCameras(const Flight& flight, const Plan& plan, int jobs) {
     return results;
 }
 
+std::string whyNotUsed(const radiometry::MeasuredTarget& measured) {
+    const std::vector<double>& factors = measured.target.reflectanceFactors;
+    const bool isKnown =
+        std::all_of(factors.begin(), factors.end(), [](double factor) { return factor > 0.0; });
+    std::string text = "target not used: " + measured.remark.toStdString();
+    if (!isKnown && !measured.target.id.isEmpty()) {
+        const std::string name = TargetName{measured.target.type, measured.target.id}.text();
+        text += " 'radiometry targets set " + name + " WAVELENGTH_FWHM=VALUE' states them.";
+    }
+    return text;
+}
+
 void useTargets(const Flight& flight, const PlanOptions& options, Plan& plan) {
     const std::vector<radiometry::TargetCalibration> results =
         calibrateCameras(flight, plan, options.jobs);
@@ -50,8 +63,7 @@ void useTargets(const Flight& flight, const PlanOptions& options, Plan& plan) {
         }
         for (const radiometry::MeasuredTarget& target : results[i].targets) {
             if (!target.isUsed) {
-                sayWarning(target.imagePath.toStdString(),
-                           "target not used: " + target.remark.toStdString());
+                sayWarning(target.imagePath.toStdString(), whyNotUsed(target));
             }
             plan.targets.push_back({target, {}});
         }
@@ -121,7 +133,6 @@ targetRequest(const Flight& flight,
             throw Refusal(project.sunlightFailure);
         }
     };
-    request.isMarked = [](const InputImage& image) { return image.exif.recordedTarget.isTarget; };
     return request;
 }
 

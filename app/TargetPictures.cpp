@@ -24,10 +24,10 @@ std::vector<std::string> captionOf(const MeasuredTarget& measured) {
         measured.detector.toStdString() +
         (target.id.isEmpty() ? "" : ", serial " + target.id.toStdString())};
     for (std::size_t b = 0; b < measured.mean.size(); ++b) {
+        lines.push_back("reflectance " + number(target.reflectanceFactors[b], 'f', 4));
         lines.push_back("mean " + number(measured.mean[b], 'g', 5) + ", spread " +
                         number(100.0 * measured.standardDeviation[b] / measured.mean[b], 'f', 2) +
-                        " %, invalid " + number(100.0 * measured.invalidShare[b], 'f', 2) +
-                        " %, reflectance " + number(target.reflectanceFactors[b], 'f', 4));
+                        " %, invalid " + number(100.0 * measured.invalidShare[b], 'f', 2) + " %");
     }
     lines.push_back(measured.isUsed ? "used" : "not used: " + measured.remark.toStdString());
     return lines;

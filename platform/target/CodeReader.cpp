@@ -28,8 +28,9 @@ constexpr std::array<Attempt, 6> kAttempts = {{{{0.001, 0.999}, 1},
                                                {{0.001, 0.999}, 2},
                                                {{0.001, 0.999}, -4}}};
 
-/// Larger bands are not doubled: their codes have pixels enough.
-constexpr Eigen::Index kLargestDoubled = 3000000;
+/// Larger bands are not doubled: their codes have pixels enough, and a flight without a panel would
+/// be looked at for longer than it takes to correct it.
+constexpr Eigen::Index kLargestDoubled = 1000000;
 constexpr Eigen::Index kSmallestSide = 16;
 
 struct ScannerDeleter {
