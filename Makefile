@@ -47,6 +47,7 @@ bench:
 	cmake --preset release -DRADIOMETRY_BUILD_TESTS=OFF -DRADIOMETRY_BUILD_BENCH=ON
 	cmake --build --preset release
 	bench/run build/release
+	bench/flight build/release
 
 format:
 	scripts/install-deps lint

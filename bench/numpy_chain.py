@@ -71,4 +71,5 @@ def main():
         print(statistics.median(seconds(raw, p) for _ in range(REPETITIONS)))
 
 
-main()
+if __name__ == "__main__":
+    main()
