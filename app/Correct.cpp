@@ -173,7 +173,31 @@ std::string recordFileName(const Part& part) {
                                  std::to_string(part.count) + ".jsonl";
 }
 
+/// What failed already when the plan was made: of all parts, the first one says so.
+void sayPlanFailures(const Plan& plan, const Part& part, Summary& summary) {
+    if (part.index > 1) {
+        return;
+    }
+    for (const PlanFailure& failure : plan.failures) {
+        sayFailure(failure.path, failure.reason);
+        ++summary.failed;
+    }
+}
+
+void printSummary(const Summary& summary, std::chrono::duration<double> elapsed) {
+    std::printf("%lld images done, %lld kept, %lld failed; %lld pixels masked; %.1f images/s\n",
+                static_cast<long long>(summary.done),
+                static_cast<long long>(summary.kept),
+                static_cast<long long>(summary.failed),
+                static_cast<long long>(summary.maskedPixels),
+                static_cast<double>(summary.done) / std::max(elapsed.count(), 1e-9));
+}
+
 int exitStatus(const Summary& summary) {
+    if (Interruptible::isAsked()) {
+        sayFailure({}, "interrupted; the same command goes on from here");
+        return Interrupted;
+    }
     if (summary.failed == 0) {
         return AllDone;
     }
@@ -207,29 +231,21 @@ int correct(const CorrectOptions& options) {
             ImageCorrector(plan.project, static_cast<std::size_t>(options.plan.jobs) + 1),
             RecordFile(options.outputFolder / recordFileName(options.part), options.overwrite),
             {}};
-    if (options.part.index == 1) {
-        for (const PlanFailure& failure : plan.failures) {
-            sayFailure(failure.path, failure.reason);
+    sayPlanFailures(plan, options.part, run.summary);
+    if (plan.images.empty()) {
+        return NothingDone;
+    }
+    correctAll(orderOfWork(plan, options.part), run);
+    printSummary(run.summary, std::chrono::steady_clock::now() - start);
+    if (!options.report.empty()) {
+        try {
+            writeReport(options.outputFolder, options.report);
+        } catch (const radiometry::error& failure) {
+            sayFailure({}, failure.what());
             ++run.summary.failed;
         }
     }
-    correctAll(orderOfWork(plan, options.part), run);
-    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
-    const Summary& summary = run.summary;
-    std::printf("%lld images done, %lld kept, %lld failed; %lld pixels masked; %.1f images/s\n",
-                static_cast<long long>(summary.done),
-                static_cast<long long>(summary.kept),
-                static_cast<long long>(summary.failed),
-                static_cast<long long>(summary.maskedPixels),
-                static_cast<double>(summary.done) / std::max(elapsed.count(), 1e-9));
-    if (!options.report.empty()) {
-        writeReport(options.outputFolder, options.report);
-    }
-    if (Interruptible::isAsked()) {
-        sayFailure({}, "interrupted; the same command goes on from here");
-        return Interrupted;
-    }
-    return exitStatus(summary);
+    return exitStatus(run.summary);
 }
 
 } // namespace tessik::app

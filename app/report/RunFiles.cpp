@@ -179,6 +179,23 @@ void takeFailures(const IndexByPath& byPath, RunFiles& run) {
     run.plan["failures"] = std::move(others);
 }
 
+/// That of a whole run and those of parts, the one last written to at the end.
+std::vector<fs::path> recordFiles(const fs::path& folder) {
+    std::vector<fs::path> files;
+    std::error_code failure;
+    for (const auto& entry : fs::directory_iterator(folder, failure)) {
+        const fs::path& path = entry.path();
+        if (path.extension() == ".jsonl" && path.filename().string().rfind("corrections", 0) == 0) {
+            files.push_back(path);
+        }
+    }
+    std::sort(files.begin(), files.end(), [](const fs::path& a, const fs::path& b) {
+        std::error_code ignored;
+        return fs::last_write_time(a, ignored) < fs::last_write_time(b, ignored);
+    });
+    return files;
+}
+
 } // namespace
 
 const json& RunFiles::cameras() const {
@@ -191,7 +208,9 @@ RunFiles readRunFiles(const fs::path& folder) {
     const fs::path planFile = folder / "plan.json";
     run.plan = readPlan(planFile);
     const IndexByPath byPath = takeImages(planFile, run);
-    readRecords(folder / "corrections.jsonl", byPath, run);
+    for (const fs::path& file : recordFiles(folder)) {
+        readRecords(file, byPath, run);
+    }
     takeFailures(byPath, run);
     return run;
 }
