@@ -6,6 +6,7 @@
 #include <QtCore/QString>
 
 #include <fstream>
+#include <limits>
 #include <stdexcept>
 #include <utility>
 
@@ -59,6 +60,11 @@ bool JsonReader::flag() const {
 std::int64_t JsonReader::integer() const {
     if (!m_value->is_number_integer()) {
         fail("not an integer");
+    }
+    constexpr auto kLargest = std::numeric_limits<std::int64_t>::max();
+    if (m_value->is_number_unsigned() &&
+        m_value->get<std::uint64_t>() > static_cast<std::uint64_t>(kLargest)) {
+        fail("too large");
     }
     return m_value->get<std::int64_t>();
 }

@@ -8,7 +8,9 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cmath>
 #include <fstream>
+#include <limits>
 
 namespace tessik::app {
 namespace {
@@ -33,7 +35,7 @@ Json cameraJson(const PlannedCamera& camera, const Project& project) {
     for (std::size_t b = 0; b < std::max(camera.bands.size(), camera.bandNames.size()); ++b) {
         const bool hasWavelength = b < camera.bands.size();
         bands.push_back(
-            {{"name", orNull(b < camera.bandNames.size(), camera.bandNames.at(b))},
+            {{"name", b < camera.bandNames.size() ? Json(camera.bandNames[b]) : Json()},
              {"wavelength_nm", hasWavelength ? Json(camera.bands[b].wavelengthNm) : Json()},
              {"fwhm_nm", hasWavelength ? Json(camera.bands[b].fwhmNm) : Json()}});
     }
@@ -216,7 +218,7 @@ std::string outputOf(const JsonReader& json) {
     const fs::path path(output);
     const bool climbs = std::find(path.begin(), path.end(), "..") != path.end();
     if (output.find('\0') != std::string::npos || path.is_absolute() || climbs ||
-        !path.has_filename()) {
+        !path.has_filename() || path.filename() == ".") {
         json.fail("outside the output folder");
     }
     return output;
@@ -231,7 +233,9 @@ void readOptions(const JsonReader& json, Plan& plan) {
     plan.project.isTypeChosen = plan.type != "auto";
     if (!json["sensor_mount_deg"].isNull()) {
         const std::vector<double> angles = json["sensor_mount_deg"].numbers();
-        if (angles.size() != 3) {
+        constexpr double kLargest = std::numeric_limits<float>::max();
+        const auto isAngle = [](double angle) { return std::abs(angle) <= kLargest; };
+        if (angles.size() != 3 || !std::all_of(angles.begin(), angles.end(), isAngle)) {
             json["sensor_mount_deg"].fail("not three angles");
         }
         plan.project.sensorMount = Eigen::Vector3d(angles[0], angles[1], angles[2]).cast<float>();

@@ -17,6 +17,14 @@ Json toJson(const image::Ring& ring) {
     return points;
 }
 
+int pixel(const JsonReader& json) {
+    const std::int64_t position = json.integer();
+    if (position != static_cast<int>(position)) {
+        json.fail("not in any image");
+    }
+    return static_cast<int>(position);
+}
+
 image::Ring ring(const JsonReader& json) {
     image::Ring result;
     for (const JsonReader& point : json.items()) {
@@ -24,8 +32,7 @@ image::Ring ring(const JsonReader& json) {
         if (position.size() != 2) {
             point.fail("not a position [column, row]");
         }
-        result.emplace_back(static_cast<int>(position[0].integer()),
-                            static_cast<int>(position[1].integer()));
+        result.emplace_back(pixel(position[0]), pixel(position[1]));
     }
     return result;
 }
