@@ -168,7 +168,12 @@ Action addCorrect(CLI::App& cli) {
         .add_option("--co",
                     options->creationOptions,
                     "GeoTIFF creation option NAME=VALUE (COMPRESS, PREDICTOR, TILED, BIGTIFF)")
-        ->allow_extra_args(false);
+        ->allow_extra_args(false)
+        ->check([](const std::string& option) {
+            return CLI::detail::to_lower(option) == "bigtiff=yes"
+                       ? std::string("BIGTIFF=YES: metadata go into classic TIFF files alone")
+                       : std::string();
+        });
     command.add_option(
         "--report", options->report, "Page (.html) to write: light, pictures, targets, problems");
     return [options] {

@@ -9,6 +9,7 @@
 #include "simulate/Flight.h"
 #include "support/Support.h"
 
+#include <exiv2/exiv2.hpp>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -307,6 +308,96 @@ TEST(CorrectCommand, outputsKeepTheCaptureAndDropTheRawState) {
     EXPECT_EQ(after.exif.vignetting.coefficients.size(), 0);
     EXPECT_FALSE(micasense::hasValid3kModel(after.exif.micaSense3kModel));
     EXPECT_EQ(image::Raster::open(folder.file("out/IMG_0000_4.tif")).type(), DataType::Float32);
+}
+
+/// The tags of a file by key, as text. Those of an XMP structure come apart, so they are left out.
+std::map<std::string, std::string> tagsOf(const fs::path& file) {
+    const auto image = Exiv2::ImageFactory::open(file.string());
+    image->readMetadata();
+    std::map<std::string, std::string> tags;
+    for (const auto& datum : image->exifData()) {
+        tags[datum.key()] = datum.toString();
+    }
+    for (const auto& datum : image->xmpData()) {
+        if (datum.key().find_first_of("[/") == std::string::npos) {
+            tags[datum.key()] = datum.toString();
+        }
+    }
+    return tags;
+}
+
+/// Tag by tag: what the output has of its source, and what it must not have.
+void expectDescriptionKept(const fs::path& source, const fs::path& output) {
+    const std::vector<std::string> rawState = {"BlackLevel",
+                                               "BlackCurrent",
+                                               "Vignetting",
+                                               "BandSensitivity",
+                                               "RadiometricCalibration",
+                                               "SensorModel",
+                                               "InvalidPixel",
+                                               "Irradiance",
+                                               "SunSensor",
+                                               "ColorTransform",
+                                               "SensorGain",
+                                               "DarkRowValue"};
+    const std::set<std::string> copied = {"Exif.Image.Make",
+                                          "Exif.Image.Model",
+                                          "Exif.Image.Software",
+                                          "Exif.Image.DateTime",
+                                          "Exif.Image.Orientation"};
+    const std::map<std::string, std::string> before = tagsOf(source);
+    const std::map<std::string, std::string> after = tagsOf(output);
+    std::size_t kept = 0;
+    for (const auto& [key, value] : before) {
+        const bool isRawState =
+            std::any_of(rawState.begin(), rawState.end(), [&key = key](const std::string& word) {
+                return key.find("." + word) != std::string::npos;
+            });
+        const bool isOfCapture = copied.count(key) > 0 || key.rfind("Exif.GPSInfo.", 0) == 0 ||
+                                 key.rfind("Exif.Photo.", 0) == 0;
+        const bool isCopied = isOfCapture && key != "Exif.Photo.MakerNote";
+        const auto found = after.find(key);
+        if (isRawState) {
+            EXPECT_TRUE(found == after.end()) << output << " " << key;
+        } else if (isCopied || (key.rfind("Xmp.Camera.", 0) == 0 && found != after.end())) {
+            ASSERT_TRUE(found != after.end()) << output << " " << key;
+            EXPECT_EQ(found->second, key == "Xmp.Camera.IsNormalized" ? "1" : value) << key;
+            ++kept;
+        }
+    }
+    EXPECT_GT(kept, 15U) << output;
+    EXPECT_EQ(after.at("Xmp.Camera.IsNormalized"), "1");
+    for (const char* key : {"BandName", "CentralWavelength", "RigName", "RigCameraIndex"}) {
+        const std::string name = std::string("Xmp.Camera.") + key;
+        EXPECT_EQ(before.count(name), after.count(name)) << output << " " << name;
+    }
+}
+
+TEST(CorrectCommand, outputsHaveEachTagThatSaysWhereWhenAndHow) {
+    const TemporaryFolder folder;
+    renderImages(folder.path() / "in");
+    std::vector<fs::path> sources = {folder.path() / "in" / "IMG_0000_3.tif"};
+    if (const auto samples = test::samplesFolder()) {
+        sources.push_back(*samples / "rededge" / "IMG_0001_2.tif");
+        sources.push_back(*samples / "sequoia" / "IMG_180413_080658_0000_GRE.TIF");
+        sources.push_back(*samples / "p4m" / "DJI_0012.TIF");
+    }
+    for (const fs::path& source : sources) {
+        for (const char* options : {"", " --co COMPRESS=DEFLATE --co TILED=YES"}) {
+            ASSERT_EQ(radiometry(folder,
+                                 "correct '" + source.string() +
+                                     "' -o out --overwrite --type camera --utc-offset 0" + options)
+                          .status,
+                      0);
+            fs::path output = folder.path() / "out" / source.filename();
+            output.replace_extension(".tif");
+            expectDescriptionKept(source, output);
+        }
+    }
+    const Result again = radiometry(folder, "correct out/IMG_0000_3.tif -o again");
+    EXPECT_EQ(again.err, "radiometry: out/IMG_0000_3.tif: already corrected\n");
+    EXPECT_EQ(again.status, 1);
+    EXPECT_EQ(radiometry(folder, "correct in -o out --co BIGTIFF=YES").status, 1);
 }
 
 TEST(CorrectCommand, pathsOfFoldersAndListsStayAndClashesAreRefused) {
