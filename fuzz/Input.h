@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -60,6 +61,10 @@ public:
             throw std::runtime_error(m_path + ": cannot be written");
         }
         return m_path;
+    }
+    [[nodiscard]] std::string read() const {
+        std::ifstream stream(m_path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
     }
     [[nodiscard]] const std::string& path() const { return m_path; }
 
