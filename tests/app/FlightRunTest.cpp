@@ -2,6 +2,8 @@
 #include "CorrectionWords.h"
 #include "Plan.h"
 #include "platform/exif/TagFile.h"
+#include "platform/image/Raster.h"
+#include "simulate/Compare.h"
 #include "simulate/Flight.h"
 #include "support/Support.h"
 
@@ -123,6 +125,49 @@ TEST(FlightRun, killedTwentyTimesItComesOutAsIfItHadNotBeen) {
     EXPECT_EQ(radiometry(folder, "correct flight/images -o killed").status, 0);
     EXPECT_EQ(outputsIn(folder.path() / "killed"), whole); // temporary files would be among them
     EXPECT_EQ(recordsIn(folder.path() / "killed" / "corrections.jsonl").size(), whole.size());
+}
+
+TEST(FlightRun, withPanelsValuesAreTheReflectanceOfTheScene) {
+    const TemporaryFolder folder;
+    simulate::FlightOptions options;
+    options.captures = 5;
+    options.width = 320;
+    options.height = 240;
+    options.hasPanel = true;
+    simulate::renderFlight(folder.path() / "flight", options);
+    const Result result =
+        radiometry(folder, "correct flight/images -o out --report out/report.html");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "");
+    for (const simulate::BandResult& band : simulate::compare(folder.path() / "flight",
+                                                              folder.path() / "out",
+                                                              simulate::Target::Reflectance,
+                                                              simulate::Scale::One)) {
+        EXPECT_LT(std::abs(band.bias), 0.3) << band.band;
+        EXPECT_LT(std::abs(band.worstLevelBias.value_or(0.0)), 1.0) << band.band;
+    }
+    EXPECT_TRUE(fs::exists(folder.path() / "out" / "targets" / "IMG_0004_5.png"));
+    EXPECT_THAT(readAll(folder.path() / "out" / "report.html"),
+                testing::HasSubstr("data:image/png;base64"));
+    // The plan's sensitivity, taken from a file, gives the same pixels.
+    ASSERT_EQ(radiometry(folder,
+                         "calibrate flight/images/IMG_0000_1.tif flight/images/IMG_0004_1.tif "
+                         "-o cal.json")
+                  .status,
+              0);
+    ASSERT_EQ(
+        radiometry(folder, "correct flight/images/IMG_0002_1.tif -o file --sensitivity cal.json")
+            .status,
+        0);
+    EXPECT_EQ((image::Raster::open(folder.file("file/IMG_0002_1.tif")).read()[0] -
+               image::Raster::open(folder.file("out/IMG_0002_1.tif")).read()[0])
+                  .norm(),
+              0.0F);
+    const Result other = radiometry(
+        folder,
+        "correct flight/images/IMG_0002_1.tif -o other --type camera --sensitivity cal.json");
+    EXPECT_EQ(other.status, 1);
+    EXPECT_THAT(other.err, testing::HasSubstr("--type irradiance"));
 }
 
 TEST(FlightRun, recordsSayWhatWasDoneToEachImage) {
