@@ -257,6 +257,10 @@ Plan planOf(const JsonReader& json) {
         plan.project.center = GeoPosition{center["latitude_deg"].number(),
                                           center["longitude_deg"].number(),
                                           center["altitude_m"].number()};
+        if (std::abs(plan.project.center->latitude) > 90.0 ||
+            std::abs(plan.project.center->longitude) > 360.0) {
+            center.fail("not on the earth");
+        }
     }
     plan.project.coordinateSystems = coordinateSystemsAt(plan.project.center);
     for (const JsonReader& camera : json["cameras"].items()) {
