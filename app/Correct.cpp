@@ -76,13 +76,12 @@ void correctOne(const PlannedImage& task, Run& run) {
     run.corrector.check(image);
     BandImage bands = openPixels(image).read();
     const Applied applied = run.corrector.correct(image, bands);
-    const PixelSummary pixels = summarise(bands);
     const std::vector<double> sensitivity = plan.project.sensitivityOf(image);
     const std::string type = wordOf(plan.project.typeOf(image));
-    run.records.addDone({task.output, type, image, applied, traces, pixels, sensitivity});
+    run.records.addDone({task.output, type, image, applied, traces, sensitivity});
     fs::create_directories(output.parent_path());
     writeOutput(output, image, *raw, bands, type, mark, run.options.creationOptions);
-    run.summary.maskedPixels += pixels.maskedCount;
+    run.summary.maskedPixels += applied.pixels.maskedCount;
     ++run.summary.done;
 }
 

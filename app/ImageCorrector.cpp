@@ -174,8 +174,10 @@ Applied ImageCorrector::correct(const InputImage& image, BandImage& bands) {
                                                         {m_project.typeOf(image)},
                                                         model,
                                                         m_maps.mapsFor(image, camera, model));
-    const radiometry::corrector::Chain chain = radiometry::corrector::create(image.exif);
+    radiometry::corrector::Chain chain = radiometry::corrector::create(image.exif);
+    chain.push_back(std::make_unique<Summarise>(applied.pixels));
     radiometry::corrector::apply(chain, sources, bands, {0, 0});
+    chain.pop_back();
     for (const auto& corrector : chain) {
         if (corrector->wouldAct()) {
             applied.correctors.push_back(radiometry::corrector::name(*corrector));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MapCache.h"
+#include "PixelSummary.h"
 #include "Project.h"
 #include "platform/camera/InputImage.h"
 #include "platform/image/Raster.h"
@@ -43,6 +44,7 @@ struct Applied {
     SunGeometry sun;
     /// Readings of a level sensor, one a band; empty = not corrected for the sun angle.
     std::vector<double> levelIrradiance;
+    PixelSummary pixels;
 };
 
 /// Corrects the images of a project. Thread safe.

@@ -2,10 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include <array>
 #include <cmath>
-#include <limits>
-#include <numeric>
 #include <stdexcept>
 
 namespace tessik::app {
@@ -82,9 +79,9 @@ Json doneJson(const Record& record) {
             {"sun_azimuth_deg", known(record.applied.sun.azimuth)},
             {"sensor_tilt_deg", known(record.applied.sun.sensorTilt)},
             {"correctors", correctorsJson(record)},
-            {"masked_pixels", record.pixels.maskedCount},
-            {"pixels", record.pixels.pixelCount},
-            {"mean", record.pixels.means},
+            {"masked_pixels", record.applied.pixels.maskedCount},
+            {"pixels", record.applied.pixels.pixelCount},
+            {"mean", record.applied.pixels.means},
             {"sensitivity", listOrNull(record.sensitivity)}};
 }
 
@@ -93,43 +90,6 @@ std::string lineOf(const Json& json) {
 }
 
 } // namespace
-
-PixelSummary summarise(const BandImage& bands) {
-    constexpr Eigen::Index kLanes = 16; // sums side by side, which the compiler vectorises
-    PixelSummary summary;
-    for (const BandMatrix& band : bands) {
-        double sum = 0.0;
-        std::int64_t masked = 0;
-        for (Eigen::Index r = 0; r < band.rows(); ++r) {
-            const float* row = &band(r, 0);
-            std::array<float, kLanes> sums{};
-            std::array<std::int32_t, kLanes> counts{};
-            const auto take = [&](Eigen::Index c, Eigen::Index lane) {
-                const auto at = static_cast<std::size_t>(lane);
-                const bool isMasked = row[c] == radiometry::kNoData;
-                sums[at] += isMasked ? 0.0F : row[c];
-                counts[at] += isMasked ? 1 : 0;
-            };
-            const Eigen::Index whole = band.cols() - band.cols() % kLanes;
-            for (Eigen::Index c = 0; c < whole; c += kLanes) {
-                for (Eigen::Index lane = 0; lane < kLanes; ++lane) {
-                    take(c + lane, lane);
-                }
-            }
-            for (Eigen::Index c = whole; c < band.cols(); ++c) {
-                take(c, 0);
-            }
-            sum = std::accumulate(sums.begin(), sums.end(), sum);
-            masked = std::accumulate(counts.begin(), counts.end(), masked);
-        }
-        const std::int64_t valid = band.size() - masked;
-        summary.pixelCount += band.size();
-        summary.maskedCount += masked;
-        summary.means.push_back(valid > 0 ? sum / static_cast<double>(valid)
-                                          : std::numeric_limits<double>::quiet_NaN());
-    }
-    return summary;
-}
 
 RecordFile::RecordFile(const fs::path& file, bool startAnew) : m_path(file.string()) {
     if (!startAnew) {

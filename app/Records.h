@@ -14,14 +14,6 @@
 
 namespace tessik::app {
 
-/// What the pixels of a corrected image came to.
-struct PixelSummary {
-    std::int64_t pixelCount = 0;  ///< samples of all bands
-    std::int64_t maskedCount = 0; ///< of them, without a valid value
-    std::vector<double> means;    ///< of the valid pixels, one a band; NaN = none is valid
-};
-PixelSummary summarise(const BandImage& bands);
-
 /// What was done to one image.
 struct Record {
     std::string output; ///< relative to the output folder
@@ -29,7 +21,6 @@ struct Record {
     const InputImage& image;
     const Applied& applied;
     const std::vector<Trace>& traces;
-    const PixelSummary& pixels;
     const std::vector<double>& sensitivity;
 };
 

@@ -10,6 +10,7 @@
 
 #include <CLI/CLI.hpp>
 #include <QtCore/QCoreApplication>
+#include <malloc.h>
 
 #include <exception>
 #include <functional>
@@ -384,6 +385,10 @@ int run(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
+    // Bands and strips come and go with each image: their memory is kept, not given back each time.
+    constexpr int kLargestKept = 1 << 30;
+    mallopt(M_MMAP_THRESHOLD, kLargestKept);
+    mallopt(M_TRIM_THRESHOLD, kLargestKept);
     // Whose settings the store of reflectances lives in.
     QCoreApplication::setOrganizationName(QStringLiteral("tessik"));
     QCoreApplication::setApplicationName(QStringLiteral("radiometry"));

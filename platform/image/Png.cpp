@@ -79,6 +79,7 @@ void writePng(const std::string& path, const Picture& picture) {
     using Samples = Eigen::Map<const ByteMatrix, 0, Eigen::Stride<Eigen::Dynamic, Eigen::Dynamic>>;
     constexpr int kChannels = 3;
     std::vector<ByteMatrix> channels;
+    channels.reserve(kChannels);
     for (int c = 0; c < kChannels; ++c) {
         channels.emplace_back(
             Samples(picture.rgb.data() + c,

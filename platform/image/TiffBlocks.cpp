@@ -75,7 +75,7 @@ void clearBlockOffsets(const std::string& path) {
         const std::uint32_t tag = bytes.get(entry, 2);
         if (tag == kStripOffsets || tag == kTileOffsets) {
             const std::size_t size =
-                (bytes.get(entry + 2, 2) == kShort ? 2U : 4U) * bytes.get(entry + 4, 4);
+                std::size_t{bytes.get(entry + 2, 2) == kShort ? 2U : 4U} * bytes.get(entry + 4, 4);
             bytes.set(entry + 8, size <= 4 ? 0 : bytes.appendZeros(size));
         }
     }

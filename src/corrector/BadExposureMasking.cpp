@@ -1,6 +1,6 @@
 #include "radiometry/corrector/BadExposureMasking.h"
 
-#include "Kernels.h"
+#include "DarkLevel.h"
 #include "platform/camera/CameraParams.h"
 #include "platform/exif/ExifInfo.h"
 #include "platform/log/Log.h"
@@ -26,17 +26,6 @@ PixelValueRange linearRange(const std::vector<gamma_t>& gammas) {
         range.max = std::max(range.max, gamma.transform(1.0));
     }
     return range;
-}
-
-template <typename Dark>
-void mask(BandMatrix& band, float lo, float hi, const Dark& dark) {
-    for (Eigen::Index r = 0; r < band.rows(); ++r) {
-        float* pixel = &band(r, 0);
-        for (Eigen::Index c = 0; c < band.cols(); ++c) {
-            const float v = pixel[c];
-            pixel[c] = ((lo + dark.coeff(r, c) < v) & (v < hi)) ? v : kNan;
-        }
-    }
 }
 
 } // namespace
@@ -66,7 +55,8 @@ bool BadExposureMasking::isApplicable() const {
     return m_data->exif != nullptr && m_data->camera != nullptr;
 }
 
-void BadExposureMasking::apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const {
+RowWork BadExposureMasking::prepareRows(const BandImage& bands,
+                                        const Eigen::Vector2i& blockOffset) const {
     const PixelValueRange range = isGammaTransformationApplied(*m_data->exif)
                                       ? linearRange(m_data->exif->gamma)
                                       : originalPixelRange(*m_data->exif, *m_data->camera);
@@ -77,21 +67,26 @@ void BadExposureMasking::apply(BandImage& bands, const Eigen::Vector2i& blockOff
     if (hasDarkCurrent) {
         verifyConsistentNumberOfBands(bands.size(), model->darkCurrentMap().size(), kContext);
     }
+    std::vector<DarkLevel> darks;
+    darks.reserve(bands.size());
+    for (std::size_t b = 0; b < bands.size(); ++b) {
+        darks.push_back(hasDarkCurrent ? darkLevelOf(*model, b, bands[b], blockOffset, kContext)
+                                       : DarkLevel{0.0F, std::nullopt});
+    }
     const auto lo = static_cast<float>(range.min);
     const auto hi = static_cast<float>(range.max);
-    for (std::size_t b = 0; b < bands.size(); ++b) {
-        BandMatrix& band = bands[b];
-        if (!hasDarkCurrent) {
-            mask(band, lo, hi, constant(band, 0.0F));
-            continue;
-        }
-        const auto dark = blockOf(model->darkCurrentMap()[b], band, blockOffset, kContext);
-        if (const std::optional<float> level = model->constantLevels()[b]) {
-            mask(band, lo, hi, constant(band, *level));
-        } else {
-            mask(band, lo, hi, dark);
-        }
-    }
+    return {[darks, lo, hi](BandImage& images, Eigen::Index first, Eigen::Index last) {
+                for (std::size_t b = 0; b < images.size(); ++b) {
+                    forRows(images[b], darks[b], first, last, [lo, hi](float& v, float dark) {
+                        v = ((lo + dark < v) & (v < hi)) ? v : kNan;
+                    });
+                }
+            },
+            {}};
+}
+
+void BadExposureMasking::apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const {
+    applyByRows(bands, blockOffset);
 }
 
 } // namespace tessik::radiometry::corrector

@@ -33,18 +33,22 @@ bool BasicOpticalCamera::isApplicable() const {
     return m_data->sensitivity.size() > 0 && doAnyCorrection(m_data->correctionType);
 }
 
-void BasicOpticalCamera::apply(BandImage& bands, const Eigen::Vector2i& /*blockOffset*/) const {
+RowWork BasicOpticalCamera::prepareRows(const BandImage& bands,
+                                        const Eigen::Vector2i& /*blockOffset*/) const {
     verifyConsistentNumberOfBands(bands.size(),
                                   static_cast<std::size_t>(m_data->sensitivity.size()),
                                   QStringLiteral("Correcting for optical effects"));
     Eigen::ArrayXd factors(m_data->sensitivity.size());
-    for (std::size_t b = 0; b < bands.size(); ++b) {
-        const auto i = static_cast<Eigen::Index>(b);
-        factors(i) = opticalCorrection(
-            m_data->apertureFNumber, m_data->exposure, m_data->iso, m_data->sensitivity(i));
-        scale(bands[b], factors(i));
+    for (Eigen::Index b = 0; b < factors.size(); ++b) {
+        factors(b) = opticalCorrection(
+            m_data->apertureFNumber, m_data->exposure, m_data->iso, m_data->sensitivity(b));
     }
     TESSIK_LOG(logging::kInfo) << "Camera optical correction: " << factors.transpose();
+    return scaling(factors.cast<float>());
+}
+
+void BasicOpticalCamera::apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const {
+    applyByRows(bands, blockOffset);
 }
 
 } // namespace tessik::radiometry::corrector

@@ -1,5 +1,6 @@
 #include "radiometry/corrector/CalibrationTarget.h"
 
+#include "Kernels.h"
 #include "platform/log/Log.h"
 #include "radiometry/Consistency.h"
 
@@ -22,15 +23,18 @@ bool CalibrationTarget::isApplicable() const {
     return m_data->factors.size() > 0;
 }
 
-void CalibrationTarget::apply(BandImage& bands, const Eigen::Vector2i& /*blockOffset*/) const {
+RowWork CalibrationTarget::prepareRows(const BandImage& bands,
+                                       const Eigen::Vector2i& /*blockOffset*/) const {
     verifyConsistentNumberOfBands(bands.size(),
                                   static_cast<std::size_t>(m_data->factors.size()),
                                   QStringLiteral("Correcting for target sensitivity"));
     TESSIK_LOG(logging::kInfo) << "Calibration target derived sensitivity correction: "
                                << m_data->factors.transpose();
-    for (std::size_t b = 0; b < bands.size(); ++b) {
-        bands[b] *= m_data->factors(static_cast<Eigen::Index>(b));
-    }
+    return scaling(m_data->factors);
+}
+
+void CalibrationTarget::apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const {
+    applyByRows(bands, blockOffset);
 }
 
 } // namespace tessik::radiometry::corrector

@@ -1,3 +1,4 @@
+#include "Kernels.h"
 #include "platform/exif/ExifInfo.h"
 #include "platform/exif/Predicates.h"
 #include "radiometry/Gamma.h"
@@ -17,6 +18,8 @@
 #include "radiometry/corrector/SunSensor.h"
 #include "radiometry/corrector/Vignetting.h"
 
+#include <algorithm>
+
 namespace tessik::radiometry::corrector {
 namespace {
 
@@ -34,6 +37,27 @@ void appendOpticalCamera(const ExifInfo& exif, Chain& chain) {
         chain.push_back(std::make_unique<ParrotSequoiaOpticalCameraV2>());
     } else {
         chain.push_back(std::make_unique<BasicOpticalCamera>());
+    }
+}
+
+/// A few rows at a time, so that what one step has written the next one finds in the cache.
+void runTogether(const std::vector<RowWork>& works, BandImage& bands) {
+    constexpr Eigen::Index kTileSamples = 32768; // 128 KiB a band
+    if (works.empty() || bands.empty()) {
+        return;
+    }
+    const Eigen::Index rows = bands.front().rows();
+    const Eigen::Index step =
+        std::max<Eigen::Index>(1, kTileSamples / std::max<Eigen::Index>(1, bands.front().cols()));
+    for (Eigen::Index first = 0; first < rows; first += step) {
+        for (const RowWork& work : works) {
+            work.run(bands, first, std::min(first + step, rows));
+        }
+    }
+    for (const RowWork& work : works) {
+        if (work.finish) {
+            work.finish();
+        }
     }
 }
 
@@ -70,10 +94,23 @@ void apply(const Chain& correctors,
            const std::vector<datasource::DataSourcePointer>& dataSources,
            BandImage& bands,
            const Eigen::Vector2i& blockOffset) {
+    verifyOneSize(bands);
+    std::vector<RowWork> works;
     for (const std::unique_ptr<ICorrector>& corrector : correctors) {
         feed(*corrector, dataSources);
+        if (!corrector->wouldAct()) {
+            continue;
+        }
+        RowWork work = corrector->prepareRows(bands, blockOffset);
+        if (work.run) {
+            works.push_back(std::move(work));
+            continue;
+        }
+        runTogether(works, bands);
+        works.clear();
         corrector->correct(bands, blockOffset);
     }
+    runTogether(works, bands);
 }
 
 } // namespace tessik::radiometry::corrector

@@ -1,5 +1,7 @@
 #include "radiometry/corrector/ConvertNanToNodata.h"
 
+#include "Kernels.h"
+
 #include <cmath>
 
 namespace tessik::radiometry::corrector {
@@ -8,14 +10,21 @@ bool ConvertNanToNodata::isApplicable() const {
     return true;
 }
 
-void ConvertNanToNodata::apply(BandImage& bands, const Eigen::Vector2i& /*blockOffset*/) const {
-    for (BandMatrix& band : bands) {
-        float* pixel = band.data();
-        const Eigen::Index size = band.size();
-        for (Eigen::Index i = 0; i < size; ++i) {
-            pixel[i] = std::isnan(pixel[i]) ? kNoData : pixel[i];
-        }
-    }
+RowWork ConvertNanToNodata::prepareRows(const BandImage& /*bands*/,
+                                        const Eigen::Vector2i& /*blockOffset*/) const {
+    return {[](BandImage& bands, Eigen::Index first, Eigen::Index last) {
+                for (BandMatrix& band : bands) {
+                    auto pixels = rowsOf(band, first, last);
+                    for (Eigen::Index i = 0; i < pixels.size(); ++i) {
+                        pixels(i) = std::isnan(pixels(i)) ? kNoData : pixels(i);
+                    }
+                }
+            },
+            {}};
+}
+
+void ConvertNanToNodata::apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const {
+    applyByRows(bands, blockOffset);
 }
 
 } // namespace tessik::radiometry::corrector

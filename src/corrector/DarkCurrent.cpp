@@ -1,31 +1,16 @@
 #include "radiometry/corrector/DarkCurrent.h"
 
-#include "Kernels.h"
+#include "DarkLevel.h"
 #include "RunningMean.h"
 #include "platform/log/Log.h"
 #include "radiometry/Consistency.h"
 
-#include <limits>
+#include <memory>
 
 namespace tessik::radiometry::corrector {
 namespace {
 
 constexpr auto kContext = "Correcting for dark current";
-
-/// @return whether a result is negative; a NaN is not
-template <typename Dark>
-bool subtract(BandMatrix& band, const Dark& dark) {
-    // An integer, or-ed: compilers vectorise that, but no minimum of floats that may be NaN.
-    int isNegative = 0;
-    for (Eigen::Index r = 0; r < band.rows(); ++r) {
-        float* pixel = &band(r, 0);
-        for (Eigen::Index c = 0; c < band.cols(); ++c) {
-            pixel[c] -= dark.coeff(r, c);
-            isNegative |= static_cast<int>(pixel[c] < 0.0F);
-        }
-    }
-    return isNegative != 0;
-}
 
 } // namespace
 
@@ -44,23 +29,44 @@ bool DarkCurrent::isApplicable() const {
     return m_data->model != nullptr;
 }
 
-void DarkCurrent::apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const {
-    const std::vector<BandMatrix>& maps = m_data->model->darkCurrentMap();
-    verifyConsistentNumberOfBands(bands.size(), maps.size(), kContext);
-    bool isLastNegative = false;
+RowWork DarkCurrent::prepareRows(const BandImage& bands, const Eigen::Vector2i& blockOffset) const {
+    const datasource::DarkCurrentModel& model = *m_data->model;
+    verifyConsistentNumberOfBands(bands.size(), model.darkCurrentMap().size(), kContext);
+    std::vector<DarkLevel> darks;
+    darks.reserve(bands.size());
     for (std::size_t b = 0; b < bands.size(); ++b) {
-        const auto dark = blockOf(maps[b], bands[b], blockOffset, kContext);
-        const std::optional<float> level = m_data->model->constantLevels()[b];
-        isLastNegative =
-            level ? subtract(bands[b], constant(bands[b], *level)) : subtract(bands[b], dark);
+        const BandMatrix& map = model.darkCurrentMap()[b];
+        const auto dark = blockOf(map, bands[b], blockOffset, kContext);
+        darks.push_back(darkLevelOf(model, b, bands[b], blockOffset, kContext));
         TESSIK_LOG(logging::kInfo)
             << "Dark current correction: "
-            << (dark.size() == maps[b].size() ? m_data->model->runningMean(b) : runningMean(dark));
+            << (dark.size() == map.size() ? model.runningMean(b) : runningMean(dark));
     }
-    if (isLastNegative) {
-        TESSIK_LOG(logging::kWarning)
-            << "Negative pixel value(s) found after dark current correction";
-    }
+    // Of the band processed last; a NaN is not negative.
+    const auto isLastNegative = std::make_shared<int>(0);
+    return {[darks, isLastNegative](BandImage& images, Eigen::Index first, Eigen::Index last) {
+                // An integer, or-ed: compilers vectorise that, but no minimum of floats that may be
+                // NaN.
+                int isNegative = 0;
+                for (std::size_t b = 0; b < images.size(); ++b) {
+                    isNegative = 0;
+                    forRows(images[b], darks[b], first, last, [&isNegative](float& v, float dark) {
+                        v -= dark;
+                        isNegative |= static_cast<int>(v < 0.0F);
+                    });
+                }
+                *isLastNegative |= isNegative;
+            },
+            [isLastNegative] {
+                if (*isLastNegative != 0) {
+                    TESSIK_LOG(logging::kWarning)
+                        << "Negative pixel value(s) found after dark current correction";
+                }
+            }};
+}
+
+void DarkCurrent::apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const {
+    applyByRows(bands, blockOffset);
 }
 
 } // namespace tessik::radiometry::corrector

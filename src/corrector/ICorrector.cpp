@@ -1,5 +1,7 @@
 #include "radiometry/corrector/ICorrector.h"
 
+#include "Kernels.h"
+
 #include <boost/core/demangle.hpp>
 
 #include <typeinfo>
@@ -20,6 +22,20 @@ void ICorrector::useData(const datasource::CalibrationTarget& /*source*/) {}
 void ICorrector::correct(BandImage& bands, const Eigen::Vector2i& blockOffset) const {
     if (isApplicable()) {
         apply(bands, blockOffset);
+    }
+}
+
+RowWork ICorrector::prepareRows(const BandImage& /*bands*/,
+                                const Eigen::Vector2i& /*blockOffset*/) const {
+    return {};
+}
+
+void ICorrector::applyByRows(BandImage& bands, const Eigen::Vector2i& blockOffset) const {
+    verifyOneSize(bands);
+    const RowWork work = prepareRows(bands, blockOffset);
+    work.run(bands, 0, bands.empty() ? 0 : bands.front().rows());
+    if (work.finish) {
+        work.finish();
     }
 }
 

@@ -2,12 +2,37 @@
 
 #include "Fail.h"
 #include "radiometry/Types.h"
+#include "radiometry/corrector/ICorrector.h"
 
 namespace tessik::radiometry::corrector {
 
 /// Multiplies a band by a factor, which is rounded to float first.
 inline void scale(BandMatrix& band, double factor) {
     band *= static_cast<float>(factor);
+}
+
+/// Work by rows is for bands of one size. @throws error "Bands differ in size"
+inline void verifyOneSize(const BandImage& bands) {
+    for (const BandMatrix& band : bands) {
+        if (band.rows() != bands.front().rows() || band.cols() != bands.front().cols()) {
+            fail("Bands differ in size");
+        }
+    }
+}
+
+/// Rows [first, last) of a band, which lie one behind the other.
+inline Eigen::Map<Eigen::ArrayXf> rowsOf(BandMatrix& band, Eigen::Index first, Eigen::Index last) {
+    return {band.data() + first * band.cols(), (last - first) * band.cols()};
+}
+
+/// Multiplies each band by its factor.
+inline RowWork scaling(const Eigen::ArrayXf& factors) {
+    return {[factors](BandImage& bands, Eigen::Index first, Eigen::Index last) {
+                for (std::size_t b = 0; b < bands.size(); ++b) {
+                    rowsOf(bands[b], first, last) *= factors(static_cast<Eigen::Index>(b));
+                }
+            },
+            {}};
 }
 
 /// The block of a full-image map that belongs to a band block.
@@ -35,11 +60,6 @@ inline auto blockOf(const BandMatrix& map,
              ")");
     }
     return map.block(row, col, band.rows(), band.cols());
-}
-
-/// A map of one value for a band, of which nothing is stored.
-inline auto constant(const BandMatrix& band, float value) {
-    return BandMatrix::Constant(band.rows(), band.cols(), value);
 }
 
 } // namespace tessik::radiometry::corrector

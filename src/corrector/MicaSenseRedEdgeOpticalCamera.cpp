@@ -1,5 +1,6 @@
 #include "radiometry/corrector/MicaSenseRedEdgeOpticalCamera.h"
 
+#include "Kernels.h"
 #include "platform/exif/ExifInfo.h"
 #include "platform/exif/Predicates.h"
 #include "platform/log/Log.h"
@@ -40,26 +41,37 @@ bool MicaSenseRedEdgeOpticalCamera::isApplicable() const {
            doAnyCorrection(m_data->correctionType);
 }
 
-void MicaSenseRedEdgeOpticalCamera::apply(BandImage& bands,
-                                          const Eigen::Vector2i& /*blockOffset*/) const {
-    const Data& data = *m_data;
+RowWork MicaSenseRedEdgeOpticalCamera::prepareRows(const BandImage& bands,
+                                                   const Eigen::Vector2i& /*blockOffset*/) const {
     verifyConsistentNumberOfBands(bands.size(),
-                                  static_cast<std::size_t>(data.sensitivity.size()),
+                                  static_cast<std::size_t>(m_data->sensitivity.size()),
                                   QStringLiteral("Correcting for optical effects"));
-    const double scale = minMaxForPixelType(data.pixelType).second + 1.0;
+    TESSIK_LOG(logging::kInfo) << "MicaSense 3k coefficients: " << m_data->model.k1 << " "
+                               << m_data->model.k2;
+    return {[this](BandImage& images, Eigen::Index first, Eigen::Index last) {
+                for (std::size_t b = 0; b < images.size(); ++b) {
+                    for (Eigen::Index r = first; r < last; ++r) {
+                        images[b].row(r) *= rowFactor(b, r);
+                    }
+                }
+            },
+            {}};
+}
+
+float MicaSenseRedEdgeOpticalCamera::rowFactor(std::size_t band, Eigen::Index r) const {
+    const Data& data = *m_data;
     const auto [k1, k2] = data.model;
-    TESSIK_LOG(logging::kInfo) << "MicaSense 3k coefficients: " << k1 << " " << k2;
-    for (std::size_t b = 0; b < bands.size(); ++b) {
-        const double sensitivity = data.sensitivity(static_cast<Eigen::Index>(b));
-        BandMatrix& band = bands[b];
-        for (Eigen::Index r = 0; r < band.rows(); ++r) {
-            const auto row = static_cast<double>(r);
-            const double rowExposure = (row * k1 + data.exposure) - (data.exposure * k2) * row;
-            band.row(r) *= static_cast<float>(
-                opticalCorrection(data.apertureFNumber, rowExposure, data.iso, sensitivity) /
-                scale);
-        }
-    }
+    const auto row = static_cast<double>(r);
+    const double rowExposure = (row * k1 + data.exposure) - (data.exposure * k2) * row;
+    const double sensitivity = data.sensitivity(static_cast<Eigen::Index>(band));
+    const double range = minMaxForPixelType(data.pixelType).second + 1.0;
+    return static_cast<float>(
+        opticalCorrection(data.apertureFNumber, rowExposure, data.iso, sensitivity) / range);
+}
+
+void MicaSenseRedEdgeOpticalCamera::apply(BandImage& bands,
+                                          const Eigen::Vector2i& blockOffset) const {
+    applyByRows(bands, blockOffset);
 }
 
 } // namespace tessik::radiometry::corrector

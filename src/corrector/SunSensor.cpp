@@ -60,7 +60,8 @@ bool SunSensor::isApplicable() const {
            doIrradianceCorrection(data.correctionType);
 }
 
-void SunSensor::apply(BandImage& bands, const Eigen::Vector2i& /*blockOffset*/) const {
+RowWork SunSensor::prepareRows(const BandImage& bands,
+                               const Eigen::Vector2i& /*blockOffset*/) const {
     const Data& data = *m_data;
     // Without a reading the bands would come out as they are, and look like corrected ones.
     verifyConsistentNumberOfBands(bands.size(),
@@ -76,9 +77,11 @@ void SunSensor::apply(BandImage& bands, const Eigen::Vector2i& /*blockOffset*/) 
                                            *data.siteCalibration,
                                            data.correctionType);
     TESSIK_LOG(logging::kInfo) << "Sun irradiance correction: " << irradiance.transpose();
-    for (std::size_t b = 0; b < bands.size(); ++b) {
-        scale(bands[b], 1.0 / irradiance(static_cast<Eigen::Index>(b)));
-    }
+    return scaling(irradiance.inverse().cast<float>());
+}
+
+void SunSensor::apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const {
+    applyByRows(bands, blockOffset);
 }
 
 } // namespace tessik::radiometry::corrector

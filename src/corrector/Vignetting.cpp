@@ -19,11 +19,25 @@ bool Vignetting::isApplicable() const {
     return m_data->inverseMap != nullptr;
 }
 
-void Vignetting::apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const {
-    for (BandMatrix& band : bands) {
-        band.array() *=
-            blockOf(*m_data->inverseMap, band, blockOffset, "Correcting for vignetting").array();
+RowWork Vignetting::prepareRows(const BandImage& bands, const Eigen::Vector2i& blockOffset) const {
+    using Map = decltype(blockOf(*m_data->inverseMap, bands.front(), blockOffset, ""));
+    std::vector<Map> maps;
+    maps.reserve(bands.size());
+    for (const BandMatrix& band : bands) {
+        maps.push_back(
+            blockOf(*m_data->inverseMap, band, blockOffset, "Correcting for vignetting"));
     }
+    return {[maps](BandImage& images, Eigen::Index first, Eigen::Index last) {
+                for (std::size_t b = 0; b < images.size(); ++b) {
+                    images[b].middleRows(first, last - first).array() *=
+                        maps[b].middleRows(first, last - first).array();
+                }
+            },
+            {}};
+}
+
+void Vignetting::apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const {
+    applyByRows(bands, blockOffset);
 }
 
 } // namespace tessik::radiometry::corrector

@@ -43,6 +43,28 @@ std::vector<std::string> chainOf(const ExifInfo& exif) {
     return names;
 }
 
+TEST(Chain, takenAFewRowsAtATimeGivesWhatEachStepGivesOverTheWholeImage) {
+    constexpr std::uint64_t kWidth = 700; // 46 rows a tile: the last one is cut off
+    constexpr std::uint64_t kHeight = 130;
+    ImageSetup setup(test::redEdgeExif(kWidth, kHeight));
+    setup.image.exif.sunIrradiance = {1.25};
+    BandImage together = {test::redEdgeBand(kWidth, kHeight, 3)};
+    BandImage stepwise = together;
+    const auto sources =
+        setup.sources({CorrectionType::CameraAndSunIrradiance}, std::vector<double>{655.36});
+    corrector::apply(corrector::create(setup.image.exif), sources, together, {0, 0});
+    for (const auto& step : corrector::create(setup.image.exif)) {
+        corrector::feed(*step, sources);
+        step->correct(stepwise, {0, 0});
+    }
+    EXPECT_TRUE((together[0].array() == stepwise[0].array()).all());
+    BandImage uneven = {test::ramp(2, 3), test::ramp(3, 2)};
+    EXPECT_EQ(test::messageOf<error>([&] {
+                  corrector::apply(corrector::create(setup.image.exif), sources, uneven, {0, 0});
+              }),
+              "Bands differ in size");
+}
+
 TEST(Chain, hasItsCamerasModelAtItsPlace) {
     using Names = std::vector<std::string>;
     const Names head = {"GammaRelinearisation",

@@ -237,10 +237,10 @@ TEST(RedEdgeCamera, everyRowHasItsOwnExposure) {
 
 TEST(CalibrationTarget, dividesByTheSensitivity) {
     const ImageSetup setup(test::plainExif(5, 3, 2));
-    BandImage bands = {test::ramp(3, 5), test::band(1, 3, {kNan, -10000.0F, 8.0F})};
+    BandImage bands = {test::ramp(1, 3), test::band(1, 3, {kNan, -10000.0F, 8.0F})};
     ::tessik::radiometry::corrector::CalibrationTarget corrector;
     EXPECT_TRUE(test::run(corrector, setup.sources(kCamera, {2.0, 4.0}), bands));
-    expectSame(bands[0], test::ramp(3, 5) * 0.5F);
+    expectSame(bands[0], test::ramp(1, 3) * 0.5F);
     EXPECT_TRUE(std::isnan(bands[1](0, 0)));
     EXPECT_EQ(bands[1](0, 1), -2500.0F);
     EXPECT_EQ(bands[1](0, 2), 2.0F);

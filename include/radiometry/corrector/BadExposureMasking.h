@@ -18,6 +18,9 @@ public:
     void useData(const datasource::Sensor& source) override;
     void useData(const datasource::DarkCurrentModel& source) override;
 
+    [[nodiscard]] RowWork prepareRows(const BandImage& bands,
+                                      const Eigen::Vector2i& blockOffset) const override;
+
 protected:
     [[nodiscard]] bool isApplicable() const override;
     void apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const override;

@@ -16,6 +16,9 @@ public:
     using ICorrector::useData;
     void useData(const datasource::CalibrationTarget& source) override;
 
+    [[nodiscard]] RowWork prepareRows(const BandImage& bands,
+                                      const Eigen::Vector2i& blockOffset) const override;
+
 protected:
     [[nodiscard]] bool isApplicable() const override;
     void apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const override;

@@ -20,11 +20,17 @@ public:
     void useData(const datasource::ImageMetadata& source) override;
     void useData(const datasource::UserSettings& source) override;
 
+    [[nodiscard]] RowWork prepareRows(const BandImage& bands,
+                                      const Eigen::Vector2i& blockOffset) const override;
+
 protected:
     [[nodiscard]] bool isApplicable() const override;
     void apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const override;
 
 private:
+    /// Factor of a row of the block.
+    [[nodiscard]] float rowFactor(std::size_t band, Eigen::Index row) const;
+
     struct Data;
     std::unique_ptr<Data> m_data;
 };

@@ -15,6 +15,9 @@ public:
     using ICorrector::useData;
     void useData(const datasource::VignettingModel& source) override;
 
+    [[nodiscard]] RowWork prepareRows(const BandImage& bands,
+                                      const Eigen::Vector2i& blockOffset) const override;
+
 protected:
     [[nodiscard]] bool isApplicable() const override;
     void apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const override;

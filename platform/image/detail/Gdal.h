@@ -49,12 +49,14 @@ private:
 };
 
 /// Settings that hold for our own calls in this thread alone: the folder of an image is not listed
-/// (it may hold thousands of files), and no file is left or looked for beside it.
+/// (it may hold thousands of files), no file is left or looked for beside it, and uncompressed
+/// pixels are read without a stay in the block cache.
 class GdalScope {
 public:
     GdalScope()
         : m_readDir("GDAL_DISABLE_READDIR_ON_OPEN", "EMPTY_DIR", false),
-          m_pam("GDAL_PAM_ENABLED", "NO", false) {
+          m_pam("GDAL_PAM_ENABLED", "NO", false),
+          m_directIo("GTIFF_DIRECT_IO", "YES", false) {
         static std::once_flag registered;
         std::call_once(registered, GDALAllRegister);
     }
@@ -62,6 +64,7 @@ public:
 private:
     CPLConfigOptionSetter m_readDir;
     CPLConfigOptionSetter m_pam;
+    CPLConfigOptionSetter m_directIo;
 };
 
 struct CloseDataset {
