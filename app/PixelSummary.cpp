@@ -1,9 +1,7 @@
 #include "PixelSummary.h"
 
-#include <array>
 #include <limits>
 #include <memory>
-#include <numeric>
 
 namespace tessik::app {
 namespace {
@@ -14,25 +12,17 @@ struct Sums {
 };
 
 Sums sumsOfRow(const float* row, Eigen::Index size) {
-    constexpr Eigen::Index kLanes = 16; // sums side by side, which the compiler vectorises
-    std::array<float, kLanes> sums{};
-    std::array<std::int32_t, kLanes> counts{};
-    const auto take = [&](Eigen::Index c, std::size_t lane) {
+    const Eigen::Map<const Eigen::ArrayXf> pixels(row, size);
+    if (pixels.minCoeff() > radiometry::kNoData) { // nearly every row; the compiler vectorises it
+        return {static_cast<double>(pixels.sum()), 0};
+    }
+    Sums sums;
+    for (Eigen::Index c = 0; c < size; ++c) {
         const bool isMasked = row[c] == radiometry::kNoData;
-        sums[lane] += isMasked ? 0.0F : row[c];
-        counts[lane] += isMasked ? 1 : 0;
-    };
-    const Eigen::Index whole = size - size % kLanes;
-    for (Eigen::Index c = 0; c < whole; c += kLanes) {
-        for (Eigen::Index lane = 0; lane < kLanes; ++lane) {
-            take(c + lane, static_cast<std::size_t>(lane));
-        }
+        sums.sum += isMasked ? 0.0 : static_cast<double>(row[c]);
+        sums.masked += isMasked ? 1 : 0;
     }
-    for (Eigen::Index c = whole; c < size; ++c) {
-        take(c, 0);
-    }
-    return {std::accumulate(sums.begin(), sums.end(), 0.0),
-            std::accumulate(counts.begin(), counts.end(), std::int64_t{0})};
+    return sums;
 }
 
 } // namespace

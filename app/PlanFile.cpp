@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <fstream>
+#include <set>
 #include <limits>
 
 namespace tessik::app {
@@ -277,9 +278,13 @@ Plan planOf(const JsonReader& json) {
     for (const JsonReader& warning : json["warnings"].items()) {
         plan.warnings.push_back({warning["path"].text(), warning["text"].text()});
     }
+    std::set<fs::path> outputs;
     for (const JsonReader& image : json["images"].items()) {
         plan.images.push_back(
             {image["path"].text(), outputOf(image["output"]), image["camera"].id()});
+        if (!outputs.insert(fs::path(plan.images.back().output).lexically_normal()).second) {
+            image["output"].fail("another image has the same output");
+        }
         if (plan.project.settings.count(plan.images.back().cameraId) == 0) {
             image["camera"].fail("a camera that is not listed");
         }

@@ -52,6 +52,9 @@ void addSensorMount(CLI::App& command, std::optional<Eigen::Vector3f>& mount) {
             "--sensor-mount",
             [&mount](const std::vector<float>& angles) {
                 mount = Eigen::Vector3f(angles.at(0), angles.at(1), angles.at(2));
+                if (!mount->allFinite()) {
+                    throw CLI::ValidationError("--sensor-mount", "an angle that is not finite");
+                }
             },
             "OMEGA,PHI,KAPPA: the irradiance sensor's orientation relative to the camera, degrees, "
             "where the metadata do not state it")

@@ -261,6 +261,7 @@ TEST(Plan, damagedPlansAreRefusedWithFileAndReason) {
         {[](Json& json) { json["images"][0]["output"] = "../a.tif"; }, "outside the output folder"},
         {[](Json& json) { json["images"][0]["output"] = "/a.tif"; }, "outside the output folder"},
         {[](Json& json) { json["images"][0]["camera"] = "12"; }, "not listed"},
+        {[](Json& json) { json["images"][0]["output"] = "./IMG_0000_2.tif"; }, "same output"},
         {[](Json& json) { json["cameras"][0]["id"] = "12x"; }, "identifier"},
         {[](Json& json) { json["cameras"][0]["sensitivity"] = {0.0}; }, "above 0"},
         {[](Json& json) { json["cameras"][1]["id"] = json["cameras"][0]["id"]; }, "twice"},
