@@ -134,24 +134,48 @@ DatasetPointer createDataset(const std::string& path,
     return dataset;
 }
 
+/// Writes the whole strips of a file of one float band as they lie in memory, without a stay in the
+/// block cache. @return the rows written; negative = it failed
+int writeStrips(GDALRasterBandH band, float* pixels, int cols, int rows) {
+    int blockCols = 0;
+    int blockRows = 0;
+    GDALGetBlockSize(band, &blockCols, &blockRows);
+    if (GDALGetRasterDataType(band) != GDT_Float32 || blockCols != cols) {
+        return 0;
+    }
+    int row = 0;
+    for (; row + blockRows <= rows; row += blockRows) {
+        float* strip = pixels + static_cast<std::ptrdiff_t>(row) * cols;
+        if (GDALWriteBlock(band, 0, row / blockRows, strip) != CE_None) {
+            return -1;
+        }
+    }
+    return row;
+}
+
 void writePixels(const DatasetPointer& dataset, const BandImage& bands) {
     for (std::size_t b = 0; b < bands.size(); ++b) {
         const auto cols = static_cast<int>(bands[b].cols());
         const auto rows = static_cast<int>(bands[b].rows());
+        GDALRasterBandH band = GDALGetRasterBand(dataset.get(), static_cast<int>(b) + 1);
         // GDAL's write interface takes a mutable buffer that it only reads.
         auto* pixels = const_cast<float*>(bands[b].data());
-        if (GDALRasterIO(GDALGetRasterBand(dataset.get(), static_cast<int>(b) + 1),
-                         GF_Write,
-                         0,
-                         0,
-                         cols,
-                         rows,
-                         pixels,
-                         cols,
-                         rows,
-                         GDT_Float32,
-                         0,
-                         0) != CE_None) {
+        const int done = bands.size() == 1 ? writeStrips(band, pixels, cols, rows) : 0;
+        if (done == rows) {
+            continue;
+        }
+        if (done < 0 || GDALRasterIO(band,
+                                     GF_Write,
+                                     0,
+                                     done,
+                                     cols,
+                                     rows - done,
+                                     pixels + static_cast<std::ptrdiff_t>(done) * cols,
+                                     cols,
+                                     rows - done,
+                                     GDT_Float32,
+                                     0,
+                                     0) != CE_None) {
             return; // the error scope knows
         }
     }

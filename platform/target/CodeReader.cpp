@@ -28,9 +28,9 @@ constexpr std::array<Attempt, 6> kAttempts = {{{{0.001, 0.999}, 1},
                                                {{0.001, 0.999}, 2},
                                                {{0.001, 0.999}, -4}}};
 
-/// Larger bands are not doubled: their codes have pixels enough, and a flight without a panel would
-/// be looked at for longer than it takes to correct it.
-constexpr Eigen::Index kLargestDoubled = 1000000;
+/// Larger bands are looked at once in full and then at half their size: their codes have pixels
+/// enough, and a flight without a panel would be looked at for longer than it takes to correct it.
+constexpr Eigen::Index kLarge = 1000000;
 constexpr Eigen::Index kSmallestSide = 16;
 
 struct ScannerDeleter {
@@ -113,9 +113,6 @@ std::vector<Code> tryOnce(const BandMatrix& band, const Attempt& attempt) {
     if (attempt.scale == 1) {
         codes = decode(stretched(band, range));
     } else if (attempt.scale > 1) {
-        if (band.size() > kLargestDoubled) {
-            return {};
-        }
         pixels = 2.0;
         codes = decode(stretched(doubled(band), range));
     } else {
@@ -137,7 +134,11 @@ std::vector<Code> tryOnce(const BandMatrix& band, const Attempt& attempt) {
 } // namespace
 
 std::vector<Code> readCodes(const BandMatrix& band) {
-    for (const Attempt& attempt : kAttempts) {
+    for (std::size_t i = 0; i < kAttempts.size(); ++i) {
+        const Attempt& attempt = kAttempts[i];
+        if (i > 0 && attempt.scale > 0 && band.size() > kLarge) {
+            continue;
+        }
         std::vector<Code> codes = tryOnce(band, attempt);
         if (!codes.empty()) {
             return codes;
