@@ -10,8 +10,8 @@
 #include <algorithm>
 #include <cmath>
 #include <fstream>
-#include <set>
 #include <limits>
+#include <set>
 
 namespace tessik::app {
 namespace {

@@ -41,7 +41,8 @@ struct ProjectCoordinateSystems;
 ///    image, image that cannot be corrected), has fewer than 3 valid pixels or more than 5 %
 ///    invalid ones (saturated, or dark), or a mean that is not positive.
 /// 2. Nor when it is uneven: standard deviation above 5 % of the mean in any band. A panel shows
-///    about 2 %, noise included; what is more is a shadow, a reflection, dirt or a region that leaves the panel.
+///    about 2 %, noise included; what is more is a shadow, a reflection, dirt or a region that
+///    leaves the panel.
 /// 3. The sensitivity is the mean of those of the targets that are left, band by band. The mean,
 ///    because targets before and after the flight bracket the drift of what the correction does not
 ///    see (irradiance sensor, thin clouds): the largest error is then half of that of either, and

@@ -81,12 +81,11 @@ void writePng(const std::string& path, const Picture& picture) {
     std::vector<ByteMatrix> channels;
     channels.reserve(kChannels);
     for (int c = 0; c < kChannels; ++c) {
-        channels.emplace_back(
-            Samples(picture.rgb.data() + c,
-                    picture.height,
-                    picture.width,
-                    Eigen::Stride<Eigen::Dynamic, Eigen::Dynamic>(
-                        Eigen::Index{kChannels} * picture.width, kChannels)));
+        channels.emplace_back(Samples(picture.rgb.data() + c,
+                                      picture.height,
+                                      picture.width,
+                                      Eigen::Stride<Eigen::Dynamic, Eigen::Dynamic>(
+                                          Eigen::Index{kChannels} * picture.width, kChannels)));
     }
     const std::string bytes = encodePng(channels);
     PendingFile file(path);

@@ -55,8 +55,7 @@ class GdalScope {
 public:
     GdalScope()
         : m_readDir("GDAL_DISABLE_READDIR_ON_OPEN", "EMPTY_DIR", false),
-          m_pam("GDAL_PAM_ENABLED", "NO", false),
-          m_directIo("GTIFF_DIRECT_IO", "YES", false) {
+          m_pam("GDAL_PAM_ENABLED", "NO", false), m_directIo("GTIFF_DIRECT_IO", "YES", false) {
         static std::once_flag registered;
         std::call_once(registered, GDALAllRegister);
     }
