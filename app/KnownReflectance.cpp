@@ -2,6 +2,7 @@
 
 #include "ImageCorrector.h"
 #include "platform/exif/Tags.h"
+#include "platform/text/Text.h"
 #include "radiometry/ReflectanceStore.h"
 
 #include <cmath>
@@ -53,8 +54,9 @@ void verifyNames(const std::vector<BandReflectance>& reflectance,
             for (const std::string& band : known) {
                 list.append(list.empty() ? "" : ", ").append(band);
             }
-            throw std::runtime_error("--reflectance: no image has a band " + name +
-                                     "; there are: " + list);
+            throw std::runtime_error(
+                text::compose("--reflectance: no image has a band ", name, "; there are: ", list)
+                    .toStdString());
         }
     }
 }

@@ -390,8 +390,8 @@ int run(int argc, char** argv) {
 int main(int argc, char** argv) {
     // Bands and strips come and go with each image: their memory is kept, not given back each time.
     constexpr int kLargestKept = 1 << 30;
-    mallopt(M_MMAP_THRESHOLD, kLargestKept);
-    mallopt(M_TRIM_THRESHOLD, kLargestKept);
+    mallopt(M_MMAP_THRESHOLD, kLargestKept); // NOLINT(concurrency-mt-unsafe): no thread runs yet
+    mallopt(M_TRIM_THRESHOLD, kLargestKept); // NOLINT(concurrency-mt-unsafe)
     // Whose settings the store of reflectances lives in.
     QCoreApplication::setOrganizationName(QStringLiteral("tessik"));
     QCoreApplication::setApplicationName(QStringLiteral("radiometry"));
