@@ -15,7 +15,6 @@ namespace tessik::radiometry::corrector {
 namespace {
 
 constexpr auto kContext = "Masking pixels with bad exposure";
-constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 
 /// What relinearised values can be, over all bands.
 PixelValueRange linearRange(const std::vector<gamma_t>& gammas) {
@@ -69,17 +68,23 @@ RowWork BadExposureMasking::prepareRows(const BandImage& bands,
     }
     std::vector<DarkLevel> darks;
     darks.reserve(bands.size());
-    for (std::size_t b = 0; b < bands.size(); ++b) {
-        darks.push_back(hasDarkCurrent ? darkLevelOf(*model, b, bands[b], blockOffset, kContext)
-                                       : DarkLevel{0.0F, std::nullopt});
+    for (std::size_t b = 0; b < bands.size() && hasDarkCurrent; ++b) {
+        darks.emplace_back(*model, b, bands[b], blockOffset, kContext);
     }
     const auto lo = static_cast<float>(range.min);
     const auto hi = static_cast<float>(range.max);
     return {[darks, lo, hi](BandImage& images, Eigen::Index first, Eigen::Index last) {
                 for (std::size_t b = 0; b < images.size(); ++b) {
-                    forRows(images[b], darks[b], first, last, [lo, hi](float& v, float dark) {
-                        v = ((lo + dark < v) & (v < hi)) ? v : kNan;
-                    });
+                    forRows(images[b],
+                            first,
+                            last,
+                            [&](Eigen::Index r, float* pixels, std::size_t size) {
+                                if (darks.empty()) {
+                                    loops::maskOutside(pixels, size, lo, hi);
+                                } else {
+                                    loops::maskOutside(pixels, size, darks[b].ofRow(r), lo, hi);
+                                }
+                            });
                 }
             },
             {}};

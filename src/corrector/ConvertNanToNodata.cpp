@@ -2,8 +2,6 @@
 
 #include "Kernels.h"
 
-#include <cmath>
-
 namespace tessik::radiometry::corrector {
 
 bool ConvertNanToNodata::isApplicable() const {
@@ -14,10 +12,9 @@ RowWork ConvertNanToNodata::prepareRows(const BandImage& /*bands*/,
                                         const Eigen::Vector2i& /*blockOffset*/) const {
     return {[](BandImage& bands, Eigen::Index first, Eigen::Index last) {
                 for (BandMatrix& band : bands) {
-                    auto pixels = rowsOf(band, first, last);
-                    for (Eigen::Index i = 0; i < pixels.size(); ++i) {
-                        pixels(i) = std::isnan(pixels(i)) ? kNoData : pixels(i);
-                    }
+                    forRows(band, first, last, [](auto, float* pixels, std::size_t size) {
+                        loops::replaceNan(pixels, size, kNoData);
+                    });
                 }
             },
             {}};

@@ -37,28 +37,28 @@ RowWork DarkCurrent::prepareRows(const BandImage& bands, const Eigen::Vector2i& 
     for (std::size_t b = 0; b < bands.size(); ++b) {
         const BandMatrix& map = model.darkCurrentMap()[b];
         const auto dark = blockOf(map, bands[b], blockOffset, kContext);
-        darks.push_back(darkLevelOf(model, b, bands[b], blockOffset, kContext));
+        darks.emplace_back(model, b, bands[b], blockOffset, kContext);
         TESSIK_LOG(logging::kInfo)
             << "Dark current correction: "
             << (dark.size() == map.size() ? model.runningMean(b) : runningMean(dark));
     }
     // Of the band processed last; a NaN is not negative.
-    const auto isLastNegative = std::make_shared<int>(0);
+    const auto isLastNegative = std::make_shared<bool>(false);
     return {[darks, isLastNegative](BandImage& images, Eigen::Index first, Eigen::Index last) {
-                // An integer, or-ed: compilers vectorise that, but no minimum of floats that may be
-                // NaN.
-                int isNegative = 0;
+                bool isNegative = false;
                 for (std::size_t b = 0; b < images.size(); ++b) {
-                    isNegative = 0;
-                    forRows(images[b], darks[b], first, last, [&isNegative](float& v, float dark) {
-                        v -= dark;
-                        isNegative |= static_cast<int>(v < 0.0F);
-                    });
+                    isNegative = false;
+                    forRows(images[b],
+                            first,
+                            last,
+                            [&](Eigen::Index r, float* pixels, std::size_t size) {
+                                isNegative |= loops::subtract(pixels, size, darks[b].ofRow(r));
+                            });
                 }
                 *isLastNegative |= isNegative;
             },
             [isLastNegative] {
-                if (*isLastNegative != 0) {
+                if (*isLastNegative) {
                     TESSIK_LOG(logging::kWarning)
                         << "Negative pixel value(s) found after dark current correction";
                 }

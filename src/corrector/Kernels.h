@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Fail.h"
+#include "PixelLoops.h"
 #include "radiometry/Types.h"
 #include "radiometry/corrector/ICorrector.h"
 
@@ -20,16 +21,22 @@ inline void verifyOneSize(const BandImage& bands) {
     }
 }
 
-/// Rows [first, last) of a band, which lie one behind the other.
-inline Eigen::Map<Eigen::ArrayXf> rowsOf(BandMatrix& band, Eigen::Index first, Eigen::Index last) {
-    return {band.data() + first * band.cols(), (last - first) * band.cols()};
+/// Calls work(row, its pixels, their number) for rows [first, last) of a band.
+template <typename Work>
+void forRows(BandMatrix& band, Eigen::Index first, Eigen::Index last, const Work& work) {
+    for (Eigen::Index r = first; r < last; ++r) {
+        work(r, band.data() + r * band.cols(), static_cast<std::size_t>(band.cols()));
+    }
 }
 
 /// Multiplies each band by its factor.
 inline RowWork scaling(const Eigen::ArrayXf& factors) {
     return {[factors](BandImage& bands, Eigen::Index first, Eigen::Index last) {
                 for (std::size_t b = 0; b < bands.size(); ++b) {
-                    rowsOf(bands[b], first, last) *= factors(static_cast<Eigen::Index>(b));
+                    const float factor = factors(static_cast<Eigen::Index>(b));
+                    forRows(bands[b], first, last, [factor](auto, float* pixels, std::size_t size) {
+                        loops::multiply(pixels, size, factor);
+                    });
                 }
             },
             {}};

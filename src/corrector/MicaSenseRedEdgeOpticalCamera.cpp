@@ -50,9 +50,12 @@ RowWork MicaSenseRedEdgeOpticalCamera::prepareRows(const BandImage& bands,
                                << m_data->model.k2;
     return {[this](BandImage& images, Eigen::Index first, Eigen::Index last) {
                 for (std::size_t b = 0; b < images.size(); ++b) {
-                    for (Eigen::Index r = first; r < last; ++r) {
-                        images[b].row(r) *= rowFactor(b, r);
-                    }
+                    forRows(images[b],
+                            first,
+                            last,
+                            [this, b](Eigen::Index r, float* pixels, std::size_t size) {
+                                loops::multiply(pixels, size, rowFactor(b, r));
+                            });
                 }
             },
             {}};

@@ -29,8 +29,13 @@ RowWork Vignetting::prepareRows(const BandImage& bands, const Eigen::Vector2i& b
     }
     return {[maps](BandImage& images, Eigen::Index first, Eigen::Index last) {
                 for (std::size_t b = 0; b < images.size(); ++b) {
-                    images[b].middleRows(first, last - first).array() *=
-                        maps[b].middleRows(first, last - first).array();
+                    const Map& map = maps[b];
+                    forRows(images[b],
+                            first,
+                            last,
+                            [&map](Eigen::Index r, float* pixels, std::size_t size) {
+                                loops::multiply(pixels, size, &map.coeffRef(r, 0));
+                            });
                 }
             },
             {}};

@@ -11,7 +11,6 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -147,17 +146,16 @@ public:
     explicit DarkCurrentModel(const IDarkCurrentModel& model);
     void accept(corrector::ICorrector& corrector) const override;
     [[nodiscard]] const std::vector<BandMatrix>& darkCurrentMap() const { return m_map; }
-    /// The value of each band's map where it is the same everywhere, which spares reading the map.
-    [[nodiscard]] const std::vector<std::optional<float>>& constantLevels() const {
-        return m_constantLevels;
-    }
+    /// After how many rows each band's map repeats itself; its height where it does not. A sensor's
+    /// pattern is a few rows, and those stay in the processor's cache where the map would not.
+    [[nodiscard]] const std::vector<Eigen::Index>& rowPeriods() const { return m_rowPeriods; }
     /// Mean of a band's map in storage order, m + (d - m) / n in float; NaN for an empty map.
     /// Computed when it is first asked for. Thread safe.
     [[nodiscard]] float runningMean(std::size_t band) const;
 
 private:
     std::vector<BandMatrix> m_map;
-    std::vector<std::optional<float>> m_constantLevels;
+    std::vector<Eigen::Index> m_rowPeriods;
     mutable std::once_flag m_meansAreKnown;
     mutable std::vector<float> m_means;
 };

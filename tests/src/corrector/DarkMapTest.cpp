@@ -23,14 +23,14 @@ private:
 
 struct Case {
     const char* name;
-    Eigen::Index odd; ///< index of the one value that differs, -1 = none does
-    bool isConstant;
+    std::vector<Eigen::Index> odd; ///< indices of the values that differ
+    Eigen::Index rowPeriod;
 };
 
 BandMatrix mapOf(const Case& test) {
-    BandMatrix map = BandMatrix::Constant(3, 5, 100.0F);
-    if (test.odd >= 0) {
-        map.data()[test.odd] = 140.0F;
+    BandMatrix map = BandMatrix::Constant(4, 5, 100.0F);
+    for (const Eigen::Index index : test.odd) {
+        map.data()[index] = 140.0F;
     }
     return map;
 }
@@ -42,19 +42,22 @@ class DarkMap : public testing::TestWithParam<Case> {};
 TEST_P(DarkMap, isTheLeastValidValueAndWhatIsSubtractedAtEachPixel) {
     const BandMatrix map = mapOf(GetParam());
     const auto source = std::make_shared<datasource::DarkCurrentModel>(GivenModel(map));
-    EXPECT_EQ(source->constantLevels().front().has_value(), GetParam().isConstant);
+    EXPECT_EQ(source->rowPeriods().front(), GetParam().rowPeriod);
 
-    const test::ImageSetup setup(test::plainExif(5, 3));
+    const test::ImageSetup setup(test::plainExif(5, 4));
     auto sources = setup.sources(CorrectionType::CameraOnly);
     sources.push_back(source);
     for (const float above : {0.0F, 3.0F}) {
-        BandImage bands = {(map.array() + above).matrix()};
-        corrector::BadExposureMasking masking;
-        corrector::DarkCurrent subtraction;
-        EXPECT_TRUE(test::run(masking, sources, bands));
-        EXPECT_TRUE(test::run(subtraction, sources, bands));
-        const auto values = bands.front().array();
-        EXPECT_TRUE(above == 0.0F ? values.isNaN().all() : (values == above).all()) << values;
+        for (const Eigen::Vector2i& offset : {Eigen::Vector2i(0, 0), Eigen::Vector2i(2, 1)}) {
+            const BandMatrix block = map.bottomRightCorner(4 - offset[1], 5 - offset[0]);
+            BandImage bands = {(block.array() + above).matrix()};
+            corrector::BadExposureMasking masking;
+            corrector::DarkCurrent subtraction;
+            EXPECT_TRUE(test::run(masking, sources, bands, offset));
+            EXPECT_TRUE(test::run(subtraction, sources, bands, offset));
+            const auto values = bands.front().array();
+            EXPECT_TRUE(above == 0.0F ? values.isNaN().all() : (values == above).all()) << values;
+        }
     }
 }
 
@@ -78,10 +81,12 @@ TEST_P(DarkMap, aResultBelowZeroIsWarnedOfWhereverItIs) {
 
 INSTANTIATE_TEST_SUITE_P(Maps,
                          DarkMap,
-                         testing::Values(Case{"constant", -1, true},
-                                         Case{"firstDiffers", 0, false},
-                                         Case{"middleDiffers", 8, false},
-                                         Case{"lastDiffers", 14, false}),
+                         testing::Values(Case{"constant", {}, 1},
+                                         Case{"firstDiffers", {0}, 4},
+                                         Case{"middleDiffers", {8}, 3},
+                                         Case{"lastDiffers", {19}, 4},
+                                         Case{"columnDiffers", {2, 7, 12, 17}, 1},
+                                         Case{"everySecondRowDiffers", {5, 8, 15, 18}, 2}),
                          [](const auto& test) { return test.param.name; });
 
 } // namespace
