@@ -210,9 +210,8 @@ image::Ring parseRegion(const std::string& text) {
 }
 
 int calibrate(const CalibrateOptions& options) {
-    const InputList inputs = expandInputs(options.inputs);
-    Flight flight = readFlight(inputs.images, options.metadata, options.jobs);
-    std::size_t failed = sayFailures(inputs, flight);
+    Flight flight = readFlight(expandInputs(options.inputs), options.metadata, options.jobs);
+    std::size_t failed = sayFailures(flight);
     const Project project = makeProject(flight, options.project);
     const TargetCalibration result = measure(flight, project, options);
     print(result, flight, project);

@@ -224,7 +224,7 @@ int correct(const CorrectOptions& options) {
     }
     const auto start = std::chrono::steady_clock::now();
     const Plan plan = planFor(options);
-    malloc_trim(0); // the metadata of all images were in memory
+    malloc_trim(0); // a large plan leaves much behind when it is read
     Run run{options,
             plan,
             ImageCorrector(plan.project, static_cast<std::size_t>(options.plan.jobs) + 1),

@@ -3,15 +3,36 @@
 #include "Console.h"
 #include "platform/image/Raster.h"
 
+#include <QtCore/QSet>
 #include <tbb/parallel_for.h>
 #include <tbb/task_arena.h>
 
+#include <mutex>
 #include <utility>
 
 namespace tessik::app {
 namespace {
 
 using UtcOffset = std::optional<double>;
+
+/// Thousands of images of a few cameras say the same: equal texts share their memory.
+class SharedTexts {
+public:
+    void share(ExifInfo& exif) {
+        const std::lock_guard lock(m_mutex);
+        for (QString* text :
+             {&exif.make, &exif.model, &exif.serialNumber, &exif.rigName, &exif.captureId}) {
+            *text = *m_texts.insert(*text);
+        }
+        for (QString& name : exif.bandNames) {
+            name = *m_texts.insert(name);
+        }
+    }
+
+private:
+    std::mutex m_mutex;
+    QSet<QString> m_texts;
+};
 
 InputImage
 readImage(const std::string& path, const exif::ReadOptions& options, UtcOffset& estimatedOffset) {
@@ -47,14 +68,14 @@ UtcOffset useOneClock(const std::vector<UtcOffset>& estimatedOffsets,
 
 } // namespace
 
-std::size_t sayFailures(const InputList& inputs, const Flight& flight) {
-    std::size_t count = inputs.failures.size();
-    for (const auto& [path, reason] : inputs.failures) {
+std::size_t sayFailures(const Flight& flight) {
+    std::size_t count = flight.argumentFailures.size();
+    for (const auto& [path, reason] : flight.argumentFailures) {
         sayFailure(path, reason);
     }
     for (std::size_t i = 0; i < flight.inputs.size(); ++i) {
         if (!flight.failures[i].empty()) {
-            sayFailure(flight.inputs[i].path.string(), flight.failures[i]);
+            sayFailure(flight.inputs[i].path, flight.failures[i]);
             ++count;
         }
     }
@@ -65,21 +86,23 @@ CameraData cameraData(const ExifInfo& exif) {
     return {exif::cameraName(exif), exif.make, exif.model, exif.bands, exif::cameraParams(exif)};
 }
 
-Flight readFlight(std::vector<Input> inputs, const exif::ReadOptions& options, int jobs) {
+Flight readFlight(InputList inputs, const exif::ReadOptions& options, int jobs) {
     Flight flight;
-    flight.inputs = std::move(inputs);
+    flight.inputs = std::move(inputs.images);
+    flight.argumentFailures = std::move(inputs.failures);
     flight.images.resize(flight.inputs.size());
     flight.failures.resize(flight.inputs.size());
     std::vector<UtcOffset> estimatedOffsets(flight.inputs.size());
+    SharedTexts texts;
     tbb::task_arena arena(jobs);
     arena.execute([&] {
         tbb::parallel_for(std::size_t{0}, flight.inputs.size(), [&](std::size_t i) {
             try {
-                flight.images[i] =
-                    readImage(flight.inputs[i].path.string(), options, estimatedOffsets[i]);
+                flight.images[i] = readImage(flight.inputs[i].path, options, estimatedOffsets[i]);
+                texts.share(flight.images[i].exif);
             } catch (const std::exception& failure) {
                 flight.failures[i] = failure.what();
-                flight.images[i].path = QString::fromStdString(flight.inputs[i].path.string());
+                flight.images[i].path = QString::fromStdString(flight.inputs[i].path);
                 flight.images[i].enabled = false;
             }
         });

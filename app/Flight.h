@@ -7,6 +7,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tessik::app {
@@ -14,6 +15,8 @@ namespace tessik::app {
 /// The images of a flight, their metadata read. The lists have an entry for each input.
 struct Flight {
     std::vector<Input> inputs;
+    /// What was wrong with arguments ("path: reason"): these have no entry.
+    std::vector<std::pair<std::string, std::string>> argumentFailures;
     /// An image that cannot be used is not enabled.
     std::vector<InputImage> images;
     /// Why an image cannot be used; empty = it can.
@@ -25,12 +28,12 @@ struct Flight {
 };
 
 /// Says why inputs cannot be used. @return how many
-std::size_t sayFailures(const InputList& inputs, const Flight& flight);
+std::size_t sayFailures(const Flight& flight);
 
 /// A camera as the metadata of one of its images state it.
 CameraData cameraData(const ExifInfo& exif);
 
 /// Reads the metadata of all inputs, in parallel. Warnings are said; failures are kept.
-Flight readFlight(std::vector<Input> inputs, const exif::ReadOptions& options, int jobs);
+Flight readFlight(InputList inputs, const exif::ReadOptions& options, int jobs);
 
 } // namespace tessik::app

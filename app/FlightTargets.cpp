@@ -136,6 +136,16 @@ targetRequest(const Flight& flight,
     return request;
 }
 
+void keepTargetCandidates(const Project& project, Flight& flight) {
+    std::vector<InputImage> kept;
+    const auto& detectors = target::targetDetectors();
+    for (const std::size_t i : radiometry::targetCandidates(
+             targetRequest(flight, project, project.settings, detectors))) {
+        kept.push_back(std::move(flight.images[i]));
+    }
+    flight.images = std::move(kept);
+}
+
 void decideSensitivity(const Flight& flight, const PlanOptions& options, Plan& plan) {
     if (options.targets == "none") {
         return;

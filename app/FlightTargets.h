@@ -14,6 +14,9 @@ targetRequest(const Flight& flight,
               const SettingsByCamera& settings,
               const std::vector<std::unique_ptr<target::ITargetDetector>>& detectors);
 
+/// Drops all images but those that are looked into for targets, which are some of each camera.
+void keepTargetCandidates(const Project& project, Flight& flight);
+
 /// The sensitivity of each camera, by what the user asked for: targets in the images, a file, or
 /// the maker's constant where no target was found. What is odd is said.
 /// @throws std::runtime_error when the file cannot be used

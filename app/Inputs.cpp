@@ -4,6 +4,7 @@
 #include <array>
 #include <cctype>
 #include <fstream>
+#include <iterator>
 #include <set>
 
 namespace tessik::app {
@@ -24,6 +25,16 @@ bool isHidden(const fs::path& path) {
     return path.filename().string().rfind('.', 0) == 0;
 }
 
+/// As paths are ordered, folder by folder: a separator comes before all that a name may hold.
+bool isBefore(const Input& a, const Input& b) {
+    const auto rank = [](char c) { return c == '/' ? 0 : 1 + static_cast<unsigned char>(c); };
+    return std::lexicographical_compare(a.relative.begin(),
+                                        a.relative.end(),
+                                        b.relative.begin(),
+                                        b.relative.end(),
+                                        [&rank](char x, char y) { return rank(x) < rank(y); });
+}
+
 void walk(const fs::path& folder, const fs::path& excluded, InputList& list) {
     std::error_code failure;
     std::vector<Input> found;
@@ -37,7 +48,8 @@ void walk(const fs::path& folder, const fs::path& excluded, InputList& list) {
                 entry.disable_recursion_pending();
             }
         } else if (isImageName(entry->path()) && !isHidden(entry->path())) {
-            found.push_back({entry->path(), entry->path().lexically_relative(folder)});
+            found.push_back(
+                {entry->path().string(), entry->path().lexically_relative(folder).string()});
         }
     }
     if (failure) {
@@ -45,10 +57,8 @@ void walk(const fs::path& folder, const fs::path& excluded, InputList& list) {
     } else if (found.empty()) {
         list.failures.emplace_back(folder.string(), "no images in this folder");
     }
-    std::sort(found.begin(), found.end(), [](const Input& a, const Input& b) {
-        return a.relative < b.relative;
-    });
-    list.images.insert(list.images.end(), found.begin(), found.end());
+    std::sort(found.begin(), found.end(), isBefore);
+    std::move(found.begin(), found.end(), std::back_inserter(list.images));
 }
 
 void expand(const std::string& argument, const fs::path& excluded, InputList& list, bool isListed) {
@@ -57,9 +67,9 @@ void expand(const std::string& argument, const fs::path& excluded, InputList& li
     if (fs::is_directory(path, ignored)) {
         walk(path, excluded, list);
     } else if (isListed && path.is_relative()) {
-        list.images.push_back({path, path.lexically_normal()});
+        list.images.push_back({argument, path.lexically_normal().string()});
     } else {
-        list.images.push_back({path, path.filename()});
+        list.images.push_back({argument, path.filename().string()});
     }
 }
 
@@ -82,8 +92,9 @@ void readList(const std::string& name, const fs::path& excluded, InputList& list
 
 /// A path that leads out of the output folder would write where nobody expects it.
 void keepInside(Input& input) {
-    if (!input.relative.empty() && *input.relative.begin() == "..") {
-        input.relative = input.path.filename();
+    const fs::path relative(input.relative);
+    if (!relative.empty() && *relative.begin() == "..") {
+        input.relative = fs::path(input.path).filename().string();
     }
 }
 
@@ -98,11 +109,11 @@ InputList expandInputs(const std::vector<std::string>& arguments, const fs::path
             expand(argument, excluded, list, false);
         }
     }
-    std::set<fs::path> seen;
+    std::set<std::string> seen;
     std::vector<Input> unique;
     for (Input& input : list.images) {
         keepInside(input);
-        if (seen.insert(input.path.lexically_normal()).second) {
+        if (seen.insert(fs::path(input.path).lexically_normal().string()).second) {
             unique.push_back(std::move(input));
         }
     }

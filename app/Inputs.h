@@ -8,10 +8,10 @@ namespace tessik::app {
 
 /// One image that the user named, and where its result belongs.
 struct Input {
-    std::filesystem::path path;
+    std::string path;
     /// Path under an output folder, with the extension of the input: below a folder that was named,
     /// as there; a file that was named itself, or listed with an absolute path, by its name alone.
-    std::filesystem::path relative;
+    std::string relative;
 };
 
 /// A list of inputs, and what was wrong with some of the arguments ("path: reason").

@@ -162,9 +162,8 @@ Project guessedProject(const Flight& flight) {
 } // namespace
 
 int inspect(const InspectOptions& options) {
-    const InputList inputs = expandInputs(options.inputs);
-    Flight flight = readFlight(inputs.images, options.metadata, options.jobs);
-    bool hasFailed = sayFailures(inputs, flight) > 0;
+    Flight flight = readFlight(expandInputs(options.inputs), options.metadata, options.jobs);
+    bool hasFailed = sayFailures(flight) > 0;
     const Project project = guessedProject(flight);
     ImageCorrector corrector(project);
     Json all = Json::array();

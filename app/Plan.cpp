@@ -5,10 +5,13 @@
 #include "platform/exif/ExifReader.h"
 #include "radiometry/Config.h"
 
+#include <malloc.h>
+
 #include <algorithm>
 #include <cstdio>
-#include <set>
+#include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace tessik::app {
 namespace {
@@ -55,30 +58,36 @@ std::vector<PlannedCamera> describeCameras(const Flight& flight, const Project& 
     return cameras;
 }
 
-/// Two images of one output are a failure of the second.
-void listImages(const Flight& flight, const InputList& inputs, Plan& plan) {
-    for (const auto& [path, reason] : inputs.failures) {
-        plan.failures.push_back({path, reason});
+/// Takes the inputs over, in their order. Two images of one output are a failure of the second.
+void listImages(Flight& flight, Plan& plan) {
+    for (auto& [path, reason] : flight.argumentFailures) {
+        plan.failures.push_back({std::move(path), std::move(reason)});
     }
-    std::set<std::string> outputs;
+    plan.images.reserve(flight.inputs.size()); // whose outputs are pointed at
+    std::unordered_set<std::string_view> outputs;
     for (std::size_t i = 0; i < flight.inputs.size(); ++i) {
-        const std::string path = flight.inputs[i].path.string();
-        std::string output = fs::path(flight.inputs[i].relative).replace_extension(".tif").string();
+        Input& input = flight.inputs[i];
+        std::string output = fs::path(input.relative).replace_extension(".tif").string();
         if (!flight.failures[i].empty()) {
-            plan.failures.push_back({path, flight.failures[i]});
-        } else if (!outputs.insert(output).second) {
-            plan.failures.push_back({path, "another image has the same output " + output});
+            plan.failures.push_back({std::move(input.path), std::move(flight.failures[i])});
+        } else if (outputs.count(output) != 0) {
+            plan.failures.push_back(
+                {std::move(input.path), "another image has the same output " + output});
         } else {
-            plan.images.push_back({path, std::move(output), flight.images[i].cameraId});
+            plan.images.push_back(
+                {std::move(input.path), std::move(output), flight.images[i].cameraId});
+            outputs.insert(plan.images.back().output);
         }
     }
+    flight.inputs = {};
+    flight.failures = {};
 }
 
 } // namespace
 
 Plan makePlan(const PlanOptions& options) {
-    const InputList inputs = expandInputs(options.inputs, options.excluded);
-    Flight flight = readFlight(inputs.images, options.metadata, options.jobs);
+    Flight flight =
+        readFlight(expandInputs(options.inputs, options.excluded), options.metadata, options.jobs);
     Plan plan;
     plan.libraryVersion = RADIOMETRY_VERSION;
     plan.type = options.project.type ? wordOf(*options.project.type) : "auto";
@@ -87,9 +96,11 @@ Plan makePlan(const PlanOptions& options) {
     plan.sequoiaCalibration = options.project.sequoiaCalibration;
     plan.utcOffsetHours = options.metadata.utcOffsetHours ? options.metadata.utcOffsetHours
                                                           : flight.estimatedUtcOffsetHours;
-    listImages(flight, inputs, plan);
+    listImages(flight, plan);
     plan.project = makeProject(flight, options.project);
     plan.cameras = describeCameras(flight, plan.project);
+    keepTargetCandidates(plan.project, flight);
+    malloc_trim(0); // the metadata of thousands of images were in memory
     decideSensitivity(flight, options, plan);
     plan.warnings = warningsSaid();
     return plan;

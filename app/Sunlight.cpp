@@ -180,9 +180,8 @@ Sunlight decideSunlight(const Flight& flight,
 }
 
 int sunlight(const SunlightOptions& options) {
-    const InputList inputs = expandInputs(options.inputs);
-    Flight flight = readFlight(inputs.images, options.metadata, options.jobs);
-    const bool hasFailed = sayFailures(inputs, flight) > 0;
+    Flight flight = readFlight(expandInputs(options.inputs), options.metadata, options.jobs);
+    const bool hasFailed = sayFailures(flight) > 0;
     for (InputImage& image : flight.images) {
         mountSensor(options.sensorMount, image);
     }

@@ -77,9 +77,8 @@ void print(const Json& camera) {
 } // namespace
 
 int validate(const ValidateOptions& options) {
-    const InputList inputs = expandInputs(options.inputs);
-    Flight flight = readFlight(inputs.images, options.metadata, options.jobs);
-    bool hasFailed = sayFailures(inputs, flight) > 0;
+    Flight flight = readFlight(expandInputs(options.inputs), options.metadata, options.jobs);
+    bool hasFailed = sayFailures(flight) > 0;
     for (InputImage& image : flight.images) {
         mountSensor(options.sensorMount, image);
     }

@@ -133,6 +133,11 @@ struct TargetCalibrationRequest {
         knownReflectance{};
 };
 
+/// Indices of the images that are looked into: of each camera in time the first and the last ones,
+/// those whose camera says that they show a target, or all.
+RADIOMETRY_EXPORT std::vector<std::size_t>
+targetCandidates(const TargetCalibrationRequest& request);
+
 /// Never throws for a bad image or target: the result tells. Logs "Automatic radiometric
 /// calibration of camera '..' using '..'", or "No valid radiometric calibration target for camera
 /// '..'". Runs on the caller's thread.

@@ -23,29 +23,6 @@ namespace {
 using target::DetectedTarget;
 using target::Detection;
 
-/// Indices of the images to look into, camera by camera in the order of the project.
-std::vector<std::size_t> candidatesOf(const TargetCalibrationRequest& request) {
-    std::set<std::size_t> indices;
-    for (const auto& [camera, ends] :
-         detail::findFirstAndLastImagesPerSensor(request.images, request.imagesPerEnd)) {
-        indices.insert(ends.begin(), ends.end());
-    }
-    for (std::size_t i = 0; i < request.images.size(); ++i) {
-        const InputImage& image = request.images[i];
-        if (image.enabled && (request.useAllImages || image.exif.recordedTarget.isTarget)) {
-            indices.insert(i);
-        }
-    }
-    std::vector<std::size_t> candidates;
-    for (const std::size_t i : indices) {
-        const std::uint64_t camera = request.images[i].cameraId;
-        if (request.cameras.count(camera) != 0 && request.settingsByCamera.count(camera) != 0) {
-            candidates.push_back(i);
-        }
-    }
-    return candidates;
-}
-
 Detection detect(const InputImage& image,
                  const std::vector<std::unique_ptr<target::ITargetDetector>>& detectors) {
     Detection all;
@@ -254,9 +231,31 @@ void report(std::uint64_t id, const QString& name, const TargetCalibration& resu
 
 } // namespace
 
+std::vector<std::size_t> targetCandidates(const TargetCalibrationRequest& request) {
+    std::set<std::size_t> indices;
+    for (const auto& [camera, ends] :
+         detail::findFirstAndLastImagesPerSensor(request.images, request.imagesPerEnd)) {
+        indices.insert(ends.begin(), ends.end());
+    }
+    for (std::size_t i = 0; i < request.images.size(); ++i) {
+        const InputImage& image = request.images[i];
+        if (image.enabled && (request.useAllImages || image.exif.recordedTarget.isTarget)) {
+            indices.insert(i);
+        }
+    }
+    std::vector<std::size_t> candidates;
+    for (const std::size_t i : indices) {
+        const std::uint64_t camera = request.images[i].cameraId;
+        if (request.cameras.count(camera) != 0 && request.settingsByCamera.count(camera) != 0) {
+            candidates.push_back(i);
+        }
+    }
+    return candidates;
+}
+
 TargetCalibration calibrateFromTargets(const TargetCalibrationRequest& request) {
     TargetCalibration result;
-    for (const std::size_t index : candidatesOf(request)) {
+    for (const std::size_t index : targetCandidates(request)) {
         lookInto(index, request, result);
     }
     for (const auto& [id, camera] : request.cameras) {
