@@ -380,7 +380,7 @@ void copyDescription(const RawMetadata& source,
                 target->exifData().add(datum);
             }
         }
-        target->setXmpPacket(describingPacket(source, newTags));
+        target->xmpData().setPacket(describingPacket(source, newTags)); // as it is, not decoded
         target->writeXmpFromPacket(true);
         target->writeMetadata();
     } catch (const Exiv2::AnyError& failure) {

@@ -107,6 +107,10 @@ DatasetPointer createDataset(const std::string& path,
                              const BandImage& bands,
                              const WriteOptions& options,
                              GDALDataType type) {
+    // Our own options are right; to check them takes as long as to write the header.
+    const CPLConfigOptionSetter validation("GDAL_VALIDATE_CREATION_OPTIONS",
+                                           options.creationOptions.empty() ? "NO" : "YES",
+                                           false);
     const auto cols = static_cast<int>(bands.front().cols());
     const auto rowBytes = static_cast<std::size_t>(cols) *
                           static_cast<std::size_t>(GDALGetDataTypeSizeBytes(type)) * bands.size();

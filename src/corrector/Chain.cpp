@@ -42,7 +42,7 @@ void appendOpticalCamera(const ExifInfo& exif, Chain& chain) {
 
 /// A few rows at a time, so that what one step has written the next one finds in the cache.
 void runTogether(const std::vector<RowWork>& works, BandImage& bands) {
-    constexpr Eigen::Index kTileSamples = 65536; // 128 KiB a band
+    constexpr Eigen::Index kTileSamples = 4096; // 16 KiB a band
     if (works.empty() || bands.empty()) {
         return;
     }
