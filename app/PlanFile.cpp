@@ -293,12 +293,17 @@ Plan planOf(const JsonReader& json) {
 }
 
 /// One image of each camera says which body it is.
-void loadModels(Plan& plan) {
+void loadModels(const fs::path& file, Plan& plan) {
     CamerasData cameras;
     std::vector<InputImage> images;
     for (const PlannedImage& planned : plan.images) {
         if (cameras.count(planned.cameraId) == 0) {
-            images.push_back(exif::inputImage(planned.path, exif::readMetadata(planned.path)));
+            try {
+                images.push_back(exif::inputImage(planned.path, exif::readMetadata(planned.path)));
+            } catch (const exif::Error& failure) {
+                throw std::runtime_error(file.string() + ": " + planned.path + ": " +
+                                         failure.what());
+            }
             cameras.emplace(planned.cameraId, cameraData(images.back().exif));
         }
     }
@@ -335,7 +340,7 @@ Plan readPlan(const fs::path& file) {
     const Json document = readJson(file.string());
     Plan plan = planOf(JsonReader(document, file.string()));
     if (!plan.sequoiaCalibration.empty()) {
-        loadModels(plan);
+        loadModels(file, plan);
     }
     return plan;
 }

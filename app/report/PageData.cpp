@@ -202,6 +202,11 @@ json pageData(const RunFiles& run) {
         return static_cast<double>(image.sensorTiltDeg);
     });
     page["quick_looks"] = quickLooks(run, flight, labels);
+    std::size_t bands = 0;
+    for (const std::vector<std::string>& camera : labels) {
+        bands += camera.size();
+    }
+    page["bands_left_out"] = bands - std::min(bands, kMostQuickLooks);
     page["targets"] = targetsOf(run);
     return page;
 }

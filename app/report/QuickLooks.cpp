@@ -19,7 +19,6 @@ using nlohmann::json;
 constexpr std::size_t kTiles = 5;
 constexpr std::uint64_t kTileWidth = 240;
 /// A page of tens of megabytes opens slowly: what is above stays out, and the page says so.
-constexpr std::size_t kMostBands = 16;
 /// The grey scale leaves out this share of the pixels at either end, as glints and dead pixels are.
 constexpr double kTail = 0.01;
 
@@ -153,13 +152,14 @@ json quickLooks(const RunFiles& run,
         std::vector<Tile> tiles;
         for (const ImageRecord* image : spreadOverFlight(run, flight, camera)) {
             const std::size_t count = bandLabels[camera].size();
-            if (bands.size() < kMostBands) {
+            if (bands.size() < kMostQuickLooks) {
                 tiles.push_back({image,
                                  readSmall(fs::u8path(image->path), count),
                                  readSmall(run.folder / fs::u8path(image->output), count)});
             }
         }
-        for (std::size_t b = 0; b < bandLabels[camera].size() && bands.size() < kMostBands; ++b) {
+        for (std::size_t b = 0; b < bandLabels[camera].size() && bands.size() < kMostQuickLooks;
+             ++b) {
             json band = bandOf(tiles, b, bandLabels[camera][b]);
             if (!band["before_scale"].is_null() || !band["after_scale"].is_null()) {
                 bands.push_back(std::move(band));

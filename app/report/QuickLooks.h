@@ -5,10 +5,14 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
 namespace tessik::app::report {
+
+/// Bands that have pictures: the page is one file.
+constexpr std::size_t kMostQuickLooks = 16;
 
 /// A data: URI of these bytes of a PNG file.
 std::string pngUri(const std::string& bytes);

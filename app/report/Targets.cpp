@@ -40,10 +40,11 @@ json targetsOf(const RunFiles& run) {
     std::size_t pictures = 0;
     for (json& target : targets) {
         const std::string name = textIn(target, "picture");
-        const auto bytes = name.empty() || pictures == kMostPictures
-                               ? std::nullopt
-                               : readPng(run.folder / fs::u8path(name));
+        const bool isLeftOut = !name.empty() && pictures == kMostPictures;
+        const auto bytes =
+            name.empty() || isLeftOut ? std::nullopt : readPng(run.folder / fs::u8path(name));
         pictures += bytes ? 1 : 0;
+        target["picture_left_out"] = isLeftOut;
         target["picture"] = bytes ? json(pngUri(*bytes)) : json();
         json& histogram = target["histogram"];
         if (histogram.is_object()) {

@@ -53,6 +53,10 @@ function scaleKey(name, scale) {
   return scale ? el("span", { class: "scale" }, `${name}: ${number(scale[0], 4)}`, el("i", { class: "grey" }), number(scale[1], 4)) : null;
 }
 
+function sayLeftOut(section, count, text) {
+  if (count > 0) bodyOf(section).append(el("p", {}, text.replace("{}", count)));
+}
+
 function fillLooks() {
   if (data.quick_looks.length === 0) return;
   show("looks");
@@ -68,6 +72,7 @@ function fillLooks() {
     bodyOf("looks").append(el("div", { class: "look" }, el("h4", {}, look.label), strip,
       el("div", { class: "scales" }, scaleKey("Raw, stored values", look.before_scale), scaleKey("Corrected values", look.after_scale))));
   });
+  sayLeftOut("looks", data.bands_left_out, "The pictures of the other {} bands are left out.");
 }
 
 function fillLight() {
@@ -189,6 +194,8 @@ function fillOthers() {
   }
   if (data.targets.length > 0) {
     bodyOf("targets").append(...data.targets.map((target) => targetBlock(target, data.cameras)));
+    sayLeftOut("targets", data.targets.filter((target) => target.picture_left_out).length,
+      "The pictures of {} targets are left out; they lie with the corrected images.");
   } else {
     document.querySelector("#targets .intro").hidden = true;
     bodyOf("targets").append(el("p", {}, "No target was found in the images."));
