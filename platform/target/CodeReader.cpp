@@ -72,11 +72,16 @@ BandMatrix doubled(const BandMatrix& band) {
     return result;
 }
 
-std::vector<Code> decode(const Bytes& bytes) {
+/// @param step pixels from one scan line to the next
+std::vector<Code> decode(const Bytes& bytes, int step) {
     const std::unique_ptr<zbar::zbar_image_scanner_t, ScannerDeleter> scanner(
         zbar::zbar_image_scanner_create());
     zbar::zbar_image_scanner_set_config(scanner.get(), zbar::ZBAR_NONE, zbar::ZBAR_CFG_ENABLE, 0);
     zbar::zbar_image_scanner_set_config(scanner.get(), zbar::ZBAR_QRCODE, zbar::ZBAR_CFG_ENABLE, 1);
+    for (const zbar::zbar_config_t direction :
+         {zbar::ZBAR_CFG_X_DENSITY, zbar::ZBAR_CFG_Y_DENSITY}) {
+        zbar::zbar_image_scanner_set_config(scanner.get(), zbar::ZBAR_NONE, direction, step);
+    }
     const std::unique_ptr<zbar::zbar_image_t, ImageDeleter> image(zbar::zbar_image_create());
     zbar::zbar_image_set_format(image.get(), zbar_fourcc('Y', '8', '0', '0'));
     zbar::zbar_image_set_size(
@@ -111,17 +116,17 @@ std::vector<Code> tryOnce(const BandMatrix& band, const Attempt& attempt) {
     double pixels = 1.0; // of the shown image, a pixel of the band
     std::vector<Code> codes;
     if (attempt.scale == 1) {
-        codes = decode(stretched(band, range));
+        codes = decode(stretched(band, range), band.size() > kLarge ? 2 : 1);
     } else if (attempt.scale > 1) {
         pixels = 2.0;
-        codes = decode(stretched(doubled(band), range));
+        codes = decode(stretched(doubled(band), range), 1);
     } else {
         const Eigen::Index factor = -attempt.scale;
         if (std::min(band.rows(), band.cols()) / factor < kSmallestSide) {
             return {};
         }
         pixels = 1.0 / static_cast<double>(factor);
-        codes = decode(stretched(reduced(band, factor), range));
+        codes = decode(stretched(reduced(band, factor), range), 1);
     }
     for (Code& code : codes) {
         for (Eigen::Vector2d& corner : code.corners) {

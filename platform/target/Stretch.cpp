@@ -7,8 +7,8 @@
 namespace tessik::target {
 
 Range rangeOf(const BandMatrix& band, const Percentiles& percentiles) {
-    // Some hundred thousand pixels tell the percentiles well enough.
-    constexpr Eigen::Index kMostPixels = 400000;
+    // Some ten thousand pixels tell the percentiles well enough.
+    constexpr Eigen::Index kMostPixels = 50000;
     const Eigen::Index step = std::max<Eigen::Index>(1, band.size() / kMostPixels);
     std::vector<float> values;
     for (Eigen::Index i = 0; i < band.size(); i += step) {
