@@ -64,12 +64,12 @@ void writeOutput(const fs::path& output,
                  const std::vector<std::string>& creationOptions) {
     image::PendingFile file(output.string());
     image::WriteOptions options = writeOptions(image, creationOptions);
-    options.describe = [&](const std::string& path) {
-        exif::copyDescription(metadata,
-                              path,
-                              {{"Xmp.Tessik.Correction", {type}},
-                               {"Xmp.Tessik.Version", {RADIOMETRY_VERSION}},
-                               {"Xmp.Tessik.Fingerprint", {fingerprint}}});
+    options.describe = [&](const std::string& head) {
+        return exif::copyDescription(metadata,
+                                     head,
+                                     {{"Xmp.Tessik.Correction", {type}},
+                                      {"Xmp.Tessik.Version", {RADIOMETRY_VERSION}},
+                                      {"Xmp.Tessik.Fingerprint", {fingerprint}}});
     };
     image::writeFloatRaster(file.temporaryPath(), bands, options);
     file.commit();

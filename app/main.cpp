@@ -12,6 +12,7 @@
 #include <QtCore/QCoreApplication>
 #include <malloc.h>
 
+#include <csignal>
 #include <exception>
 #include <functional>
 #include <map>
@@ -392,6 +393,8 @@ int main(int argc, char** argv) {
     constexpr int kLargestKept = 1 << 30;
     mallopt(M_MMAP_THRESHOLD, kLargestKept); // NOLINT(concurrency-mt-unsafe): no thread runs yet
     mallopt(M_TRIM_THRESHOLD, kLargestKept); // NOLINT(concurrency-mt-unsafe)
+    // A file that may not grow is a failed write with a reason, not the end of the program.
+    std::signal(SIGXFSZ, SIG_IGN); // NOLINT(concurrency-mt-unsafe)
     // Whose settings the store of reflectances lives in.
     QCoreApplication::setOrganizationName(QStringLiteral("tessik"));
     QCoreApplication::setApplicationName(QStringLiteral("radiometry"));

@@ -363,26 +363,32 @@ void writeTags(const std::string& path, const std::vector<NewTag>& tags) {
     }
 }
 
-void copyDescription(const RawMetadata& source,
-                     const std::string& targetPath,
-                     const std::vector<NewTag>& newTags) {
+std::string copyDescription(const RawMetadata& source,
+                            const std::string& target,
+                            const std::vector<NewTag>& newTags) {
     initialiseOnce();
     std::vector<std::string> warnings;
     const WarningScope scope(warnings);
     try {
-        const std::unique_ptr<Exiv2::Image> target = openImage(targetPath);
+        const std::unique_ptr<Exiv2::Image> image(
+            Exiv2::ImageFactory::open(reinterpret_cast<const Exiv2::byte*>(target.data()),
+                                      static_cast<long>(target.size()))
+                .release());
         {
             const std::lock_guard lock(exiv2Mutex());
-            target->readMetadata();
+            image->readMetadata();
         }
         for (const Exiv2::Exifdatum& datum : source.exif) {
             if (describesTheCapture(datum)) {
-                target->exifData().add(datum);
+                image->exifData().add(datum);
             }
         }
-        target->xmpData().setPacket(describingPacket(source, newTags)); // as it is, not decoded
-        target->writeXmpFromPacket(true);
-        target->writeMetadata();
+        image->xmpData().setPacket(describingPacket(source, newTags)); // as it is, not decoded
+        image->writeXmpFromPacket(true);
+        image->writeMetadata();
+        Exiv2::BasicIo& bytes = image->io();
+        const auto* data = reinterpret_cast<const char*>(bytes.mmap());
+        return {data, static_cast<std::size_t>(bytes.size())};
     } catch (const Exiv2::AnyError& failure) {
         throw Error(std::string("the metadata cannot be written: ") + failure.what());
     }

@@ -8,7 +8,13 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <initializer_list>
 #include <limits>
+#include <string_view>
+#include <system_error>
 
 namespace tessik::image {
 
@@ -108,9 +114,8 @@ DatasetPointer createDataset(const std::string& path,
                              const WriteOptions& options,
                              GDALDataType type) {
     // Our own options are right; to check them takes as long as to write the header.
-    const CPLConfigOptionSetter validation("GDAL_VALIDATE_CREATION_OPTIONS",
-                                           options.creationOptions.empty() ? "NO" : "YES",
-                                           false);
+    const CPLConfigOptionSetter validation(
+        "GDAL_VALIDATE_CREATION_OPTIONS", options.creationOptions.empty() ? "NO" : "YES", false);
     const auto cols = static_cast<int>(bands.front().cols());
     const auto rowBytes = static_cast<std::size_t>(cols) *
                           static_cast<std::size_t>(GDALGetDataTypeSizeBytes(type)) * bands.size();
@@ -138,50 +143,138 @@ DatasetPointer createDataset(const std::string& path,
     return dataset;
 }
 
-/// Writes the whole strips of a file of one float band as they lie in memory, without a stay in the
-/// block cache. @return the rows written; negative = it failed
-int writeStrips(GDALRasterBandH band, float* pixels, int cols, int rows) {
-    int blockCols = 0;
-    int blockRows = 0;
-    GDALGetBlockSize(band, &blockCols, &blockRows);
-    if (GDALGetRasterDataType(band) != GDT_Float32 || blockCols != cols) {
-        return 0;
-    }
-    int row = 0;
-    for (; row + blockRows <= rows; row += blockRows) {
-        float* strip = pixels + static_cast<std::ptrdiff_t>(row) * cols;
-        if (GDALWriteBlock(band, 0, row / blockRows, strip) != CE_None) {
-            return -1;
-        }
-    }
-    return row;
-}
-
 void writePixels(const DatasetPointer& dataset, const BandImage& bands) {
     for (std::size_t b = 0; b < bands.size(); ++b) {
         const auto cols = static_cast<int>(bands[b].cols());
         const auto rows = static_cast<int>(bands[b].rows());
-        GDALRasterBandH band = GDALGetRasterBand(dataset.get(), static_cast<int>(b) + 1);
         // GDAL's write interface takes a mutable buffer that it only reads.
         auto* pixels = const_cast<float*>(bands[b].data());
-        const int done = bands.size() == 1 ? writeStrips(band, pixels, cols, rows) : 0;
-        if (done == rows) {
-            continue;
-        }
-        if (done < 0 || GDALRasterIO(band,
-                                     GF_Write,
-                                     0,
-                                     done,
-                                     cols,
-                                     rows - done,
-                                     pixels + static_cast<std::ptrdiff_t>(done) * cols,
-                                     cols,
-                                     rows - done,
-                                     GDT_Float32,
-                                     0,
-                                     0) != CE_None) {
+        if (GDALRasterIO(GDALGetRasterBand(dataset.get(), static_cast<int>(b) + 1),
+                         GF_Write,
+                         0,
+                         0,
+                         cols,
+                         rows,
+                         pixels,
+                         cols,
+                         rows,
+                         GDT_Float32,
+                         0,
+                         0) != CE_None) {
             return; // the error scope knows
         }
+    }
+}
+
+/// A file of this process's memory, which goes with it.
+class MemoryFile {
+public:
+    MemoryFile() {
+        static std::atomic<std::uint64_t> count{0};
+        m_path = "/vsimem/tessik_radiometry/" + std::to_string(count++) + ".tif";
+    }
+    MemoryFile(const MemoryFile&) = delete;
+    MemoryFile& operator=(const MemoryFile&) = delete;
+    ~MemoryFile() { VSIUnlink(m_path.c_str()); }
+
+    [[nodiscard]] const std::string& path() const { return m_path; }
+    [[nodiscard]] std::string bytes() const {
+        vsi_l_offset size = 0;
+        const GByte* data = VSIGetMemFileBuffer(m_path.c_str(), &size, FALSE);
+        return data == nullptr ? std::string()
+                               : std::string(reinterpret_cast<const char*>(data),
+                                             static_cast<std::size_t>(size));
+    }
+
+private:
+    std::string m_path;
+};
+
+/// Writes parts one behind the other, each as it lies in memory.
+void writeFile(const std::string& path, std::initializer_list<std::string_view> parts) {
+    std::FILE* file = std::fopen(path.c_str(), "wb");
+    bool isWritten = file != nullptr && std::setvbuf(file, nullptr, _IONBF, 0) == 0;
+    for (const std::string_view part : parts) {
+        isWritten = isWritten && std::fwrite(part.data(), 1, part.size(), file) == part.size();
+    }
+    int reason = errno;
+    if (file != nullptr && std::fclose(file) != 0 && isWritten) {
+        reason = errno;
+        isWritten = false;
+    }
+    if (!isWritten) {
+        throw Error("cannot be written (" + std::generic_category().message(reason) + ")");
+    }
+}
+
+/// The file without its pixels, as GDAL makes it and the caller describes it.
+struct Head {
+    std::string bytes;
+    int stripRows = 0;
+};
+
+Head describedHead(const BandImage& bands, const WriteOptions& options, GDALDataType type) {
+    const ErrorScope errors;
+    const MemoryFile file;
+    DatasetPointer dataset = createDataset(file.path(), bands, options, type);
+    Head head;
+    if (dataset) {
+        int cols = 0;
+        GDALGetBlockSize(GDALGetRasterBand(dataset.get(), 1), &cols, &head.stripRows);
+        dataset.reset();
+    }
+    if (errors.failed() || head.stripRows == 0) {
+        throw Error(errors.reason(file.path(), "cannot be created"));
+    }
+    head.bytes = options.describe(file.bytes());
+    return head;
+}
+
+/// By one call and without a copy where the file holds the pixels as they lie in memory.
+void writeDescribed(const std::string& path,
+                    const BandImage& bands,
+                    const WriteOptions& options,
+                    GDALDataType type) {
+    Head head = describedHead(bands, options, type);
+    const BandMatrix& band = bands.front();
+    if (bands.size() == 1 && type == GDT_Float32 && options.creationOptions.empty()) {
+        const std::string_view pixels(reinterpret_cast<const char*>(band.data()),
+                                      static_cast<std::size_t>(band.size()) * sizeof(float));
+        const auto strip = static_cast<std::uint64_t>(head.stripRows * band.cols()) * sizeof(float);
+        placeStrips(head.bytes, strip, pixels.size());
+        writeFile(path, {head.bytes, pixels});
+        return;
+    }
+    clearBlockOffsets(head.bytes);
+    writeFile(path, {head.bytes});
+    const ErrorScope errors;
+    constexpr std::array<const char*, 2> kDrivers = {"GTiff", nullptr};
+    DatasetPointer dataset(GDALOpenEx(
+        path.c_str(), GDAL_OF_RASTER | GDAL_OF_UPDATE, kDrivers.data(), nullptr, nullptr));
+    if (dataset) {
+        writePixels(dataset, bands);
+    }
+    dataset.reset(); // a full disk may show only when the last blocks are flushed
+    if (errors.failed()) {
+        throw Error(errors.reason(path, "cannot be written"));
+    }
+}
+
+void writePlain(const std::string& path,
+                const BandImage& bands,
+                const WriteOptions& options,
+                GDALDataType type) {
+    const ErrorScope errors;
+    DatasetPointer dataset = createDataset(path, bands, options, type);
+    if (!dataset) {
+        throw Error(errors.reason(path, "cannot be created"));
+    }
+    if (!errors.failed()) {
+        writePixels(dataset, bands);
+    }
+    dataset.reset();
+    if (errors.failed()) {
+        throw Error(errors.reason(path, "cannot be written"));
     }
 }
 
@@ -191,29 +284,9 @@ void writeRaster(const std::string& path,
                  GDALDataType type) {
     checkBands(bands);
     const GdalScope gdal;
-    const ErrorScope errors;
-    DatasetPointer dataset = createDataset(path, bands, options, type);
-    if (!dataset) {
-        throw Error(errors.reason(path, "cannot be created"));
-    }
     try {
-        if (options.describe && !errors.failed()) {
-            dataset.reset();
-            options.describe(path);
-            clearBlockOffsets(path);
-            constexpr std::array<const char*, 2> kDrivers = {"GTiff", nullptr};
-            dataset.reset(GDALOpenEx(
-                path.c_str(), GDAL_OF_RASTER | GDAL_OF_UPDATE, kDrivers.data(), nullptr, nullptr));
-        }
-        if (dataset && !errors.failed()) {
-            writePixels(dataset, bands);
-        }
-        dataset.reset(); // a full disk may show only when the last blocks are flushed
-        if (errors.failed()) {
-            throw Error(errors.reason(path, "cannot be written"));
-        }
+        (options.describe ? writeDescribed : writePlain)(path, bands, options, type);
     } catch (...) {
-        dataset.reset();
         VSIUnlink(path.c_str());
         throw;
     }

@@ -69,9 +69,9 @@ struct WriteOptions {
     std::vector<std::vector<std::pair<std::string, std::string>>> bandItems;
     /// GeoTIFF creation options, each "NAME=VALUE".
     std::vector<std::string> creationOptions;
-    /// Called with the path when the file has its directory and no pixels yet, to add metadata
-    /// while the file is small; empty = nothing to add. What it throws ends the writing.
-    std::function<void(const std::string& path)> describe;
+    /// Given the bytes of the file when it has its directory and no pixels yet, returns them with
+    /// metadata added; empty = nothing to add. What it throws ends the writing.
+    std::function<std::string(const std::string& file)> describe;
 };
 
 /// Writes the bands as a float32 TIFF. On failure the file is removed.

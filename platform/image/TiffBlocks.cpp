@@ -2,88 +2,131 @@
 
 #include "platform/image/Raster.h"
 
+#include <algorithm>
 #include <cstddef>
-#include <cstdint>
-#include <fstream>
-#include <iterator>
-#include <utility>
-#include <vector>
+#include <limits>
 
 // Layout: TIFF 6.0 (Adobe, 1992), section 2.
 namespace tessik::image {
 namespace {
 
-/// The bytes of a small file, and numbers in its own byte order.
-class Bytes {
+constexpr std::uint32_t kStripOffsets = 273;
+constexpr std::uint32_t kStripByteCounts = 279;
+constexpr std::uint32_t kTileOffsets = 324;
+constexpr std::uint32_t kClassicTiff = 42;
+constexpr std::uint32_t kShort = 3;
+constexpr std::uint32_t kLong = 4;
+
+/// The first directory, with numbers in the file's own byte order.
+class Directory {
 public:
-    explicit Bytes(std::vector<char> data) : m_data(std::move(data)) {
-        m_isLittleEndian = !m_data.empty() && m_data.front() == 'I';
+    explicit Directory(std::string& file)
+        : m_file(file), m_isLittleEndian(!file.empty() && file.front() == 'I') {
+        if (get(2, 2) != kClassicTiff) {
+            throw Error("metadata can be written into a classic TIFF alone");
+        }
     }
 
+    /// Calls work(entry, tag) with the place of each entry.
+    template <typename Work>
+    void forEntries(const Work& work) {
+        constexpr std::size_t kEntrySize = 12;
+        const std::size_t start = get(4, 4);
+        const std::size_t count = get(start, 2);
+        for (std::size_t i = 0; i < count; ++i) {
+            const std::size_t entry = start + 2 + i * kEntrySize;
+            work(entry, get(entry, 2));
+        }
+    }
+    [[nodiscard]] std::uint32_t typeOf(std::size_t entry) const { return get(entry + 2, 2); }
+    [[nodiscard]] std::uint32_t countOf(std::size_t entry) const { return get(entry + 4, 4); }
+
+    /// Makes the value of an entry so many zeros of its type.
+    void clear(std::size_t entry) {
+        const std::size_t size = (typeOf(entry) == kShort ? 2U : 4U) * std::size_t{countOf(entry)};
+        set(entry + 8, 4, size <= 4 ? 0 : appendZeros(size));
+    }
+    /// Makes the entry a list of zeros of 32 bits. @return the place of the first one
+    std::size_t makeLongs(std::size_t entry) {
+        const std::size_t count = countOf(entry);
+        set(entry + 2, 2, kLong);
+        if (count == 1) {
+            return entry + 8;
+        }
+        const std::uint32_t at = appendZeros(4 * count);
+        set(entry + 8, 4, at);
+        return at;
+    }
+    void set(std::size_t at, std::size_t size, std::uint32_t value) {
+        check(at, size);
+        for (std::size_t i = 0; i < size; ++i) {
+            m_file[at + (m_isLittleEndian ? i : size - 1 - i)] =
+                static_cast<char>(value >> (8 * i));
+        }
+    }
+
+private:
     [[nodiscard]] std::uint32_t get(std::size_t at, std::size_t size) const {
         check(at, size);
         std::uint32_t value = 0;
         for (std::size_t i = 0; i < size; ++i) {
             const std::size_t byte = m_isLittleEndian ? size - 1 - i : i;
-            value = (value << 8U) | static_cast<unsigned char>(m_data[at + byte]);
+            value = (value << 8U) | static_cast<unsigned char>(m_file[at + byte]);
         }
         return value;
     }
-    void set(std::size_t at, std::uint32_t value) {
-        check(at, 4);
-        for (std::size_t i = 0; i < 4; ++i) {
-            m_data[at + (m_isLittleEndian ? i : 3 - i)] = static_cast<char>(value >> (8 * i));
-        }
-    }
     /// @return where the zeros begin
     std::uint32_t appendZeros(std::size_t count) {
-        m_data.resize((m_data.size() + 3) / 4 * 4);
-        const auto at = static_cast<std::uint32_t>(m_data.size());
-        m_data.resize(m_data.size() + count);
+        m_file.resize((m_file.size() + 3) / 4 * 4);
+        const auto at = static_cast<std::uint32_t>(m_file.size());
+        m_file.resize(m_file.size() + count);
         return at;
     }
-    [[nodiscard]] const std::vector<char>& data() const { return m_data; }
-
-private:
     void check(std::size_t at, std::size_t size) const {
-        if (at > m_data.size() || size > m_data.size() - at) {
+        if (at > m_file.size() || size > m_file.size() - at) {
             throw Error("the TIFF directory is damaged");
         }
     }
-    std::vector<char> m_data;
-    bool m_isLittleEndian = true;
+
+    std::string& m_file;
+    bool m_isLittleEndian;
 };
 
 } // namespace
 
-void clearBlockOffsets(const std::string& path) {
-    constexpr std::uint32_t kStripOffsets = 273;
-    constexpr std::uint32_t kTileOffsets = 324;
-    constexpr std::uint32_t kClassicTiff = 42;
-    constexpr std::uint32_t kShort = 3;
-    constexpr std::size_t kEntrySize = 12;
-    std::ifstream in(path, std::ios::binary);
-    Bytes bytes(std::vector<char>(std::istreambuf_iterator<char>(in), {}));
-    in.close();
-    if (bytes.get(2, 2) != kClassicTiff) {
-        throw Error("metadata can be written into a classic TIFF alone");
-    }
-    const std::size_t directory = bytes.get(4, 4);
-    const std::size_t count = bytes.get(directory, 2);
-    for (std::size_t i = 0; i < count; ++i) {
-        const std::size_t entry = directory + 2 + i * kEntrySize;
-        const std::uint32_t tag = bytes.get(entry, 2);
+void clearBlockOffsets(std::string& file) {
+    Directory directory(file);
+    directory.forEntries([&directory](std::size_t entry, std::uint32_t tag) {
         if (tag == kStripOffsets || tag == kTileOffsets) {
-            const std::size_t size =
-                std::size_t{bytes.get(entry + 2, 2) == kShort ? 2U : 4U} * bytes.get(entry + 4, 4);
-            bytes.set(entry + 8, size <= 4 ? 0 : bytes.appendZeros(size));
+            directory.clear(entry);
         }
+    });
+}
+
+void placeStrips(std::string& file, std::uint64_t stripBytes, std::uint64_t pixelBytes) {
+    const std::uint64_t count = (pixelBytes + stripBytes - 1) / stripBytes;
+    Directory directory(file);
+    std::size_t offsets = 0;
+    std::size_t byteCounts = 0;
+    directory.forEntries([&](std::size_t entry, std::uint32_t tag) {
+        if ((tag == kStripOffsets || tag == kStripByteCounts) &&
+            directory.countOf(entry) == count) {
+            (tag == kStripOffsets ? offsets : byteCounts) = directory.makeLongs(entry);
+        }
+    });
+    if (offsets == 0 || byteCounts == 0) {
+        throw Error("the TIFF directory has no place for the strips");
     }
-    std::ofstream out(path, std::ios::binary);
-    out.write(bytes.data().data(), static_cast<std::streamsize>(bytes.data().size()));
-    out.close();
-    if (!out) {
-        throw Error("cannot be written");
+    file.resize((file.size() + 3) / 4 * 4);
+    if (file.size() + pixelBytes > std::numeric_limits<std::uint32_t>::max()) {
+        throw Error("too large for a classic TIFF");
+    }
+    for (std::uint64_t i = 0; i < count; ++i) {
+        const std::uint64_t start = i * stripBytes;
+        directory.set(offsets + 4 * i, 4, static_cast<std::uint32_t>(file.size() + start));
+        directory.set(byteCounts + 4 * i,
+                      4,
+                      static_cast<std::uint32_t>(std::min(stripBytes, pixelBytes - start)));
     }
 }
 

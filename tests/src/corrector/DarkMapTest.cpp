@@ -27,6 +27,10 @@ struct Case {
     Eigen::Index rowPeriod;
 };
 
+void PrintTo(const Case& test, std::ostream* stream) {
+    *stream << test.name;
+}
+
 BandMatrix mapOf(const Case& test) {
     BandMatrix map = BandMatrix::Constant(4, 5, 100.0F);
     for (const Eigen::Index index : test.odd) {
