@@ -1,8 +1,9 @@
 # Thin front door: each target installs what it lacks, builds, and runs.
-.PHONY: build demo check check-sanitize check-threads fuzz lint bench format install package clean
+.PHONY: build demo check check-sanitize check-threads fuzz lint lint-deep bench format install package clean
 
 PREFIX ?= /usr/local
 FUZZ_SECONDS ?= 600
+JOBS ?= $(shell nproc)
 
 build:
 	scripts/install-deps build
@@ -17,13 +18,13 @@ check:
 	scripts/install-deps build check bench
 	cmake --preset release -DRADIOMETRY_BUILD_TESTS=ON -DRADIOMETRY_BUILD_BENCH=ON
 	cmake --build --preset release
-	ctest --preset release
+	ctest --preset release -j $(JOBS)
 
 check-sanitize:
 	scripts/install-deps build check
 	cmake --preset asan-ubsan
 	cmake --build --preset asan-ubsan
-	ctest --preset asan-ubsan
+	ctest --preset asan-ubsan -j $(JOBS)
 
 check-threads:
 	scripts/install-deps build check
@@ -41,6 +42,11 @@ fuzz:
 lint:
 	scripts/install-deps build check lint bench
 	scripts/lint
+
+# All checks and the path analysis: three times as long.
+lint-deep:
+	scripts/install-deps build check lint bench
+	scripts/lint --deep
 
 bench:
 	scripts/install-deps build bench

@@ -16,3 +16,14 @@ if(RADIOMETRY_SANITIZE)
     add_compile_options(-Wno-maybe-uninitialized)
   endif()
 endif()
+
+# What most of our sources include, parsed once a target. The analysis builds without, so that it
+# sees a source that leaves an include out; so should who builds with ccache.
+option(RADIOMETRY_PRECOMPILE "Precompile common headers" ON)
+function(radiometry_precompile target)
+  if(RADIOMETRY_PRECOMPILE)
+    target_precompile_headers(${target} PRIVATE
+      <Eigen/Core> <QtCore/QString> <algorithm> <cmath> <cstdint> <filesystem> <functional> <map>
+      <memory> <optional> <string> <unordered_map> <vector> ${ARGN})
+  endif()
+endfunction()
