@@ -166,6 +166,20 @@ void writePixels(const DatasetPointer& dataset, const BandImage& bands) {
     }
 }
 
+/// @param errors of this file since it was created or opened
+void writeAndClose(DatasetPointer dataset,
+                   const BandImage& bands,
+                   const std::string& path,
+                   const ErrorScope& errors) {
+    if (dataset && !errors.failed()) {
+        writePixels(dataset, bands);
+    }
+    dataset.reset(); // a full disk may show only when the last blocks are flushed
+    if (errors.failed()) {
+        throw Error(errors.reason(path, "cannot be written"));
+    }
+}
+
 /// A file of this process's memory, which goes with it.
 class MemoryFile {
 public:
@@ -251,13 +265,7 @@ void writeDescribed(const std::string& path,
     constexpr std::array<const char*, 2> kDrivers = {"GTiff", nullptr};
     DatasetPointer dataset(GDALOpenEx(
         path.c_str(), GDAL_OF_RASTER | GDAL_OF_UPDATE, kDrivers.data(), nullptr, nullptr));
-    if (dataset) {
-        writePixels(dataset, bands);
-    }
-    dataset.reset(); // a full disk may show only when the last blocks are flushed
-    if (errors.failed()) {
-        throw Error(errors.reason(path, "cannot be written"));
-    }
+    writeAndClose(std::move(dataset), bands, path, errors);
 }
 
 void writePlain(const std::string& path,
@@ -269,13 +277,7 @@ void writePlain(const std::string& path,
     if (!dataset) {
         throw Error(errors.reason(path, "cannot be created"));
     }
-    if (!errors.failed()) {
-        writePixels(dataset, bands);
-    }
-    dataset.reset();
-    if (errors.failed()) {
-        throw Error(errors.reason(path, "cannot be written"));
-    }
+    writeAndClose(std::move(dataset), bands, path, errors);
 }
 
 void writeRaster(const std::string& path,
