@@ -28,8 +28,9 @@ constexpr std::array<Attempt, 6> kAttempts = {{{{0.001, 0.999}, 1},
                                                {{0.001, 0.999}, 2},
                                                {{0.001, 0.999}, -4}}};
 
-/// Larger bands are looked at once in full and then at half their size: their codes have pixels
-/// enough, and a flight without a panel would be looked at for longer than it takes to correct it.
+/// Larger bands are looked at once in full, every second line, and then at half their size: their
+/// codes have pixels enough, and a flight without a panel would be looked at for longer than it
+/// takes to correct it.
 constexpr Eigen::Index kLarge = 1000000;
 constexpr Eigen::Index kSmallestSide = 16;
 

@@ -279,8 +279,8 @@ TEST(Plan, damagedPlansAreRefusedWithFileAndReason) {
     }
     std::ofstream(folder.path() / "damaged.json") << plan.dump().substr(0, 500);
     EXPECT_EQ(radiometry(folder, "correct --plan damaged.json -o out").status, 1);
-    EXPECT_EQ(radiometry(folder, "correct --plan plan.json --part 3/2 -o out").status, 1);
-    EXPECT_EQ(radiometry(folder, "correct flight/images --part 1/2 -o out").status, 1);
+    EXPECT_EQ(radiometry(folder, "correct --plan plan.json --part=3/2 -o out").status, 1);
+    EXPECT_EQ(radiometry(folder, "correct flight/images --part=1/2 -o out").status, 1);
 }
 
 } // namespace
