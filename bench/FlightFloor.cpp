@@ -4,6 +4,7 @@
 //
 //   flight_floor INPUT_FOLDER OUTPUT_FOLDER JOBS
 
+#include <cpl_conv.h>
 #include <cpl_error.h>
 #include <gdal.h>
 
@@ -45,6 +46,7 @@ bool copy(const fs::path& input, const fs::path& output, std::vector<float>& pix
     };
     const bool isRead = transfer(source, GF_Read);
     GDALClose(source);
+    fs::remove(output); // GDAL would open it first
     GDALDatasetH target = isRead ? GDALCreate(GDALGetDriverByName("GTiff"),
                                               output.c_str(),
                                               width,
@@ -105,6 +107,8 @@ int main(int argc, char** argv) {
         return EXIT_FAILURE;
     }
     GDALAllRegister();
+    // Else each opening reads the whole folder.
+    CPLSetConfigOption("GDAL_DISABLE_READDIR_ON_OPEN", "EMPTY_DIR");
     try {
         return copyAll(argv[1], argv[2], jobs);
     } catch (const fs::filesystem_error& failure) {
