@@ -10,6 +10,7 @@
 #include "platform/image/Raster.h"
 
 #include <malloc.h>
+#include <tbb/enumerable_thread_specific.h>
 #include <tbb/parallel_for.h>
 #include <tbb/task_arena.h>
 
@@ -39,6 +40,7 @@ struct Run {
     ImageCorrector corrector;
     RecordFile records;
     Summary summary;
+    tbb::enumerable_thread_specific<BandImage> pixels; ///< memory of a job, image after image
 };
 
 InputImage readInput(const PlannedImage& task, const Plan& plan, exif::ImageMetadata& metadata) {
@@ -74,7 +76,8 @@ void correctOne(const PlannedImage& task, Run& run) {
     }
     InputImage image = readInput(task, plan, metadata);
     run.corrector.check(image);
-    BandImage bands = openPixels(image).read();
+    BandImage& bands = run.pixels.local();
+    openPixels(image).readInto(bands);
     const Applied applied = run.corrector.correct(image, bands);
     const std::vector<double> sensitivity = plan.project.sensitivityOf(image);
     const std::string type = wordOf(plan.project.typeOf(image));
@@ -229,6 +232,7 @@ int correct(const CorrectOptions& options) {
             plan,
             ImageCorrector(plan.project, static_cast<std::size_t>(options.plan.jobs) + 1),
             RecordFile(options.outputFolder / recordFileName(options.part), options.overwrite),
+            {},
             {}};
     sayPlanFailures(plan, options.part, run.summary);
     if (plan.images.empty()) {

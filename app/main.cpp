@@ -389,10 +389,12 @@ int run(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
-    // Bands and strips come and go with each image: their memory is kept, not given back each time.
-    constexpr int kLargestKept = 1 << 30;
-    mallopt(M_MMAP_THRESHOLD, kLargestKept); // NOLINT(concurrency-mt-unsafe): no thread runs yet
-    mallopt(M_TRIM_THRESHOLD, kLargestKept); // NOLINT(concurrency-mt-unsafe)
+    // Whole bands and maps get memory of their own, which goes back at once when one is no longer
+    // needed; what is smaller comes and goes with each image, and its memory is kept.
+    constexpr int kWholeBand = 4 << 20; // bytes
+    constexpr int kKept = 1 << 30;
+    mallopt(M_MMAP_THRESHOLD, kWholeBand); // NOLINT(concurrency-mt-unsafe): no thread runs yet
+    mallopt(M_TRIM_THRESHOLD, kKept);      // NOLINT(concurrency-mt-unsafe)
     // A file that may not grow is a failed write with a reason, not the end of the program.
     std::signal(SIGXFSZ, SIG_IGN); // NOLINT(concurrency-mt-unsafe)
     // Whose settings the store of reflectances lives in.

@@ -358,13 +358,29 @@ DataType Raster::type() const {
 }
 
 BandImage Raster::read() const {
-    return readBlock(0, 0, m_data->width, m_data->height);
+    BandImage bands;
+    readInto(bands);
+    return bands;
+}
+
+void Raster::readInto(BandImage& bands) const {
+    readBlockInto(0, 0, m_data->width, m_data->height, bands);
 }
 
 BandImage Raster::readBlock(std::uint64_t column,
                             std::uint64_t row,
                             std::uint64_t blockWidth,
                             std::uint64_t blockHeight) const {
+    BandImage bands;
+    readBlockInto(column, row, blockWidth, blockHeight, bands);
+    return bands;
+}
+
+void Raster::readBlockInto(std::uint64_t column,
+                           std::uint64_t row,
+                           std::uint64_t blockWidth,
+                           std::uint64_t blockHeight,
+                           BandImage& bands) const {
     if (blockWidth == 0 || blockHeight == 0) {
         throw Error("empty block");
     }
@@ -376,7 +392,7 @@ BandImage Raster::readBlock(std::uint64_t column,
     const ErrorScope errors;
     const auto width = static_cast<int>(blockWidth);
     const auto height = static_cast<int>(blockHeight);
-    BandImage bands(m_data->bands);
+    bands.resize(m_data->bands);
     for (std::size_t b = 0; b < bands.size(); ++b) {
         bands[b].resize(height, width);
         const CPLErr result =
@@ -396,7 +412,6 @@ BandImage Raster::readBlock(std::uint64_t column,
             throw Error(errors.reason(m_data->path, "the pixels cannot be read"));
         }
     }
-    return bands;
 }
 
 BandImage Raster::readReduced(std::uint64_t maxWidth) const {

@@ -41,6 +41,9 @@ public:
     /// All bands, converted to float. @throws Error when the pixels cannot be read in full.
     [[nodiscard]] BandImage read() const;
 
+    /// The same into bands whose memory is used again, where they are of this size already.
+    void readInto(BandImage& bands) const;
+
     /// The block whose first pixel is (column, row), of blockWidth x blockHeight pixels, of all
     /// bands.
     /// @throws Error when it is empty, lies outside the raster or cannot be read in full.
@@ -56,6 +59,11 @@ public:
 
 private:
     struct Data;
+    void readBlockInto(std::uint64_t column,
+                       std::uint64_t row,
+                       std::uint64_t blockWidth,
+                       std::uint64_t blockHeight,
+                       BandImage& bands) const;
     explicit Raster(std::unique_ptr<Data> data);
     std::unique_ptr<Data> m_data;
 };
