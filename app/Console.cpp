@@ -13,7 +13,7 @@ namespace {
 
 std::atomic<Verbosity> shown{Verbosity::Normal};
 std::mutex mutex;
-std::vector<Warning> warnings;
+std::vector<Warning> saidWarnings;
 thread_local const std::string* currentImage = nullptr;
 thread_local std::vector<Trace>* currentTraces = nullptr;
 
@@ -53,7 +53,7 @@ void sayWarning(const std::string& path, const std::string& text) {
         if (!said.insert(text).second) {
             return;
         }
-        warnings.push_back({path, text});
+        saidWarnings.push_back({path, text});
     }
     if (shown == Verbosity::Quiet) {
         return;
@@ -64,7 +64,7 @@ void sayWarning(const std::string& path, const std::string& text) {
 
 std::vector<Warning> warningsSaid() {
     const std::lock_guard lock(mutex);
-    return warnings;
+    return saidWarnings;
 }
 
 void setVerbosity(Verbosity verbosity) {

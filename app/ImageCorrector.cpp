@@ -6,6 +6,7 @@
 #include "platform/exif/Predicates.h"
 #include "platform/geo/ProjectCoordinateSystems.h"
 #include "platform/log/Log.h"
+#include "platform/math/Angle.h"
 #include "platform/text/Text.h"
 #include "radiometry/DirectSunlightFraction.h"
 #include "radiometry/ExposureMetadata.h"
@@ -22,8 +23,6 @@ template <typename... Args>
 [[noreturn]] void refuse(const Args&... args) {
     throw Refusal(text::compose(args...).toStdString());
 }
-
-constexpr double kDegree = static_cast<double>(EIGEN_PI) / 180.0;
 
 /// The parts of the correction of a reading for the sun angle.
 void describeSunAngle(const InputImage& image,

@@ -132,7 +132,7 @@ Json describe(const InputImage& image,
 }
 
 /// Short aligned lines for people: what is not stated is left out.
-void print(const Json& image) {
+void printImage(const Json& image) {
     std::printf("%s\n", image["file"].get<std::string>().c_str());
     for (const auto& [key, value] : image.items()) {
         if (key == "file" || value.is_null() || (value.is_structured() && value.empty())) {
@@ -177,7 +177,7 @@ int inspect(const InspectOptions& options) {
             (void)openPixels(image);
             all.push_back(describe(image, project.typeOf(image), corrector));
             if (!options.json) {
-                print(all.back());
+                printImage(all.back());
             }
         } catch (const std::exception& failure) {
             sayFailure(path, failure.what());

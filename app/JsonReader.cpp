@@ -11,8 +11,11 @@
 #include <utility>
 
 namespace tessik::app {
+namespace {
 
 using Json = nlohmann::ordered_json;
+
+} // namespace
 
 JsonReader::JsonReader(const Json& value, const std::string& file, std::string place)
     : m_value(&value), m_file(file), m_place(std::move(place)) {}

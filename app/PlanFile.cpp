@@ -19,7 +19,7 @@ namespace {
 namespace fs = std::filesystem;
 using Json = nlohmann::ordered_json;
 
-constexpr const char* kFormat = "radiometry plan";
+constexpr const char* kPlanFormat = "radiometry plan";
 
 Json orNull(bool isKnown, Json value) {
     return isKnown ? std::move(value) : Json();
@@ -100,7 +100,7 @@ Json headJson(const Plan& plan) {
     for (const Warning& warning : plan.warnings) {
         warnings.push_back({{"path", warning.path}, {"text", warning.text}});
     }
-    return {{"format", kFormat},
+    return {{"format", kPlanFormat},
             {"schema_version", Plan::kSchemaVersion},
             {"library_version", plan.libraryVersion},
             {"options",
@@ -244,7 +244,7 @@ void readOptions(const JsonReader& json, Plan& plan) {
 }
 
 Plan planOf(const JsonReader& json) {
-    if (!json.has("format") || json["format"].text() != kFormat) {
+    if (!json.has("format") || json["format"].text() != kPlanFormat) {
         json.fail("not a plan");
     }
     if (json["schema_version"].integer() != Plan::kSchemaVersion) {

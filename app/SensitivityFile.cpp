@@ -11,7 +11,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr auto kFormat = "radiometry sensitivity";
+constexpr auto kSensitivityFormat = "radiometry sensitivity";
 constexpr int kSchemaVersion = 1;
 
 std::vector<double> sensitivityOf(const JsonReader& json) {
@@ -63,7 +63,7 @@ void writeSensitivityFile(const std::string& path, const SensitivityFile& file) 
                            {"targets", targets}});
     }
     writeJson(path,
-              {{"format", kFormat},
+              {{"format", kSensitivityFormat},
                {"schema_version", kSchemaVersion},
                {"library_version", RADIOMETRY_VERSION},
                {"cameras", cameras}});
@@ -72,8 +72,8 @@ void writeSensitivityFile(const std::string& path, const SensitivityFile& file) 
 SensitivityFile readSensitivityFile(const std::string& path) {
     const Json document = readJson(path);
     const JsonReader json(document, path);
-    if (json["format"].text() != kFormat) {
-        json["format"].fail("not \"" + std::string(kFormat) + "\"");
+    if (json["format"].text() != kSensitivityFormat) {
+        json["format"].fail("not \"" + std::string(kSensitivityFormat) + "\"");
     }
     if (json["schema_version"].integer() != kSchemaVersion) {
         json["schema_version"].fail("not " + std::to_string(kSchemaVersion) +

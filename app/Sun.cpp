@@ -1,6 +1,7 @@
 #include "Console.h"
 #include "Sunlight.h"
 #include "platform/exif/Tags.h"
+#include "platform/math/Angle.h"
 #include "radiometry/DirectSunlightFraction.h"
 #include "radiometry/SunPosition.h"
 
@@ -14,8 +15,6 @@ namespace tessik::app {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-constexpr double kDegree = static_cast<double>(EIGEN_PI) / 180.0;
 
 /// Seconds since 1970, or ISO 8601, which is UTC where it states no zone.
 std::optional<double> parseTime(const std::string& text) {

@@ -52,7 +52,7 @@ Json describe(const std::string& name, const std::vector<CalibrationTargetKey>& 
     return {{"target", name}, {"reflectance", bands}};
 }
 
-void print(const Json& target) {
+void printTarget(const Json& target) {
     std::printf("%s\n", target["target"].get<std::string>().c_str());
     for (const Json& band : target["reflectance"]) {
         std::printf("  %7.1f nm  width %5.1f nm  %s\n",
@@ -137,7 +137,7 @@ int listTargets(bool json) {
     for (const auto& [name, keys] : storedTargets()) {
         all.push_back(describe(name, keys));
         if (!json) {
-            print(all.back());
+            printTarget(all.back());
         }
     }
     if (json) {
@@ -157,7 +157,7 @@ int showTarget(const std::string& text, bool json) {
     if (json) {
         std::printf("%s\n", target.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
     } else {
-        print(target);
+        printTarget(target);
     }
     return AllDone;
 }

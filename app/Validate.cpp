@@ -53,7 +53,7 @@ bool isGood(const Json& camera) {
     return camera["problems"].empty() && camera["output_placed"].get<bool>();
 }
 
-void print(const Json& camera) {
+void printCamera(const Json& camera) {
     std::printf("%-44s %-18s %5d images  %s\n",
                 camera["camera"]["name"].get<std::string>().c_str(),
                 camera["correction_type"].get<std::string>().c_str(),
@@ -96,7 +96,7 @@ int validate(const ValidateOptions& options) {
         cameras.push_back(describe(id, flight, project));
         hasFailed = hasFailed || !isGood(cameras.back());
         if (!options.json) {
-            print(cameras.back());
+            printCamera(cameras.back());
         }
     }
     if (options.json) {

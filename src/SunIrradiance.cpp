@@ -6,6 +6,7 @@
 #include "platform/exif/ExifInfo.h"
 #include "platform/exif/Predicates.h"
 #include "platform/geo/Conversions.h"
+#include "platform/math/Angle.h"
 #include "platform/math/RotationMatrix.h"
 #include "radiometry/Consistency.h"
 
@@ -16,8 +17,6 @@
 
 namespace tessik::radiometry::correction {
 namespace {
-
-constexpr double kPi = 3.141592653589793;
 
 /// North, east and up as columns. @return false where there are none
 bool tangentAxes(const geo::OutCoordSystem& outCS,

@@ -1,5 +1,7 @@
 #include "report/Curves.h"
 
+#include "platform/math/Angle.h"
+
 #include <boost/geometry/algorithms/area.hpp>
 #include <boost/geometry/algorithms/convex_hull.hpp>
 #include <boost/geometry/geometries/multi_point.hpp>
@@ -13,8 +15,6 @@
 
 namespace tessik::app::report {
 namespace {
-
-constexpr double kDegree = 3.14159265358979323846 / 180.0;
 
 bool isAbsent(double value) {
     return std::isnan(value);

@@ -1,5 +1,7 @@
 #include "platform/astro/Astro.h"
 
+#include "platform/math/Angle.h"
+
 #include <erfa.h>
 
 #include <algorithm>
@@ -12,8 +14,7 @@ namespace tessik::astro {
 namespace {
 
 constexpr double kDayZero = 2415020.0; ///< Julian date of the day count's zero
-constexpr double kDegree = 3.141592653589793 / 180.0;
-constexpr double kWavelength = 0.55; ///< um
+constexpr double kWavelength = 0.55;   ///< um
 
 constexpr std::array<Object, 9> kBuiltIn = {{{"Mercury"},
                                              {"Venus"},

@@ -1,5 +1,7 @@
 #include "platform/geo/CoordSystem.h"
 
+#include "platform/math/Angle.h"
+
 #include <Eigen/Geometry>
 #include <proj.h>
 
@@ -20,8 +22,6 @@ struct Destroyer {
 };
 using Context = std::unique_ptr<PJ_CONTEXT, Destroyer>;
 using Object = std::unique_ptr<PJ, Destroyer>;
-
-constexpr double kPi = 3.141592653589793;
 
 enum class Axes { Local, Projected, Geographic, Geocentric };
 

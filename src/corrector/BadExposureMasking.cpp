@@ -14,7 +14,7 @@
 namespace tessik::radiometry::corrector {
 namespace {
 
-constexpr auto kContext = "Masking pixels with bad exposure";
+constexpr auto kBadExposureContext = "Masking pixels with bad exposure";
 
 /// What relinearised values can be, over all bands.
 PixelValueRange linearRange(const std::vector<gamma_t>& gammas) {
@@ -64,12 +64,13 @@ RowWork BadExposureMasking::prepareRows(const BandImage& bands,
     const datasource::DarkCurrentModel* model = m_data->darkCurrent;
     const bool hasDarkCurrent = model != nullptr && !model->darkCurrentMap().empty();
     if (hasDarkCurrent) {
-        verifyConsistentNumberOfBands(bands.size(), model->darkCurrentMap().size(), kContext);
+        verifyConsistentNumberOfBands(
+            bands.size(), model->darkCurrentMap().size(), kBadExposureContext);
     }
     std::vector<DarkLevel> darks;
     darks.reserve(bands.size());
     for (std::size_t b = 0; b < bands.size() && hasDarkCurrent; ++b) {
-        darks.emplace_back(*model, b, bands[b], blockOffset, kContext);
+        darks.emplace_back(*model, b, bands[b], blockOffset, kBadExposureContext);
     }
     const auto lo = static_cast<float>(range.min);
     const auto hi = static_cast<float>(range.max);

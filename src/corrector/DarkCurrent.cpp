@@ -10,7 +10,7 @@
 namespace tessik::radiometry::corrector {
 namespace {
 
-constexpr auto kContext = "Correcting for dark current";
+constexpr auto kDarkContext = "Correcting for dark current";
 
 } // namespace
 
@@ -31,13 +31,13 @@ bool DarkCurrent::isApplicable() const {
 
 RowWork DarkCurrent::prepareRows(const BandImage& bands, const Eigen::Vector2i& blockOffset) const {
     const datasource::DarkCurrentModel& model = *m_data->model;
-    verifyConsistentNumberOfBands(bands.size(), model.darkCurrentMap().size(), kContext);
+    verifyConsistentNumberOfBands(bands.size(), model.darkCurrentMap().size(), kDarkContext);
     std::vector<DarkLevel> darks;
     darks.reserve(bands.size());
     for (std::size_t b = 0; b < bands.size(); ++b) {
         const BandMatrix& map = model.darkCurrentMap()[b];
-        const auto dark = blockOf(map, bands[b], blockOffset, kContext);
-        darks.emplace_back(model, b, bands[b], blockOffset, kContext);
+        const auto dark = blockOf(map, bands[b], blockOffset, kDarkContext);
+        darks.emplace_back(model, b, bands[b], blockOffset, kDarkContext);
         TESSIK_LOG(logging::kInfo)
             << "Dark current correction: "
             << (dark.size() == map.size() ? model.runningMean(b) : runningMean(dark));

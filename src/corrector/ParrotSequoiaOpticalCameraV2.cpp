@@ -11,7 +11,7 @@
 namespace tessik::radiometry::corrector {
 namespace {
 
-constexpr auto kContext = "Sequoia delta exposure model";
+constexpr auto kExposureContext = "Sequoia delta exposure model";
 
 template <typename Block>
 std::string summary(const Block& factors) {
@@ -70,12 +70,12 @@ void ParrotSequoiaOpticalCameraV2::apply(BandImage& bands,
                                  width,
                                  deltaTau.rows(),
                                  deltaTau.cols(),
-                                 kContext);
+                                 kExposureContext);
     const auto& [fNumber, exposure, iso] = m_data->exposure;
     const BandMatrix map =
         zoomRowFields(sequoia::opticalCorrection(iso, fNumber, exposure, *m_data->cmos),
                       static_cast<int>(width / deltaTau.cols()));
-    const auto factors = blockOf(map, bands.front(), blockOffset, kContext);
+    const auto factors = blockOf(map, bands.front(), blockOffset, kExposureContext);
     bands.front().array() *= factors.array();
     TESSIK_LOG(logging::kInfo) << "Sequoia V2 model optical correction: " << summary(factors);
 }

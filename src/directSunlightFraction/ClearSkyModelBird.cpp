@@ -1,11 +1,12 @@
 #include "radiometry/ClearSkyModelBird.h"
 
+#include "platform/math/Angle.h"
+
 #include <cmath>
 
 namespace tessik::radiometry {
 namespace {
 
-constexpr double kPi = 3.141592653589793;
 constexpr double kStandardPressure = 1013.0; // hPa
 
 /// Length of the light's way through the air in units of the vertical way.

@@ -2,6 +2,7 @@
 #include "platform/camera/InputImage.h"
 #include "platform/geo/Conversions.h"
 #include "platform/log/Log.h"
+#include "platform/math/Angle.h"
 #include "radiometry/ClearSkyModelBird.h"
 #include "radiometry/DirectSunlightFraction.h"
 #include "radiometry/SunPosition.h"
@@ -9,10 +10,8 @@
 namespace tessik::radiometry {
 namespace {
 
-constexpr double kPi = 3.141592653589793;
-
 // The atmosphere.
-constexpr double kPressure = 1013.0; // hPa
+constexpr double kSeaLevelPressure = 1013.0; // hPa
 constexpr double kAerosolDepth500 = 0.0;
 constexpr double kAerosolDepth380 = 0.0;
 constexpr double kForwardScatteringRatio = 0.84;
@@ -42,7 +41,7 @@ double computeDirectSunlightFractionPhysicalModel(double time, double latitude, 
         fail("The sun is behind the horizon.");
     }
     return ClearSkyModelBird(kPi / 2.0 - sun.elevation,
-                             kPressure,
+                             kSeaLevelPressure,
                              kAerosolDepth500,
                              kAerosolDepth380,
                              kForwardScatteringRatio,

@@ -19,7 +19,7 @@ namespace tessik::app {
 namespace {
 
 namespace fs = std::filesystem;
-using Json = nlohmann::ordered_json;
+using OrderedJson = nlohmann::ordered_json;
 using test::TemporaryFolder;
 using testing::HasSubstr;
 
@@ -27,7 +27,8 @@ TEST(TargetsCommand, whatIsSetIsThereInTheNextRun) {
     const TemporaryFolder folder;
     EXPECT_EQ(radiometry(folder, "targets set unknown/RP02 475_20=0.56 560.04_20=0.57").status, 0);
     const Result shown = radiometry(folder, "targets show unknown/RP02 --json");
-    EXPECT_EQ(Json::parse(shown.out), Json::parse(R"({"target": "unknown/RP02", "reflectance": [
+    EXPECT_EQ(OrderedJson::parse(shown.out),
+              OrderedJson::parse(R"({"target": "unknown/RP02", "reflectance": [
                   {"wavelength_nm": 475.0, "fwhm_nm": 20.0, "reflectance": 0.56},
                   {"wavelength_nm": 560.0, "fwhm_nm": 20.0, "reflectance": 0.57}]})"));
     EXPECT_TRUE(fs::exists(folder.path() / "settings" / "tessik" / "radiometry.conf"));
@@ -119,11 +120,11 @@ TEST_F(CalibrateCommand, validateTellsWhatIsMissing) {
     EXPECT_EQ(radiometry(folder, "validate flight/images").status, 0);
     const Result result = radiometry(folder, "validate flight/images --type sun-angle --json");
     EXPECT_EQ(result.status, 2);
-    const Json cameras = Json::parse(result.out);
+    const OrderedJson cameras = OrderedJson::parse(result.out);
     ASSERT_EQ(cameras.size(), 5U);
     EXPECT_EQ(cameras[0]["problems"].size(), 2U);
     EXPECT_EQ(cameras[0]["problems"][0]["missing"],
-              Json::parse(R"(["sun-irradiance-orientation"])"));
+              OrderedJson::parse(R"(["sun-irradiance-orientation"])"));
 }
 
 SensitivityFile someFile() {
@@ -172,10 +173,10 @@ TEST(SensitivityFile, isReadWithCare) {
     const TemporaryFolder folder;
     const std::string path = folder.file("s.json");
     writeSensitivityFile(path, someFile());
-    const Json good = Json::parse(readAll(path));
+    const OrderedJson good = OrderedJson::parse(readAll(path));
     struct Case {
         const char* pointer;
-        Json value;
+        OrderedJson value;
         const char* message;
     };
     const std::vector<Case> cases = {
@@ -187,12 +188,12 @@ TEST(SensitivityFile, isReadWithCare) {
         {"/cameras/0/sensitivity/0",
          -1,
          "cameras[0].sensitivity[0]: not a positive, finite number"},
-        {"/cameras/0/sensitivity/0", Json(), "cameras[0].sensitivity[0]: not a number"},
-        {"/cameras/0/sensitivity", Json::array(), "cameras[0].sensitivity: no band"},
+        {"/cameras/0/sensitivity/0", OrderedJson(), "cameras[0].sensitivity[0]: not a number"},
+        {"/cameras/0/sensitivity", OrderedJson::array(), "cameras[0].sensitivity: no band"},
         {"/cameras/0/id", "12x", "cameras[0].id: not an identifier"},
         {"/cameras/0/correction_type", "sun", "cameras[0].correction_type: not a correction type"},
         {"/cameras/0/targets/0/type", "panel", "cameras[0].targets[0].type: not a type of target"},
-        {"/cameras/0", Json::object(), "cameras[0]: no \"id\""},
+        {"/cameras/0", OrderedJson::object(), "cameras[0]: no \"id\""},
         {"/cameras/1", good["cameras"][0], "cameras[1].id: a camera that is there twice"},
     };
     const auto messageOf = [&path](const std::string& text) {
@@ -200,8 +201,8 @@ TEST(SensitivityFile, isReadWithCare) {
         return test::messageOf<std::runtime_error>([&path] { (void)readSensitivityFile(path); });
     };
     for (const Case& c : cases) {
-        Json bad = good;
-        bad[Json::json_pointer(c.pointer)] = c.value;
+        OrderedJson bad = good;
+        bad[OrderedJson::json_pointer(c.pointer)] = c.value;
         EXPECT_EQ(messageOf(bad.dump()), path + ": " + c.message);
     }
     EXPECT_THAT(messageOf(good.dump().substr(0, 100)), HasSubstr(path + ": not JSON: "));

@@ -2,6 +2,7 @@
 
 #include "support/Support.h"
 
+#include <nlohmann/json.hpp>
 #include <sys/wait.h>
 
 #include <cstdlib>
@@ -11,6 +12,8 @@
 #include <string>
 
 namespace tessik::app {
+
+using Json = nlohmann::json;
 
 inline std::string readAll(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary);

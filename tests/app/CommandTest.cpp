@@ -25,7 +25,6 @@ namespace tessik::app {
 namespace {
 
 namespace fs = std::filesystem;
-using Json = nlohmann::json;
 using test::TemporaryFolder;
 
 std::size_t lineCount(const std::string& text) {

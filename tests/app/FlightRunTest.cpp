@@ -24,7 +24,6 @@ namespace tessik::app {
 namespace {
 
 namespace fs = std::filesystem;
-using Json = nlohmann::json;
 using test::TemporaryFolder;
 
 /// A RedEdge flight below a new folder: 5 images a capture.

@@ -1,5 +1,6 @@
 #include "Report.h"
 
+#include "app/Command.h"
 #include "platform/image/Raster.h"
 #include "radiometry/Types.h"
 #include "report/Curves.h"
@@ -7,7 +8,6 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 #include <cmath>
 #include <fstream>
@@ -17,7 +17,6 @@ namespace tessik::app {
 namespace {
 
 namespace fs = std::filesystem;
-using Json = nlohmann::json;
 using test::messageOf;
 using test::TemporaryFolder;
 using ::testing::ElementsAre;

@@ -14,8 +14,7 @@ namespace {
 
 using Eigen::Vector3d;
 using test::kDegree;
-
-constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+using test::kNan;
 
 void expectNear(const Vector3d& found, const Vector3d& expected, double tolerance) {
     EXPECT_LE((found - expected).cwiseAbs().maxCoeff(), tolerance)

@@ -72,7 +72,7 @@ bool readsItsBand(const std::string& path) {
 TEST(TagFile, onePrefixOfSeveralNameSpacesIsReadInAnyOrder) {
     const test::TemporaryFolder folder;
     const std::vector<std::string> paths = filesOfManyMakers(folder);
-    for (const std::size_t i : {0, 1, 2, 1, 0, 2, 0}) {
+    for (const std::size_t i : {0U, 1U, 2U, 1U, 0U, 2U, 0U}) {
         EXPECT_TRUE(readsItsBand(paths[i])) << kUris[i];
     }
 }

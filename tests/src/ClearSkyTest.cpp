@@ -15,7 +15,7 @@
 namespace tessik::radiometry {
 namespace {
 
-constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+using test::kNan;
 
 std::vector<InputImage> imagesAt(const std::vector<double>& times) {
     std::vector<InputImage> images(times.size());

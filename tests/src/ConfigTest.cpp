@@ -12,7 +12,8 @@
 namespace tessik::radiometry {
 namespace {
 
-constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+using test::kNan;
+
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
 /// An image with all that the richest correction needs.

@@ -50,8 +50,7 @@ TEST(Chain, takenAFewRowsAtATimeGivesWhatEachStepGivesOverTheWholeImage) {
     setup.image.exif.sunIrradiance = {1.25};
     BandImage together = {test::redEdgeBand(kWidth, kHeight, 3)};
     BandImage stepwise = together;
-    const auto sources =
-        setup.sources({CorrectionType::CameraAndSunIrradiance}, std::vector<double>{655.36});
+    const auto sources = setup.sources(CorrectionType::CameraAndSunIrradiance, {655.36});
     corrector::apply(corrector::create(setup.image.exif), sources, together, {0, 0});
     for (const auto& step : corrector::create(setup.image.exif)) {
         corrector::feed(*step, sources);

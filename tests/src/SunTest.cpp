@@ -22,13 +22,12 @@ namespace {
 using Eigen::ArrayXd;
 using Eigen::Vector3d;
 using test::kDegree;
+using test::kNan;
 using test::messageOf;
 
 constexpr auto kIrradiance = CorrectionType::CameraAndSunIrradiance;
 constexpr auto kRelative = CorrectionType::CameraSunIrradianceAndSunAngle;
 constexpr auto kAbsolute = static_cast<CorrectionType>(4);
-constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
-
 /// A summer morning in the Alps: the sun is up, in the south-east.
 constexpr double kMorning = 1592730000.0; // 2020-06-21 09:00 UTC
 const GeoPosition kPlace = {47.0, 8.0, 500.0};

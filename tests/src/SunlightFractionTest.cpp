@@ -16,9 +16,8 @@ namespace tessik::radiometry {
 namespace {
 
 using test::FlightPlan;
+using test::kNan;
 using test::SunlitFlight;
-
-constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
 FlightPlan withFraction(double fraction, double noise = 0.01) {
     FlightPlan plan;

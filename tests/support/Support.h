@@ -10,6 +10,7 @@
 
 #include <filesystem>
 #include <initializer_list>
+#include <limits>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -17,6 +18,8 @@
 
 /// What several tests need: metadata, bands, a log that can be read, files.
 namespace tessik::test {
+
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
 /// Metadata of a 16-bit camera with this many bands, and nothing else stated.
 ExifInfo plainExif(std::uint64_t width, std::uint64_t height, std::uint64_t bandCount = 1);

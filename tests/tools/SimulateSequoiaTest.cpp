@@ -5,6 +5,7 @@
 #include "radiometry/Correct.h"
 #include "radiometry/sequoia/FactoryCalibration.h"
 #include "radiometry/sequoia/ModelFile.h"
+#include "simulate/Angle.h"
 #include "simulate/Compare.h"
 #include "simulate/Flight.h"
 #include "simulate/SequoiaCamera.h"
@@ -25,8 +26,6 @@ namespace {
 namespace fs = std::filesystem;
 namespace sequoia = radiometry::sequoia;
 
-constexpr double kPi = 3.14159265358979323846;
-constexpr float kNoData = -10000.0F;
 constexpr double kSaturated = 65472.0;
 
 /// A flight of all speeds in a place of its own, and what is made of it.
@@ -95,14 +94,14 @@ BandMatrix invertPixels(const fs::path& file,
 }
 
 /// What is deliberately left wrong in an inversion.
-struct Fault {
+struct SequoiaFault {
     bool swapsPowers = false;
     bool dropsCorrection = false;
 };
 
 /// By the maker's formula from the file's samples and tags alone:
 /// F^2 (DN - B) / (A t ISO + C) / brightness.
-BandMatrix invertBySensorModel(const fs::path& file, const Fault& fault) {
+BandMatrix invertBySensorModel(const fs::path& file, const SequoiaFault& fault) {
     const exif::Tags tags = exif::readTags(file).tags;
     const std::vector<double> model = tags.xmpNumbers("Camera", "SensorModel");
     const std::vector<double> powers = tags.xmpNumbers("Camera", "VignettingPolynomial2DName");

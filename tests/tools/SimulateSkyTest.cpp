@@ -1,4 +1,5 @@
 #include "platform/exif/ExifReader.h"
+#include "simulate/Angle.h"
 #include "simulate/ClearSky.h"
 #include "simulate/Flight.h"
 #include "simulate/Sun.h"
@@ -20,8 +21,6 @@ namespace tessik::simulate {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr double kDegree = 3.14159265358979323846 / 180.0;
 
 double angleBetween(double azimuth, double elevation, double otherAzimuth, double otherElevation) {
     return std::acos(std::min(1.0,

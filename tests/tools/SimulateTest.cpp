@@ -1,5 +1,6 @@
 #include "platform/exif/ExifReader.h"
 #include "platform/image/Raster.h"
+#include "simulate/Angle.h"
 #include "simulate/Compare.h"
 #include "simulate/Flight.h"
 #include "simulate/Random.h"
@@ -20,9 +21,6 @@ namespace tessik::simulate {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr double kPi = 3.14159265358979323846;
-constexpr float kNoData = -10000.0F;
 
 std::string bytesOf(const fs::path& file) {
     std::ifstream stream(file, std::ios::binary);
@@ -388,9 +386,10 @@ TEST_F(SimulatedFlight, pixelsMaskedWithoutCauseAndMissingFilesAreReported) {
     EXPECT_EQ(result.unexpectedMasked, usable);
     EXPECT_EQ(result.masked, result.expectedMasked + usable);
 
-    std::ostringstream json;
-    printJson(json, {result}, Target::Radiance);
-    EXPECT_EQ(nlohmann::json::parse(json.str()).at("bands").at(0).at("unexpected_masked"), usable);
+    std::ostringstream printed;
+    printJson(printed, {result}, Target::Radiance);
+    EXPECT_EQ(nlohmann::json::parse(printed.str()).at("bands").at(0).at("unexpected_masked"),
+              usable);
 
     fs::remove(corrected / name);
     EXPECT_EQ(test::messageOf<MissingFile>([this] { static_cast<void>(firstBand()); }),

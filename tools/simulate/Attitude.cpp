@@ -1,13 +1,13 @@
 #include "simulate/Attitude.h"
 
+#include "simulate/Angle.h"
+
 #include <Eigen/Geometry>
 
 #include <cmath>
 
 namespace tessik::simulate {
 namespace {
-
-constexpr double kDegree = 3.14159265358979323846 / 180.0;
 
 Eigen::Matrix3d turn(double degrees, const Eigen::Vector3d& axis) {
     return Eigen::AngleAxisd(degrees * kDegree, axis).toRotationMatrix();

@@ -1,5 +1,6 @@
 #include "simulate/ClearSky.h"
 
+#include "simulate/Angle.h"
 #include "simulate/Random.h"
 #include "simulate/Sun.h"
 
@@ -9,15 +10,13 @@
 namespace tessik::simulate {
 namespace {
 
-constexpr double kDegree = 3.14159265358979323846 / 180.0;
-
-constexpr double kReferenceNm = 650.0;
+constexpr double kSkyReferenceNm = 650.0;
 /// Haze scatters blue light most.
 constexpr double kFractionPerNm = 2e-4;
 constexpr double kDriftPerNm = 5e-4;
 
 constexpr std::uint64_t kDriftPurpose = 0xd41f7;
-constexpr std::uint64_t kNoisePurpose = 0x5e4504;
+constexpr std::uint64_t kReadingPurpose = 0x5e4504;
 
 double eitherSign(Random& random, double low, double high) {
     const double sign = random.below(2) == 0 ? -1.0 : 1.0;
@@ -62,13 +61,13 @@ ClearSky::ClearSky(std::uint64_t seed, const Options& options, const std::vector
 }
 
 double ClearSky::directFraction(double wavelengthNm) const {
-    const double change = kFractionPerNm * (wavelengthNm - kReferenceNm);
+    const double change = kFractionPerNm * (wavelengthNm - kSkyReferenceNm);
     return std::clamp(m_options.directFraction + (m_options.perBand ? change : 0.0), 0.0, 1.0);
 }
 
 double ClearSky::facingIrradiance(const Moment& moment, double wavelengthNm) const {
     const double drift = moment.progress * (m_linear + m_quadratic * moment.progress);
-    const double ofBand = 1.0 + kDriftPerNm * (wavelengthNm - kReferenceNm);
+    const double ofBand = 1.0 + kDriftPerNm * (wavelengthNm - kSkyReferenceNm);
     return clearSkyIrradiance(wavelengthNm) * (1.0 + ofBand * drift);
 }
 
@@ -90,7 +89,7 @@ LightReading ClearSky::reading(std::size_t capture, double wavelengthNm) const {
     // Bands are told apart by their wavelength.
     const auto band = static_cast<std::uint64_t>(std::llround(wavelengthNm * 1000.0));
     std::vector<float> noise(1);
-    Random({m_seed, kNoisePurpose, capture, band}).normal(noise);
+    Random({m_seed, kReadingPurpose, capture, band}).normal(noise);
     const double factor = 1.0 + m_options.sensorNoise * static_cast<double>(noise.front());
     const double share = receivedShare(sun.directFraction, moment.cosIncidence, moment.cosTilt);
     return {sun.facingIrradiance * share * factor, moment.sensor, sun};

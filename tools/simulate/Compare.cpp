@@ -19,7 +19,6 @@ namespace {
 using nlohmann::ordered_json;
 using std::filesystem::path;
 
-constexpr float kNoData = -10000.0F;
 /// A reflectance level counts when noise alone moves its mean by no more than this share, and when
 /// it has this share of the pixels: the many values of a ramp, each on few pixels, do not.
 constexpr double kLevelUncertainty = 1e-3;

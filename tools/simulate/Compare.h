@@ -10,6 +10,8 @@
 
 namespace tessik::simulate {
 
+constexpr float kNoData = -10000.0F;
+
 /// A file that the comparison needs is not there. what() is "path: reason".
 class MissingFile : public std::runtime_error {
 public:
@@ -49,7 +51,7 @@ struct BandResult {
     [[nodiscard]] double rmsRatio() const { return rms / predictedRms; }
 };
 
-/// Compares corrected images (float TIFF, no-data value -10000 or NaN) with the truth of a flight.
+/// Compares corrected images (float TIFF, no-data value kNoData or NaN) with the truth of a flight.
 /// Captures of a panel take no part: they need not be there, and are not of the scene.
 /// @throws MissingFile, Failure
 std::vector<BandResult> compare(const std::filesystem::path& flight,

@@ -7,7 +7,7 @@
 namespace tessik::simulate {
 namespace {
 
-constexpr std::uint64_t kPurpose = 0xc0045e;
+constexpr std::uint64_t kCoursePurpose = 0xc0045e;
 
 constexpr std::int64_t kStartMicroseconds = 19LL * 3600 * 1000000; // near noon at this longitude
 
@@ -25,7 +25,7 @@ std::int64_t captureMicroseconds(std::size_t capture, double intervalSeconds, Ra
 }
 
 Station stationOf(std::uint64_t seed, std::size_t capture, double intervalSeconds) {
-    Random random({seed, kPurpose, capture});
+    Random random({seed, kCoursePurpose, capture});
     Station station;
     station.eastM = random.uniform(-1.5, 1.5);
     const double advanceM = kAdvanceM * (intervalSeconds / kAdvanceSeconds);

@@ -12,9 +12,9 @@ constexpr Spectrum kClearSky = {1.56, 1.47, 1.36, 1.24, 1.03};
 
 /// Clouds let less infrared through than blue light: per nm from 650 nm, under the thickest.
 constexpr double kCloudTilt = -3e-4;
-constexpr double kReferenceNm = 650.0;
+constexpr double kLightReferenceNm = 650.0;
 
-constexpr std::uint64_t kPurpose = 0x11647;
+constexpr std::uint64_t kLightPurpose = 0x11647;
 
 } // namespace
 
@@ -24,7 +24,7 @@ double clearSkyIrradiance(double wavelengthNm) {
 
 ChangingLight::ChangingLight(std::uint64_t seed, std::size_t captureCount)
     : m_moments(captureCount) {
-    Random random({seed, kPurpose});
+    Random random({seed, kLightPurpose});
     double drift = 1.0;
     bool isCloudy = false;
     double cover = 1.0;
@@ -45,7 +45,8 @@ ChangingLight::ChangingLight(std::uint64_t seed, std::size_t captureCount)
 
 double ChangingLight::irradiance(std::size_t capture, double wavelengthNm) const {
     const Moment& moment = m_moments.at(capture);
-    const double tilt = 1.0 + kCloudTilt * (1.0 - moment.cloud) * (wavelengthNm - kReferenceNm);
+    const double tilt =
+        1.0 + kCloudTilt * (1.0 - moment.cloud) * (wavelengthNm - kLightReferenceNm);
     return clearSkyIrradiance(wavelengthNm) * moment.clearSky * moment.cloud * tilt;
 }
 

@@ -1,5 +1,6 @@
 #include "simulate/Panel.h"
 
+#include "simulate/Angle.h"
 #include "simulate/Random.h"
 
 #include <Eigen/Geometry>
@@ -14,8 +15,6 @@
 
 namespace tessik::simulate {
 namespace {
-
-constexpr double kPi = 3.14159265358979323846;
 
 // Millimetres from the centre of the code, y up, as panels of version 6 are made.
 constexpr double kCodeHalfSide = 41.0;

@@ -1,6 +1,7 @@
 // Source of the sample's formula: the maker's radiometric calibration model, solved for the sample.
 #include "simulate/RedEdgeCamera.h"
 
+#include "simulate/Angle.h"
 #include "simulate/RedEdgeTags.h"
 #include "simulate/Scene.h"
 
@@ -11,7 +12,6 @@
 namespace tessik::simulate {
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
 constexpr double kFullScale = 65536.0;
 /// Brightest material, stored, as a share of full scale. With the rolling shutter's part it stays
 /// some ten standard deviations below saturation, and the darkest as far above the dark level.
@@ -43,9 +43,9 @@ constexpr std::array<std::pair<double, double>, 5> kCenterShift = {
 constexpr std::array<int, 4> kDark = {4800, 4816, 4784, 4832};
 constexpr std::size_t kBadPixelCount = 8;
 
-constexpr std::uint64_t kDefectPurpose = 0xbad;
-constexpr std::uint64_t kExposurePurpose = 0x7e;
-constexpr std::uint64_t kNoisePurpose = 0x4015e;
+constexpr std::uint64_t kRedEdgeDefectPurpose = 0xbad;
+constexpr std::uint64_t kRedEdgeExposurePurpose = 0x7e;
+constexpr std::uint64_t kRedEdgeNoisePurpose = 0x4015e;
 
 RedEdgeCalibration calibrationOf(std::size_t band, const RedEdgeCamera::Options& options) {
     const auto width = static_cast<double>(options.width);
@@ -68,7 +68,7 @@ RedEdgeCalibration calibrationOf(std::size_t band, const RedEdgeCamera::Options&
     calibration.badPixels = drawPixels(kBadPixelCount,
                                        options.width,
                                        options.height,
-                                       Random({options.seed, kDefectPurpose, band}));
+                                       Random({options.seed, kRedEdgeDefectPurpose, band}));
     return calibration;
 }
 
@@ -129,7 +129,7 @@ std::string RedEdgeCamera::fileName(std::size_t capture, std::size_t band) const
 RedEdgeExposure RedEdgeCamera::expose(const Shot& shot) const {
     constexpr std::array<int, 4> kSpeeds = {100, 400, 200, 800};
     const RedEdgeCalibration& calibration = m_calibrations[shot.band];
-    Random random({m_options.seed, kExposurePurpose, shot.capture, shot.band});
+    Random random({m_options.seed, kRedEdgeExposurePurpose, shot.capture, shot.band});
     RedEdgeExposure exposure;
     exposure.iso = kSpeeds[(shot.capture + shot.band + m_options.seed) % kSpeeds.size()];
     const double darkest = *std::max_element(kDark.begin(), kDark.end());
@@ -165,7 +165,7 @@ Frame RedEdgeCamera::take(const Shot& shot, bool withDeviation) const {
     readOut(kSensor,
             gain,
             m_options.noise,
-            Random({m_options.seed, kNoisePurpose, shot.capture, shot.band}),
+            Random({m_options.seed, kRedEdgeNoisePurpose, shot.capture, shot.band}),
             calibration.badPixels,
             withDeviation,
             fillRow,

@@ -2,6 +2,7 @@
 // solved for the sample.
 #include "simulate/SequoiaCamera.h"
 
+#include "simulate/Angle.h"
 #include "simulate/Scene.h"
 #include "simulate/SequoiaModelFile.h"
 #include "simulate/SequoiaTags.h"
@@ -12,8 +13,6 @@
 
 namespace tessik::simulate {
 namespace {
-
-constexpr double kPi = 3.14159265358979323846;
 
 /// Samples of 10 bits, shifted left by 6; a large pixel, so that the darkest material at the
 /// highest speed keeps clear of the dark level. The defective ones are dead, hot, stuck.
@@ -51,9 +50,9 @@ constexpr std::array<double, 4> kFallOffOfBand = {1.00, 0.85, 1.10, 0.95};
 
 constexpr std::size_t kBadPixelCount = 8;
 
-constexpr std::uint64_t kDefectPurpose = 0x5e9bad;
-constexpr std::uint64_t kExposurePurpose = 0x5e97e;
-constexpr std::uint64_t kNoisePurpose = 0x5e94015e;
+constexpr std::uint64_t kSequoiaDefectPurpose = 0x5e9bad;
+constexpr std::uint64_t kSequoiaExposurePurpose = 0x5e97e;
+constexpr std::uint64_t kSequoiaNoisePurpose = 0x5e94015e;
 
 SequoiaCalibration calibrationOf(std::size_t band, const SequoiaCamera::Options& options) {
     SequoiaCalibration calibration;
@@ -66,7 +65,7 @@ SequoiaCalibration calibrationOf(std::size_t band, const SequoiaCamera::Options&
     calibration.badPixels = drawPixels(kBadPixelCount,
                                        options.width,
                                        options.height,
-                                       Random({options.seed, kDefectPurpose, band}));
+                                       Random({options.seed, kSequoiaDefectPurpose, band}));
     return calibration;
 }
 
@@ -146,7 +145,7 @@ SequoiaExposure SequoiaCamera::expose(const Shot& shot) const {
     constexpr std::array<int, 4> kSpeeds = {100, 398, 206, 796};
     constexpr std::int64_t kOnBeforeFlight = 150000000; // us
     const SequoiaCalibration& calibration = m_calibrations[shot.band];
-    Random random({m_options.seed, kExposurePurpose, shot.capture, shot.band});
+    Random random({m_options.seed, kSequoiaExposurePurpose, shot.capture, shot.band});
     SequoiaExposure exposure;
     exposure.iso = kSpeeds[(shot.capture + shot.band + m_options.seed) % kSpeeds.size()];
     exposure.temperature = temperatureOf(shot);
@@ -223,7 +222,7 @@ Frame SequoiaCamera::take(const Shot& shot, bool withDeviation) const {
     readOut(kSensor,
             exposure.iso / 100.0,
             m_options.noise,
-            Random({m_options.seed, kNoisePurpose, shot.capture, shot.band}),
+            Random({m_options.seed, kSequoiaNoisePurpose, shot.capture, shot.band}),
             m_calibrations[shot.band].badPixels,
             withDeviation,
             fillRow,

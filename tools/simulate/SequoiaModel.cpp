@@ -1,5 +1,6 @@
 #include "simulate/SequoiaModel.h"
 
+#include "simulate/Angle.h"
 #include "simulate/Random.h"
 
 #include <array>
@@ -8,8 +9,6 @@
 
 namespace tessik::simulate {
 namespace {
-
-constexpr double kPi = 3.14159265358979323846;
 
 constexpr std::array<double, 4> kDarkOffset = {4100.0, 4020.0, 4200.0, 4060.0};
 constexpr std::array<double, 4> kTemperatureCoefficient = {0.0512, 0.0471, 0.0498, 0.0533};

@@ -4,14 +4,14 @@
 // 2nd edition, equation 16.4.
 #include "simulate/Sun.h"
 
+#include "simulate/Angle.h"
+
 #include <algorithm>
 #include <cmath>
 
 namespace tessik::simulate {
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
-constexpr double kDegree = kPi / 180.0;
 constexpr double kSecondsPerDay = 86400.0;
 constexpr double kUnixOfNoon2000 = 946728000.0; ///< 2000-01-01 12:00, where the formula counts from
 

@@ -1,5 +1,6 @@
 #include "simulate/Survey.h"
 
+#include "simulate/Angle.h"
 #include "simulate/Random.h"
 
 #include <algorithm>
@@ -8,8 +9,6 @@
 
 namespace tessik::simulate {
 namespace {
-
-constexpr double kPi = 3.14159265358979323846;
 
 constexpr double kSpeed = kAdvanceM / kAdvanceSeconds;
 constexpr double kLegM = 180.0;
@@ -20,9 +19,9 @@ constexpr double kTurnM = kPi * kRadiusM;
 constexpr double kRollSeconds = 2.0; ///< from level to banked
 
 /// Mid-morning at this longitude: in June the sun stands 40 to 50 degrees high.
-constexpr std::int64_t kStartMicroseconds = (16 * 60 + 30) * 60LL * 1000000;
+constexpr std::int64_t kFirstCapture = (16 * 60 + 30) * 60LL * 1000000;
 
-constexpr std::uint64_t kPurpose = 0x5042e4;
+constexpr std::uint64_t kSurveyPurpose = 0x5042e4;
 constexpr std::uint64_t kWindPurpose = 0x314d;
 
 /// Gusts as waves whose periods share no multiple within a flight. Their sum reaches 8 degrees.
@@ -73,7 +72,7 @@ double gust(std::uint64_t seed, std::uint64_t axis, double seconds) {
 } // namespace
 
 Station surveyStation(std::uint64_t seed, std::size_t capture, double intervalSeconds) {
-    Random random({seed, kPurpose, capture});
+    Random random({seed, kSurveyPurpose, capture});
     const std::int64_t sinceStart = captureMicroseconds(capture, intervalSeconds, random);
     const double seconds = static_cast<double>(sinceStart) * 1e-6;
     const Progress progress = progressAt(seconds);
@@ -83,7 +82,7 @@ Station surveyStation(std::uint64_t seed, std::size_t capture, double intervalSe
     const double heading = (isNorthbound ? angle : kPi - angle) * 180.0 / kPi;
 
     Station station;
-    station.microseconds = kStartMicroseconds + sinceStart;
+    station.microseconds = kFirstCapture + sinceStart;
     station.northM = isNorthbound ? along : kLegM - along;
     station.eastM = kRadiusM * (2.0 * progress.leg + 1.0 - std::cos(angle));
     station.attitude = {std::remainder(heading + kYawShare * gust(seed, 0, seconds), 360.0),

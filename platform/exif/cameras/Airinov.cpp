@@ -3,16 +3,16 @@
 namespace tessik::exif {
 namespace {
 
-bool matches(const Tags& tags) {
+bool matchesAirinov(const Tags& tags) {
     return tags.xmpText("Camera", "RigName").rfind("Airinov multiSPEC4C", 0) == 0;
 }
 
-void read(const Tags& /*tags*/, ImageMetadata& metadata) {
+void readAirinov(const Tags& /*tags*/, ImageMetadata& metadata) {
     metadata.exif.isAirinovMultispec4C = true;
 }
 
 } // namespace
 
-const Dialect kAirinov = {&matches, &read, Clock::Local};
+const Dialect kAirinov = {&matchesAirinov, &readAirinov, Clock::Local};
 
 } // namespace tessik::exif

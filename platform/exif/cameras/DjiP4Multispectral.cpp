@@ -13,7 +13,7 @@
 namespace tessik::exif {
 namespace {
 
-bool matches(const Tags& tags) {
+bool matchesDjiP4Multispectral(const Tags& tags) {
     return tags.exifText("Exif.Image.Make") == "DJI" &&
            tags.exifText("Exif.Image.Model") == "FC6360";
 }
@@ -90,7 +90,7 @@ void readVignetting(const Tags& tags, ImageMetadata& metadata) {
     exif.vignetting.coefficients = *brightness;
 }
 
-void read(const Tags& tags, ImageMetadata& metadata) {
+void readDjiP4Multispectral(const Tags& tags, ImageMetadata& metadata) {
     ExifInfo& exif = metadata.exif;
     if (exif.bandCount != 1 || exif.pixelType != DataType::UInt16) {
         return; // the colour camera beside the five
@@ -106,6 +106,7 @@ void read(const Tags& tags, ImageMetadata& metadata) {
 
 } // namespace
 
-const Dialect kDjiP4Multispectral = {&matches, &read, Clock::Local};
+const Dialect kDjiP4Multispectral = {
+    &matchesDjiP4Multispectral, &readDjiP4Multispectral, Clock::Local};
 
 } // namespace tessik::exif

@@ -5,7 +5,7 @@
 namespace tessik::exif {
 namespace {
 
-bool matches(const Tags& tags) {
+bool matchesMicaSense(const Tags& tags) {
     return tags.exifText("Exif.Image.Make") == "MicaSense";
 }
 
@@ -48,7 +48,7 @@ void readLevelledIrradiance(const Tags& tags, ExifInfo& exif) {
     exif.sunSensorYawPitchRoll.reset();
 }
 
-void read(const Tags& tags, ImageMetadata& metadata) {
+void readMicaSense(const Tags& tags, ImageMetadata& metadata) {
     ExifInfo& exif = metadata.exif;
     readRadiometricCalibration(tags, exif);
     if (exif.vignetting.type != VignettingType::Polynomial2D) {
@@ -64,6 +64,6 @@ void read(const Tags& tags, ImageMetadata& metadata) {
 
 } // namespace
 
-const Dialect kMicaSense = {&matches, &read, Clock::Utc};
+const Dialect kMicaSense = {&matchesMicaSense, &readMicaSense, Clock::Utc};
 
 } // namespace tessik::exif

@@ -6,7 +6,7 @@
 namespace tessik::exif {
 namespace {
 
-bool matches(const Tags& tags) {
+bool matchesSequoia(const Tags& tags) {
     return tags.exifText("Exif.Image.Make") == "Parrot" &&
            tags.exifText("Exif.Image.Model") == "Sequoia";
 }
@@ -65,7 +65,7 @@ void readTarget(const Tags& tags, ExifInfo& exif) {
     }
 }
 
-void read(const Tags& tags, ImageMetadata& metadata) {
+void readSequoia(const Tags& tags, ImageMetadata& metadata) {
     ExifInfo& exif = metadata.exif;
     readTarget(tags, exif);
     if (exif.bandCount != 1) {
@@ -81,6 +81,6 @@ void read(const Tags& tags, ImageMetadata& metadata) {
 
 } // namespace
 
-const Dialect kSequoia = {&matches, &read, Clock::Utc};
+const Dialect kSequoia = {&matchesSequoia, &readSequoia, Clock::Utc};
 
 } // namespace tessik::exif

@@ -38,13 +38,13 @@ private:
 };
 
 /// A flight of one camera: an image a level, the pixels level * (1 +- unevenness).
-struct Project {
+struct PanelProject {
     struct Shot {
         float level;
         float unevenness;
     };
 
-    explicit Project(const std::vector<Shot>& shots, std::vector<double> reflectance = {0.5}) {
+    explicit PanelProject(const std::vector<Shot>& shots, std::vector<double> reflectance = {0.5}) {
         ExifInfo exif = test::plainExif(10, 10);
         exif.bands = {{475.0, 20.0}};
         cameras[1] = {"cam", {}, {}, exif.bands, exif::cameraParams(exif)};
@@ -87,11 +87,11 @@ struct Project {
 };
 
 TEST(TargetCalibration, opensTheCandidatesAlone) {
-    std::vector<Project::Shot> shots(3000, {0.0F, 0.0F});
+    std::vector<PanelProject::Shot> shots(3000, {0.0F, 0.0F});
     shots.front() = {1000.0F, 0.0F};
     shots[1500] = {1020.0F, 0.0F};
     shots.back() = {1.0F, 0.0F};
-    Project project(shots);
+    PanelProject project(shots);
     project.images[1500].exif.recordedTarget.isTarget = true;
     const QString marked = project.images[1500].path;
     const test::LogCapture log;
@@ -112,7 +112,7 @@ TEST(TargetCalibration, opensTheCandidatesAlone) {
 TEST(TargetCalibration, choosesByItsRule) {
     struct Case {
         const char* name;
-        std::vector<Project::Shot> shots;
+        std::vector<PanelProject::Shot> shots;
         double sensitivity; // 0 = none
         const char* remark; // of the last target
         int warnings;
@@ -132,7 +132,7 @@ TEST(TargetCalibration, choosesByItsRule) {
         {"nothing left", {{1000, 0.2F}, {1000, 0.3F}}, 0.0, "uneven", 0},
     };
     for (const Case& c : cases) {
-        const Project project(c.shots);
+        const PanelProject project(c.shots);
         const test::LogCapture log(logging::kWarning);
         const TargetCalibration result = calibrateFromTargets(project.request());
         const std::vector<double>& sensitivity = result.cameras.at(1).sensitivity;
@@ -147,14 +147,14 @@ TEST(TargetCalibration, choosesByItsRule) {
 }
 
 TEST(TargetCalibration, warnsOfASpreadThatOnlyABrightTargetCanHave) {
-    const Project project({{1000, 0.04F}}, {0.9});
+    const PanelProject project({{1000, 0.04F}}, {0.9});
     const TargetCalibration result = calibrateFromTargets(project.request());
     EXPECT_TRUE(result.targets.at(0).isUsed);
     EXPECT_THAT(result.warnings.at(0), HasSubstr("in reflectance > 0.03 in band 0"));
 }
 
 TEST(TargetCalibration, asksTheCallerThenTheTargetThenTheStore) {
-    const auto sensitivityOf = [](const Project& project, double known) {
+    const auto sensitivityOf = [](const PanelProject& project, double known) {
         saveCalibrationTargetReflectanceInDb({TargetType::Unknown, "RP", {475.0, 20.0}}, 0.25F);
         TargetCalibrationRequest request = project.request();
         request.knownReflectance = [known](const InputImage&, const target::DetectedTarget&) {
@@ -163,21 +163,21 @@ TEST(TargetCalibration, asksTheCallerThenTheTargetThenTheStore) {
         return calibrateFromTargets(request).cameras.at(1).sensitivity.at(0);
     };
     const double nothing = std::nan("");
-    EXPECT_DOUBLE_EQ(sensitivityOf(Project({{1000, 0.0F}}, {0.5}), 0.8), 1250.0);
-    EXPECT_DOUBLE_EQ(sensitivityOf(Project({{1000, 0.0F}}, {0.5}), nothing), 2000.0);
-    EXPECT_DOUBLE_EQ(sensitivityOf(Project({{1000, 0.0F}}, {nothing}), nothing), 4000.0);
-    EXPECT_DOUBLE_EQ(sensitivityOf(Project({{1000, 0.0F}}, {}), nothing), 4000.0);
+    EXPECT_DOUBLE_EQ(sensitivityOf(PanelProject({{1000, 0.0F}}, {0.5}), 0.8), 1250.0);
+    EXPECT_DOUBLE_EQ(sensitivityOf(PanelProject({{1000, 0.0F}}, {0.5}), nothing), 2000.0);
+    EXPECT_DOUBLE_EQ(sensitivityOf(PanelProject({{1000, 0.0F}}, {nothing}), nothing), 4000.0);
+    EXPECT_DOUBLE_EQ(sensitivityOf(PanelProject({{1000, 0.0F}}, {}), nothing), 4000.0);
 
-    const Project unknown({{1000, 0.0F}}, {});
+    const PanelProject unknown({{1000, 0.0F}}, {});
     const TargetCalibration result = calibrateFromTargets(unknown.request());
     EXPECT_EQ(result.targets.at(0).remark, "Some reflectance factors are undefined.");
-    const Project wrong({{1000, 0.0F}}, {0.5, 0.5});
+    const PanelProject wrong({{1000, 0.0F}}, {0.5, 0.5});
     EXPECT_EQ(calibrateFromTargets(wrong.request()).targets.at(0).remark,
               "Reflectance of the target: 2 values for 1 bands");
 }
 
 TEST(TargetCalibration, anImageThatFailsIsToldAndTheOthersCount) {
-    const Project project({{0.0F, 0.0F}, {1000, 0.0F}, {1000, 0.0F}});
+    const PanelProject project({{0.0F, 0.0F}, {1000, 0.0F}, {1000, 0.0F}});
     TargetCalibrationRequest request = project.request();
     request.prepare = [](InputImage& image) {
         if (image.path.endsWith("2.tif")) {

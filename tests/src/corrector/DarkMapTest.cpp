@@ -21,17 +21,17 @@ private:
     BandMatrix m_map;
 };
 
-struct Case {
+struct RowsCase {
     const char* name;
     std::vector<Eigen::Index> odd; ///< indices of the values that differ
     Eigen::Index rowPeriod;
 };
 
-void PrintTo(const Case& test, std::ostream* stream) {
+void PrintTo(const RowsCase& test, std::ostream* stream) {
     *stream << test.name;
 }
 
-BandMatrix mapOf(const Case& test) {
+BandMatrix mapOf(const RowsCase& test) {
     BandMatrix map = BandMatrix::Constant(4, 5, 100.0F);
     for (const Eigen::Index index : test.odd) {
         map.data()[index] = 140.0F;
@@ -39,7 +39,7 @@ BandMatrix mapOf(const Case& test) {
     return map;
 }
 
-class DarkMap : public testing::TestWithParam<Case> {};
+class DarkMap : public testing::TestWithParam<RowsCase> {};
 
 /// Values just above the dark level stay and lose it, those at it do not, wherever in the map they
 /// are and whether or not the map is one number.
@@ -85,12 +85,12 @@ TEST_P(DarkMap, aResultBelowZeroIsWarnedOfWhereverItIs) {
 
 INSTANTIATE_TEST_SUITE_P(Maps,
                          DarkMap,
-                         testing::Values(Case{"constant", {}, 1},
-                                         Case{"firstDiffers", {0}, 4},
-                                         Case{"middleDiffers", {8}, 3},
-                                         Case{"lastDiffers", {19}, 4},
-                                         Case{"columnDiffers", {2, 7, 12, 17}, 1},
-                                         Case{"everySecondRowDiffers", {5, 8, 15, 18}, 2}),
+                         testing::Values(RowsCase{"constant", {}, 1},
+                                         RowsCase{"firstDiffers", {0}, 4},
+                                         RowsCase{"middleDiffers", {8}, 3},
+                                         RowsCase{"lastDiffers", {19}, 4},
+                                         RowsCase{"columnDiffers", {2, 7, 12, 17}, 1},
+                                         RowsCase{"everySecondRowDiffers", {5, 8, 15, 18}, 2}),
                          [](const auto& test) { return test.param.name; });
 
 } // namespace

@@ -31,7 +31,7 @@ void writeModels(const std::string& path, const QString& serialNumber) {
 }
 
 /// A project with one image of each camera.
-struct Project {
+struct SequoiaProject {
     CamerasData cameras;
     std::vector<InputImage> images;
 
@@ -73,7 +73,7 @@ protected:
     }
 
     TemporaryFolder folder;
-    Project project;
+    SequoiaProject project;
 };
 
 TEST_F(SequoiaFactoryCalibration, everyCameraGetsTheModelOfItsBand) {
@@ -130,7 +130,7 @@ TEST_F(SequoiaFactoryCalibration, aFileOfAnotherBodyIsNotUsedAndWarnedOfOnce) {
 
 TEST_F(SequoiaFactoryCalibration, serialNumbersAreComparedAsText) {
     writeModels(modelPath(), "0042");
-    project = Project();
+    project = SequoiaProject();
     project.add(1, "NIR", "42");
     const LogCapture log;
     EXPECT_TRUE(loadFactoryCalibration(

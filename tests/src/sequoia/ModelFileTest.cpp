@@ -22,7 +22,7 @@ using test::messageOf;
 using test::TemporaryFolder;
 
 constexpr std::array<const char*, 4> kNames = {"Green", "Red", "Red edge", "NIR"};
-const QString kSerial = QStringLiteral("PI040378AA6C000181");
+const QString kModelSerial = QStringLiteral("PI040378AA6C000181");
 
 /// Four bands that differ in every value; dark patterns of 9 x 14.
 BandModels someModels(Eigen::Index rows = 4, Eigen::Index cols = 3) {
@@ -60,8 +60,8 @@ TEST(SequoiaModelFile, holdsItsValuesWhereTheFormatSaysAndReproducibleFillerElse
     for (auto& [name, model] : models) {
         model.darkCurrent.dark = grid(100, 100, 0.5, 0.25);
     }
-    writeModel(text(path), kSerial, models);
-    EXPECT_EQ(exif::readProcessingSoftware(path), kSerial.toStdString());
+    writeModel(text(path), kModelSerial, models);
+    EXPECT_EQ(exif::readProcessingSoftware(path), kModelSerial.toStdString());
     const BandImage rasters = image::Raster::open(path).read();
     ASSERT_EQ(rasters.size(), 8U);
     for (std::size_t k = 0; k < 4; ++k) {
@@ -90,9 +90,9 @@ TEST(SequoiaModelFile, whatWasWrittenIsReadBackUpToFloatRounding) {
     const TemporaryFolder folder;
     const std::string path = folder.file("modèle");
     const BandModels written = someModels(8, 7); // the largest that fit
-    writeModel(text(path), kSerial, written);
+    writeModel(text(path), kModelSerial, written);
     const auto [serial, models] = readModel(text(path));
-    EXPECT_EQ(serial, kSerial);
+    EXPECT_EQ(serial, kModelSerial);
     ASSERT_EQ(models.size(), 4U);
     constexpr double kHalfUlp = 6e-8; // relative, of a float
     for (const auto& [name, model] : models) {
@@ -122,7 +122,7 @@ TEST(SequoiaModelFile, sizesSurviveThatFallShortWhenTheirHundredthIsMultipliedAg
         for (auto& [name, model] : models) {
             model.darkCurrent.dark = grid(size + 1, std::max<Eigen::Index>(2 * size, 6), 0.0, 1.0);
         }
-        writeModel(text(path), kSerial, models);
+        writeModel(text(path), kModelSerial, models);
         const auto [serial, read] = readModel(text(path));
         EXPECT_EQ(read.at("Red").cmos.deltaTau.rows(), size);
         EXPECT_EQ(read.at("Red").cmos.vignetting.cols(), size);
@@ -131,14 +131,14 @@ TEST(SequoiaModelFile, sizesSurviveThatFallShortWhenTheirHundredthIsMultipliedAg
 
 TEST(SequoiaModelFile, twoWritesAreTheSameBytesAndCarryNoDate) {
     const TemporaryFolder folder;
-    writeModel(text(folder.file("a.tif")), kSerial, someModels());
-    writeModel(text(folder.file("b.tif")), kSerial, someModels());
+    writeModel(text(folder.file("a.tif")), kModelSerial, someModels());
+    writeModel(text(folder.file("b.tif")), kModelSerial, someModels());
     EXPECT_EQ(bytesOf(folder.file("a.tif")), bytesOf(folder.file("b.tif")));
     const exif::TagFile file = exif::readTags(folder.file("a.tif"));
     for (const char* key : {"Exif.Image.DateTime", "Exif.Photo.DateTimeOriginal"}) {
         EXPECT_EQ(file.tags.exif(key), nullptr) << key;
     }
-    writeModel(text(folder.file("b.tif")), kSerial, someModels(4, 4));
+    writeModel(text(folder.file("b.tif")), kModelSerial, someModels(4, 4));
     EXPECT_NE(bytesOf(folder.file("a.tif")), bytesOf(folder.file("b.tif")));
 }
 
@@ -187,7 +187,7 @@ TEST(SequoiaModelFile, modelsThatDoNotFitAreRefusedAndNothingIsWritten) {
         if (const auto at = message.find("PATH"); at != std::string::npos) {
             message.replace(at, 4, path);
         }
-        EXPECT_EQ(messageOf<error>([&] { writeModel(text(path), kSerial, models); }), message)
+        EXPECT_EQ(messageOf<error>([&] { writeModel(text(path), kModelSerial, models); }), message)
             << c.what;
     }
     EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
@@ -198,7 +198,7 @@ TEST(SequoiaModelFile, aFileThatCannotBeWrittenIsRefusedWithTheReasonAndLeavesNo
     std::filesystem::create_directory(folder.file("folder.tif"));
     for (const std::string& path : {folder.file("absent/model.tif"), folder.file("folder.tif")}) {
         const std::string message =
-            messageOf<error>([&] { writeModel(text(path), kSerial, someModels()); });
+            messageOf<error>([&] { writeModel(text(path), kModelSerial, someModels()); });
         EXPECT_THAT(message, testing::StartsWith("Unable to open output image " + path + ": "));
         EXPECT_GT(message.size(), path.size() + 32);
     }
@@ -251,7 +251,7 @@ TEST(SequoiaModelFile, damagedFilesAreRefusedByTheirText) {
          " for band Green"}};
     const TemporaryFolder folder;
     const std::string sound = folder.file("sound.tif");
-    writeModel(text(sound), kSerial, someModels());
+    writeModel(text(sound), kModelSerial, someModels());
     for (const Case& c : cases) {
         BandImage rasters = image::Raster::open(sound).read();
         c.damage(rasters);
@@ -268,7 +268,7 @@ TEST(SequoiaModelFile, brokenBytesAreRefusedOrUnderstoodButNeverMore) {
     const std::string sound = folder.file("sound.tif");
     const std::string path = folder.file("broken.tif");
     EXPECT_EQ(messageOfReading(path), "Unable to read " + path); // there is none
-    writeModel(text(sound), kSerial, someModels());
+    writeModel(text(sound), kModelSerial, someModels());
     const std::string bytes = bytesOf(sound);
     writeBytes(path, "this is no image");
     EXPECT_EQ(messageOfReading(path), "Unable to read " + path);
