@@ -43,7 +43,7 @@ lint:
 	scripts/install-deps build check lint bench
 	scripts/lint
 
-# All checks and the path analysis: three times as long.
+# The analysis of paths, which takes longer than all the rest.
 lint-deep:
 	scripts/install-deps build check lint bench
 	scripts/lint --deep

@@ -8,9 +8,17 @@ target_compile_options(radiometry_flags INTERFACE
   # No path of the building machine in what is installed.
   -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
 set(CMAKE_CXX_FLAGS_RELEASE "-O3 -DNDEBUG")
+if(CMAKE_UNITY_BUILD AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # Of sources joined none is the main file; a class may all the same have members of a type that is
+  # local to its source.
+  target_compile_options(radiometry_flags INTERFACE -Wno-subobject-linkage)
+endif()
 if(RADIOMETRY_SANITIZE)
   add_compile_options(-fsanitize=${RADIOMETRY_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${RADIOMETRY_SANITIZE})
+  # With a sanitizer Eigen allocates in another way, but functions of it also come with Ceres, whose
+  # package was compiled without: what one allocates the other could not free.
+  add_compile_definitions(EIGEN_MALLOC_ALREADY_ALIGNED=1)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # With the address sanitizer g++ takes members that its own <regex> sets for uninitialised.
     add_compile_options(-Wno-maybe-uninitialized)
