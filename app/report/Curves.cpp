@@ -151,7 +151,9 @@ std::optional<double> Flight::area() const {
     }
     bg::model::polygon<Point> hull;
     bg::convex_hull(points, hull);
-    return std::abs(bg::area(hull));
+    constexpr double kLeast = 1.0; // m2; what images on one line have is rounding
+    const double area = std::abs(bg::area(hull));
+    return area < kLeast ? std::nullopt : std::optional<double>(area);
 }
 
 Curve Flight::curveOf(std::size_t camera,

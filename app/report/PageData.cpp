@@ -54,15 +54,31 @@ std::string nameOf(const json& band, std::size_t index) {
                                      : "Band " + std::to_string(index + 1);
 }
 
+/// A colour camera's metadata name no bands, but its images have them.
+std::size_t bandCountOf(const RunFiles& run, std::size_t camera) {
+    const json& stated = run.cameras()[camera];
+    const double pixels = numberIn(stated, "width") * numberIn(stated, "height");
+    std::size_t count = stated.value("bands", json::array()).size();
+    for (const ImageRecord& image : run.images) {
+        constexpr double kMost = 1000.0;
+        const double bands = image.camera == camera ? std::round(image.pixels / pixels) : kAbsent;
+        if (bands >= 1.0 && bands <= kMost) {
+            count = std::max(count, static_cast<std::size_t>(bands));
+        }
+    }
+    return count;
+}
+
 /// What to call each band of each camera; two of one name are told apart by their cameras'.
 std::vector<std::vector<std::string>> bandLabels(const RunFiles& run) {
     std::vector<std::vector<std::string>> labels;
     std::map<std::string, int> uses;
-    for (const json& camera : run.cameras()) {
+    for (std::size_t c = 0; c < run.cameras().size(); ++c) {
         std::vector<std::string> names;
-        const json bands = camera.value("bands", json::array());
-        for (std::size_t b = 0; b < bands.size(); ++b) {
-            names.push_back(nameOf(bands[b], b));
+        const json bands = run.cameras()[c].value("bands", json::array());
+        const std::size_t count = bandCountOf(run, c);
+        for (std::size_t b = 0; b < count; ++b) {
+            names.push_back(nameOf(b < bands.size() ? bands[b] : json::object(), b));
             ++uses[names.back()];
         }
         labels.push_back(std::move(names));
@@ -134,7 +150,7 @@ json lightOf(const RunFiles& run,
             }
         }
         const json& camera = run.cameras()[c];
-        const bool isPerBand = readings == labels[c].size();
+        const bool isPerBand = readings > 0 && readings == labels[c].size();
         for (std::size_t b = 0; b < std::max<std::size_t>(readings, 1); ++b) {
             const Curve raw = flight.curveOf(
                 c, [b](const ImageRecord& image) { return at(image.irradiance, b); });
@@ -188,7 +204,11 @@ json pageData(const RunFiles& run) {
     page["most_points"] = kMostPoints;
     page["cameras"] = json::array();
     for (std::size_t c = 0; c < labels.size(); ++c) {
-        page["cameras"].push_back(cameraSummary(run, c));
+        json camera = cameraSummary(run, c);
+        for (std::size_t b = camera["bands"].size(); b < labels[c].size(); ++b) {
+            camera["bands"].push_back({{"name", labels[c][b]}});
+        }
+        page["cameras"].push_back(std::move(camera));
     }
     page["sunlight"] = run.plan["sunlight"];
     page["light"] = lightOf(run, flight, labels);

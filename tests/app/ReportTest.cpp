@@ -197,6 +197,28 @@ TEST(Report, picturesOfOneBandShareOneScale) {
     EXPECT_EQ(look["tiles"][0]["after"], look["tiles"][1]["after"]);
 }
 
+TEST(Report, aColourCameraThatNamesNoBandsShowsThemAll) {
+    const TemporaryFolder folder;
+    Json planned = plan(1);
+    planned["cameras"][0]["bands"] = Json::array();
+    planned["images"][0]["path"] = folder.file("raw.tif");
+    Json line = record(0, 1.0);
+    line["file"] = folder.file("raw.tif");
+    line["sun_irradiance"] = nullptr;
+    line["pixels"] = 36; // three bands of twelve
+    const BandImage bands(3, test::ramp(3, 4));
+    image::writeFloatRaster(folder.file("raw.tif"), bands);
+    image::writeFloatRaster(folder.file("0.tif"), bands);
+    write(folder.path() / "plan.json", planned.dump());
+    write(folder.path() / "corrections.jsonl", line.dump());
+    const Json data = dataIn(pageOf(folder));
+    ASSERT_EQ(data["quick_looks"].size(), 3U);
+    EXPECT_EQ(data["quick_looks"][2]["label"], "Band 3");
+    EXPECT_EQ(data["cameras"][0]["bands"][2]["name"], "Band 3");
+    EXPECT_EQ(data["light"].size(), 1U);
+    EXPECT_EQ(data["light"][0]["label"], "Camera");
+}
+
 TEST(Report, refusesWhatIsNoPlanAndNamesIt) {
     Json newer = plan(1);
     newer["schema_version"] = 2;
