@@ -228,6 +228,11 @@ int correct(const CorrectOptions& options) {
     const auto start = std::chrono::steady_clock::now();
     const Plan plan = planFor(options);
     malloc_trim(0); // a large plan leaves much behind when it is read
+    if (plan.images.empty()) {
+        Summary none;
+        sayPlanFailures(plan, options.part, none);
+        return NothingDone;
+    }
     Run run{options,
             plan,
             ImageCorrector(plan.project, static_cast<std::size_t>(options.plan.jobs) + 1),
@@ -235,9 +240,6 @@ int correct(const CorrectOptions& options) {
             {},
             {}};
     sayPlanFailures(plan, options.part, run.summary);
-    if (plan.images.empty()) {
-        return NothingDone;
-    }
     correctAll(orderOfWork(plan, options.part), run);
     printSummary(run.summary, std::chrono::steady_clock::now() - start);
     if (!options.report.empty()) {
