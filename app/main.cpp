@@ -395,6 +395,9 @@ int main(int argc, char** argv) {
     constexpr int kKept = 1 << 30;
     mallopt(M_MMAP_THRESHOLD, kWholeBand); // NOLINT(concurrency-mt-unsafe): no thread runs yet
     mallopt(M_TRIM_THRESHOLD, kKept);      // NOLINT(concurrency-mt-unsafe)
+    // Images are read and written once, block by block: GDAL's cache, a twentieth of the memory
+    // otherwise, would only fill. Where the user says how large, that holds.
+    setenv("GDAL_CACHEMAX", "32", 0); // NOLINT(concurrency-mt-unsafe): MB; no thread runs yet
     // A file that may not grow is a failed write with a reason, not the end of the program.
     std::signal(SIGXFSZ, SIG_IGN); // NOLINT(concurrency-mt-unsafe)
     // Whose settings the store of reflectances lives in.

@@ -143,27 +143,65 @@ DatasetPointer createDataset(const std::string& path,
     return dataset;
 }
 
-void writePixels(const DatasetPointer& dataset, const BandImage& bands) {
-    for (std::size_t b = 0; b < bands.size(); ++b) {
-        const auto cols = static_cast<int>(bands[b].cols());
-        const auto rows = static_cast<int>(bands[b].rows());
-        // GDAL's write interface takes a mutable buffer that it only reads.
-        auto* pixels = const_cast<float*>(bands[b].data());
-        if (GDALRasterIO(GDALGetRasterBand(dataset.get(), static_cast<int>(b) + 1),
-                         GF_Write,
-                         0,
-                         0,
-                         cols,
-                         rows,
-                         pixels,
-                         cols,
-                         rows,
-                         GDT_Float32,
-                         0,
-                         0) != CE_None) {
-            return; // the error scope knows
+/// What is transferred at a time. Where a block holds all bands, all are taken from it while it
+/// lies in the block cache, which then needs to hold no whole image.
+struct Step {
+    int cols;
+    int rows;
+};
+
+Step stepOf(GDALDatasetH dataset, int cols, int rows) {
+    if (GDALGetRasterCount(dataset) == 1) {
+        return {cols, rows};
+    }
+    constexpr int kLeastRows = 64;
+    Step block{};
+    GDALGetBlockSize(GDALGetRasterBand(dataset, 1), &block.cols, &block.rows);
+    return {block.cols, block.rows * std::max(1, kLeastRows / block.rows)};
+}
+
+/// All bands, from or to the window of a dataset that starts at (column, row).
+/// @param pixelsOf the first pixel of a band
+/// @return false where GDAL refused; the error scope knows why
+template <typename PixelsOf>
+bool transfer(GDALDatasetH dataset,
+              GDALRWFlag direction,
+              int column,
+              int row,
+              const BandImage& bands,
+              const PixelsOf& pixelsOf) {
+    const auto cols = static_cast<int>(bands.front().cols());
+    const auto rows = static_cast<int>(bands.front().rows());
+    const Step step = stepOf(dataset, cols, rows);
+    // Each part ends where one of the file does, so that no block is taken twice.
+    const auto nextOf = [](int done, int count, int start, int size) {
+        return done + std::min(count - done, size - (start + done) % size);
+    };
+    int nextRow = 0;
+    for (int r = 0; r < rows; r = nextRow) {
+        nextRow = nextOf(r, rows, row, step.rows);
+        int nextCol = 0;
+        for (int c = 0; c < cols; c = nextCol) {
+            nextCol = nextOf(c, cols, column, step.cols);
+            for (std::size_t b = 0; b < bands.size(); ++b) {
+                if (GDALRasterIO(GDALGetRasterBand(dataset, static_cast<int>(b) + 1),
+                                 direction,
+                                 column + c,
+                                 row + r,
+                                 nextCol - c,
+                                 nextRow - r,
+                                 pixelsOf(b) + static_cast<std::ptrdiff_t>(r) * cols + c,
+                                 nextCol - c,
+                                 nextRow - r,
+                                 GDT_Float32,
+                                 0,
+                                 static_cast<int>(sizeof(float)) * cols) != CE_None) {
+                    return false;
+                }
+            }
         }
     }
+    return true;
 }
 
 /// @param errors of this file since it was created or opened
@@ -172,7 +210,10 @@ void writeAndClose(DatasetPointer dataset,
                    const std::string& path,
                    const ErrorScope& errors) {
     if (dataset && !errors.failed()) {
-        writePixels(dataset, bands);
+        transfer(dataset.get(), GF_Write, 0, 0, bands, [&](std::size_t b) {
+            // GDAL's write interface takes a mutable buffer that it only reads.
+            return const_cast<float*>(bands[b].data());
+        });
     }
     dataset.reset(); // a full disk may show only when the last blocks are flushed
     if (errors.failed()) {
@@ -393,24 +434,17 @@ void Raster::readBlockInto(std::uint64_t column,
     const auto width = static_cast<int>(blockWidth);
     const auto height = static_cast<int>(blockHeight);
     bands.resize(m_data->bands);
-    for (std::size_t b = 0; b < bands.size(); ++b) {
-        bands[b].resize(height, width);
-        const CPLErr result =
-            GDALRasterIO(GDALGetRasterBand(m_data->dataset.get(), static_cast<int>(b) + 1),
-                         GF_Read,
-                         static_cast<int>(column),
-                         static_cast<int>(row),
-                         width,
-                         height,
-                         bands[b].data(),
-                         width,
-                         height,
-                         GDT_Float32,
-                         0,
-                         0);
-        if (result != CE_None || errors.failed()) {
-            throw Error(errors.reason(m_data->path, "the pixels cannot be read"));
-        }
+    for (BandMatrix& band : bands) {
+        band.resize(height, width);
+    }
+    const bool isRead = transfer(m_data->dataset.get(),
+                                 GF_Read,
+                                 static_cast<int>(column),
+                                 static_cast<int>(row),
+                                 bands,
+                                 [&](std::size_t b) { return bands[b].data(); });
+    if (!isRead || errors.failed()) {
+        throw Error(errors.reason(m_data->path, "the pixels cannot be read"));
     }
 }
 

@@ -67,6 +67,26 @@ TEST(Raster, floatBandsComeBackWholeAndByTheBlock) {
     EXPECT_EQ(test::messageOf<Error>([&] { (void)raster.readBlock(0, 0, 0, 2); }), "empty block");
 }
 
+TEST(Raster, anyLayoutComesBackWholeAndByTheBlock) {
+    const TemporaryFolder folder;
+    const BandImage bands = {test::ramp(150, 90), test::ramp(150, 90, 0.5F)};
+    const std::vector<std::vector<std::string>> layouts = {
+        {"BLOCKYSIZE=70"}, // more rows than are transferred at a time
+        {"TILED=YES", "BLOCKXSIZE=32", "BLOCKYSIZE=48", "COMPRESS=DEFLATE"},
+        {"INTERLEAVE=BAND", "TILED=YES", "BLOCKXSIZE=16", "BLOCKYSIZE=16"}};
+    for (const auto& layout : layouts) {
+        SCOPED_TRACE(layout.front());
+        WriteOptions options;
+        options.creationOptions = layout;
+        writeFloatRaster(folder.file("a.tif"), bands, options);
+        const Raster raster = Raster::open(folder.file("a.tif"));
+        EXPECT_EQ(raster.read(), bands);
+        const BandImage block = raster.readBlock(17, 33, 61, 100);
+        EXPECT_EQ(block[0], bands[0].block(33, 17, 100, 61));
+        EXPECT_EQ(block[1], bands[1].block(33, 17, 100, 61));
+    }
+}
+
 struct DamageCase {
     const char* name;
     std::string bytes;
