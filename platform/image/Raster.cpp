@@ -184,18 +184,19 @@ bool transfer(GDALDatasetH dataset,
         for (int c = 0; c < cols; c = nextCol) {
             nextCol = nextOf(c, cols, column, step.cols);
             for (std::size_t b = 0; b < bands.size(); ++b) {
-                if (GDALRasterIO(GDALGetRasterBand(dataset, static_cast<int>(b) + 1),
-                                 direction,
-                                 column + c,
-                                 row + r,
-                                 nextCol - c,
-                                 nextRow - r,
-                                 pixelsOf(b) + static_cast<std::ptrdiff_t>(r) * cols + c,
-                                 nextCol - c,
-                                 nextRow - r,
-                                 GDT_Float32,
-                                 0,
-                                 static_cast<int>(sizeof(float)) * cols) != CE_None) {
+                if (GDALRasterIOEx(GDALGetRasterBand(dataset, static_cast<int>(b) + 1),
+                                   direction,
+                                   column + c,
+                                   row + r,
+                                   nextCol - c,
+                                   nextRow - r,
+                                   pixelsOf(b) + static_cast<std::ptrdiff_t>(r) * cols + c,
+                                   nextCol - c,
+                                   nextRow - r,
+                                   GDT_Float32,
+                                   0,
+                                   static_cast<GSpacing>(sizeof(float)) * cols,
+                                   nullptr) != CE_None) {
                     return false;
                 }
             }
