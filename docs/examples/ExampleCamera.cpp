@@ -5,11 +5,11 @@
 namespace tessik::exif {
 namespace {
 
-bool matches(const Tags& tags) {
+bool matchesExample(const Tags& tags) {
     return tags.exifText("Exif.Image.Make") == "Example";
 }
 
-void read(const Tags& tags, ImageMetadata& metadata) {
+void readExample(const Tags& tags, ImageMetadata& metadata) {
     ExifInfo& exif = metadata.exif;
     exif.storedRange = {0.0, 16380.0}; // 12 bits, shifted left by 2
     const auto gain = tags.xmpNumber("Example", "Gain");
@@ -24,6 +24,6 @@ void read(const Tags& tags, ImageMetadata& metadata) {
 
 } // namespace
 
-const Dialect kExample = {&matches, &read, Clock::Utc};
+const Dialect kExample = {&matchesExample, &readExample, Clock::Utc};
 
 } // namespace tessik::exif
