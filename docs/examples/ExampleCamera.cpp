@@ -24,6 +24,6 @@ void readExample(const Tags& tags, ImageMetadata& metadata) {
 
 } // namespace
 
-const Dialect kExample = {&matchesExample, &readExample, Clock::Utc};
+const Dialect kExample = {&matchesExample, &readExample, kUtcClock};
 
 } // namespace tessik::exif

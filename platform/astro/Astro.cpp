@@ -197,4 +197,22 @@ int obj_cir(const Observer* observer, Object* object) {
     return 0;
 }
 
+std::optional<double> sunElevation(double time, double latitude, double longitude) {
+    constexpr double kUnixEpoch = 25567.5; // 1970-01-01 00:00 in the day count
+    constexpr double kSecondsPerDay = 86400.0;
+    Observer observer;
+    observer.date = kUnixEpoch + time / kSecondsPerDay;
+    observer.latitude = latitude;
+    observer.longitude = longitude;
+    observer.temperature = 15.0;
+    observer.pressure = 1010.0;
+    const Object* objects = nullptr;
+    getBuiltInObjs(&objects);
+    Object sun = objects[kSun];
+    if (obj_cir(&observer, &sun) != 0) {
+        return std::nullopt;
+    }
+    return static_cast<double>(sun.altitude);
+}
+
 } // namespace tessik::astro

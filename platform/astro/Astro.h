@@ -2,6 +2,8 @@
 
 #include "platform/export.h"
 
+#include <optional>
+
 /// Where a celestial object stands for an observer.
 namespace tessik::astro {
 
@@ -44,5 +46,13 @@ TESSIK_PLATFORM_EXPORT void cal_mjd(int month, double day, int year, double* mjd
 /// @return 0, or another value on failure: object that cannot be computed, observer not finite,
 /// date that the calendar does not reach. The object is then untouched.
 TESSIK_PLATFORM_EXPORT int obj_cir(const Observer* observer, Object* object);
+
+/// Elevation of the sun above the horizon, refracted in air of 15 degrees Celsius and 1010 hPa,
+/// rad.
+/// @param time s since 1970-01-01 00:00 UTC
+/// @param latitude,longitude rad
+/// @return absent for a time that the calendar does not reach, or a place that is not finite
+TESSIK_PLATFORM_EXPORT std::optional<double>
+sunElevation(double time, double latitude, double longitude);
 
 } // namespace tessik::astro

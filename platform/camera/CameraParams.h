@@ -10,6 +10,15 @@
 
 namespace tessik {
 
+/// Where samples clip, for a camera whose limit is another one in each row: at
+/// atFirstRow + perRow * row and above, DN.
+struct ClipLine {
+    double atFirstRow = 0.0; ///< DN
+    double perRow = 0.0;     ///< DN
+
+    [[nodiscard]] double ofRow(double row) const { return atFirstRow + perRow * row; }
+};
+
 /// A camera's intrinsic parameters, as far as radiometry needs them.
 struct TESSIK_PLATFORM_EXPORT CameraParams {
     std::uint64_t width = 0;      ///< px
@@ -20,6 +29,8 @@ struct TESSIK_PLATFORM_EXPORT CameraParams {
     /// Smallest and largest sample value that the camera writes, where it does not use the full
     /// range of the stored type (12 bits in a 16-bit file); absent = the type's range.
     std::optional<std::pair<double, double>> storedRange;
+    /// Samples at or above it are saturated, besides those outside the range; absent = no line.
+    std::optional<ClipLine> clipLine;
 
     /// The description for an aperture. One description serves all f-numbers of the fixed lenses
     /// that are supported.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/camera/BandInfo.h"
+#include "platform/camera/CameraParams.h"
 #include "platform/camera/Gamma.h"
 #include "platform/camera/VignettingData.h"
 #include "platform/image/DataType.h"
@@ -32,6 +33,20 @@ struct RecordedTarget {
     std::vector<double> reflectance;
 };
 
+/// How the bands of a rig lie on each other, as a maker states it from its calibration. Matrices
+/// turn homogeneous pixel positions.
+struct StatedGeometry {
+    /// fx, fy, cx, cy (px, the last two from the image centre), k1, k2, p1, p2, k3; empty = not
+    /// stated.
+    std::vector<double> lens;
+    /// From the real image plane to the ideal one, which all bands share; absent = not stated.
+    std::optional<Eigen::Matrix3d> idealFromReal;
+    /// From the ideal plane to the image of the rig's colour camera; absent = not stated.
+    std::optional<Eigen::Matrix3d> colorFromIdeal;
+    /// Optical centre relative to that of the rig's reference band, px; absent = not stated.
+    std::optional<Eigen::Vector2d> relativeOpticalCenter;
+};
+
 /// What an image's metadata says, in this system's units. Per-band lists are in band order.
 struct ExifInfo {
     // Identity
@@ -50,8 +65,15 @@ struct ExifInfo {
     DataType pixelType = DataType::Unknown;
     std::vector<QString> bandNames; ///< one a band, or empty
     bands_t bands;                  ///< wavelengths, one a band, or empty
+    /// Indices of bands that the camera itself says hold nothing of use, in rising order.
+    std::vector<std::size_t> uselessBands;
+    /// The samples are temperatures, in hundredths of a kelvin: neither exposure nor light has a
+    /// part in them.
+    bool isThermal = false;
     /// Range of the samples where the camera does not use the whole type; absent = whole type.
     std::optional<std::pair<double, double>> storedRange;
+    /// Where samples clip when it depends on the row; absent = it does not.
+    std::optional<ClipLine> clipLine;
     /// Principal point in px from the centre of the first pixel; absent = image centre.
     std::optional<Eigen::Vector2d> principalPoint;
 
@@ -91,6 +113,10 @@ struct ExifInfo {
     // Irradiance sensor
     /// Irradiance of each band, in the sensor's unit (W/m2/nm for MicaSense); empty = no reading.
     std::vector<double> sunIrradiance;
+    /// The reading is that of a level surface: the maker has corrected it for the sensor's tilt.
+    bool isSunIrradianceLevel = false;
+    /// The maker asks for a mean of the readings over so many seconds; 0 = each stands by itself.
+    double lightAveragingSeconds = 0.0;
     /// (omega, phi, kappa) of the irradiance sensor relative to the camera, degrees; absent =
     /// unknown.
     std::optional<Eigen::Vector3f> sunSensorRelativeOrientation;
@@ -101,6 +127,7 @@ struct ExifInfo {
     std::optional<Eigen::Vector3d> cameraYawPitchRoll;
 
     RecordedTarget recordedTarget;
+    StatedGeometry statedGeometry;
 };
 
 } // namespace tessik

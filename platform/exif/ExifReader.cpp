@@ -35,10 +35,13 @@ ImageMetadata interpret(const TagFile& file, const ReadOptions& options) {
     metadata.raw = file.raw;
     readCommon(file, metadata);
     readCaptureTime(
-        file.tags, dialect == known.end() ? Clock::Local : dialect->clock, options, metadata);
+        file.tags, dialect == known.end() ? kLocalClock : dialect->clock, options, metadata);
     // What a corrected image keeps of the maker's tags no longer describes its pixels.
     if (dialect != known.end() && !metadata.exif.isNormalized) {
         dialect->read(file.tags, metadata);
+    }
+    if (options.donors) {
+        borrowCalibration(*options.donors, metadata);
     }
     return metadata;
 }
@@ -93,6 +96,7 @@ CameraParams cameraParams(const ExifInfo& exif) {
     params.principalPointY = point.y();
     params.vignetting = exif.vignetting;
     params.storedRange = exif.storedRange;
+    params.clipLine = exif.clipLine;
     return params;
 }
 

@@ -2,6 +2,7 @@
 
 #include "platform/camera/CameraParams.h"
 #include "platform/camera/InputImage.h"
+#include "platform/exif/Calibration.h"
 #include "platform/exif/ExifInfo.h"
 #include "platform/exif/TagFile.h"
 #include "platform/export.h"
@@ -34,7 +35,9 @@ struct ReadOptions {
     /// Local time minus UTC, hours, of cameras that write local time without a zone; absent = it is
     /// estimated from the longitude, with a warning. Cameras that write UTC, and files that state
     /// their zone, do not need it.
-    std::optional<double> utcOffsetHours;
+    std::optional<double> utcOffsetHours = std::nullopt;
+    /// Images that lend their calibration to others of their body and band; null = none.
+    std::shared_ptr<const CalibrationDonors> donors = nullptr;
 };
 
 /// Reads and interprets the metadata of a TIFF or JPEG file. Thread safe. @throws Error

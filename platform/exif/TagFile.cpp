@@ -223,8 +223,9 @@ bool describesTheCapture(const Exiv2::Exifdatum& datum) {
 }
 
 bool describesTheCapture(const Exiv2::Xmpdatum& datum) {
-    constexpr std::array<std::string_view, 22> kRawState = {"BandSensitivity",
+    constexpr std::array<std::string_view, 24> kRawState = {"BandSensitivity",
                                                             "BlackCurrent",
+                                                            "BlackLevel",
                                                             "ColorTransform",
                                                             "DarkRowValue",
                                                             "DirectIrradiance",
@@ -233,6 +234,7 @@ bool describesTheCapture(const Exiv2::Xmpdatum& datum) {
                                                             "HorizontalIrradiance",
                                                             "InvalidPixel",
                                                             "IsNormalized",
+                                                            "LS_status",
                                                             "LS_type",
                                                             "OffMeasurement",
                                                             "RadiometricCalibration",
@@ -250,7 +252,7 @@ bool describesTheCapture(const Exiv2::Xmpdatum& datum) {
     // An item of a structure or of an array of structures has a path; no description needs them.
     return !isOneOf(kRawState, name) && !startsWith("Irradiance") && !startsWith("SunSensor") &&
            !startsWith("Vignetting") && name.find_first_of("[/") == std::string::npos &&
-           plainPrefix(datum.groupName()) != "Tessik";
+           plainPrefix(datum.groupName()) != "Tessik" && datum.groupName() != "ILS";
 }
 
 std::string xmlEscaped(const std::string& text) {
@@ -273,7 +275,9 @@ std::map<std::string, std::string> declaredNamespaces(const std::string& packet)
 
 /// The packet is put together here: the toolkit would name prefixes by the order in which the
 /// process met them, and equal images must give equal files.
-std::string describingPacket(const RawMetadata& source, const std::vector<NewTag>& newTags) {
+std::string describingPacket(const RawMetadata& source,
+                             const std::vector<NewTag>& newTags,
+                             const std::vector<std::string>& omitted) {
     const std::map<std::string, std::string> declared = declaredNamespaces(source.xmpPacket);
     std::map<std::string, std::string> namespaces; // of the prefixes in use
     std::string properties;
@@ -295,7 +299,9 @@ std::string describingPacket(const RawMetadata& source, const std::vector<NewTag
     for (const Exiv2::Xmpdatum& datum : source.xmp) {
         const std::string prefix = plainPrefix(datum.groupName());
         const auto uri = declared.find(prefix);
-        if (uri != declared.end() && describesTheCapture(datum)) {
+        const bool isOmitted =
+            std::find(omitted.begin(), omitted.end(), datum.tagName()) != omitted.end();
+        if (uri != declared.end() && !isOmitted && describesTheCapture(datum)) {
             namespaces.insert(*uri);
             add(prefix, datum.tagName(), valueOf(datum));
         }
@@ -365,7 +371,8 @@ void writeTags(const std::string& path, const std::vector<NewTag>& tags) {
 
 std::string copyDescription(const RawMetadata& source,
                             const std::string& target,
-                            const std::vector<NewTag>& newTags) {
+                            const std::vector<NewTag>& newTags,
+                            const std::vector<std::string>& omitted) {
     initialiseOnce();
     std::vector<std::string> warnings;
     const WarningScope scope(warnings);
@@ -383,7 +390,8 @@ std::string copyDescription(const RawMetadata& source,
                 image->exifData().add(datum);
             }
         }
-        image->xmpData().setPacket(describingPacket(source, newTags)); // as it is, not decoded
+        image->xmpData().setPacket(
+            describingPacket(source, newTags, omitted)); // as it is, not decoded
         image->writeXmpFromPacket(true);
         image->writeMetadata();
         Exiv2::BasicIo& bytes = image->io();

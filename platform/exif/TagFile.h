@@ -54,13 +54,14 @@ TESSIK_PLATFORM_EXPORT void writeTags(const std::string& path, const std::vector
 /// with which camera and which geometry it was taken is copied; what describes the raw pixels (dark
 /// level, vignetting, sensitivity, gains, irradiance readings, bad pixels, tone curve, colour
 /// matrix) is not. The new tags go into our own name space (keys "Xmp.Tessik.Name"), and
-/// Camera:IsNormalized is set. The result depends on source, target and new tags alone. Thread
-/// safe.
+/// Camera:IsNormalized is set. The result depends on the arguments only. Thread safe.
 /// @param target the bytes of a TIFF file, best without pixels: it is written anew
+/// @param omitted names of XMP tags that do not hold for the corrected image
 /// @return the bytes of the file that has them
 /// @throws Error when the target cannot be read or written
 TESSIK_PLATFORM_EXPORT std::string copyDescription(const RawMetadata& source,
                                                    const std::string& target,
-                                                   const std::vector<NewTag>& newTags);
+                                                   const std::vector<NewTag>& newTags,
+                                                   const std::vector<std::string>& omitted = {});
 
 } // namespace tessik::exif

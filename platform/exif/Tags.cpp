@@ -16,8 +16,8 @@ bool isSeparator(char c) {
 /// Under these prefixes a name means what their owner says (DLS:Yaw is in radians, and not the
 /// camera's), so they never stand in for another prefix.
 bool hasMeaningOfItsOwn(const std::string& prefix) {
-    constexpr std::array<std::string_view, 8> kOwn = {
-        "DLS", "MicaSense", "drone-dji", "crs", "dc", "exif", "tiff", "xmp"};
+    constexpr std::array<std::string_view, 9> kOwn = {
+        "DLS", "MicaSense", "Sentera", "drone-dji", "crs", "dc", "exif", "tiff", "xmp"};
     return std::find(kOwn.begin(), kOwn.end(), prefix) != kOwn.end();
 }
 

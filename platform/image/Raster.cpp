@@ -134,6 +134,9 @@ DatasetPointer createDataset(const std::string& path,
         if (b < options.bandNames.size()) {
             GDALSetDescription(band, options.bandNames[b].c_str());
         }
+        if (!options.unit.empty()) {
+            GDALSetRasterUnitType(band, options.unit.c_str());
+        }
         if (b < options.bandItems.size()) {
             for (const auto& [key, value] : options.bandItems[b]) {
                 GDALSetMetadataItem(band, key.c_str(), value.c_str(), nullptr);

@@ -75,6 +75,8 @@ struct WriteOptions {
     std::vector<std::string> bandNames;
     /// Metadata items (key, value) of each band; empty, or one list a band.
     std::vector<std::vector<std::pair<std::string, std::string>>> bandItems;
+    /// Unit of the values of all bands; empty = not stated.
+    std::string unit;
     /// GeoTIFF creation options, each "NAME=VALUE".
     std::vector<std::string> creationOptions;
     /// Given the bytes of the file when it has its directory and no pixels yet, returns them with

@@ -73,13 +73,19 @@ RowWork BadExposureMasking::prepareRows(const BandImage& bands,
         darks.emplace_back(*model, b, bands[b], blockOffset, kBadExposureContext);
     }
     const auto lo = static_cast<float>(range.min);
-    const auto hi = static_cast<float>(range.max);
-    return {[darks, lo, hi](BandImage& images, Eigen::Index first, Eigen::Index last) {
+    const auto limit = [line = m_data->camera->clipLine,
+                        max = range.max,
+                        firstRow = static_cast<Eigen::Index>(blockOffset[1])](Eigen::Index row) {
+        return static_cast<float>(
+            line ? std::min(max, line->ofRow(static_cast<double>(firstRow + row))) : max);
+    };
+    return {[darks, lo, limit](BandImage& images, Eigen::Index first, Eigen::Index last) {
                 for (std::size_t b = 0; b < images.size(); ++b) {
                     forRows(images[b],
                             first,
                             last,
                             [&](Eigen::Index r, float* pixels, std::size_t size) {
+                                const float hi = limit(r);
                                 if (darks.empty()) {
                                     loops::maskOutside(pixels, size, lo, hi);
                                 } else {

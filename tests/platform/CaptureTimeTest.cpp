@@ -41,6 +41,9 @@ TEST(CaptureTime, dateAndFractionAreReadAsCamerasWriteThem) {
         {"digits", fraction("200159489"), 0.200159489},
         {"leading zeros count", fraction("050"), 0.05},
         {"negative", fraction("-182458"), -0.182458},
+        {"nanoseconds without leading zeros", fraction("89040255"), 0.089040255},
+        {"a few nanoseconds", fraction("9040255"), 0.009040255},
+        {"longer than nanoseconds", fraction("1234567891"), 0.1234567891},
         {"padded", fraction("50  "), 0.5},
         {"no digits", fraction("1e3"), 0.0},
         {"a lone sign", fraction("-"), 0.0},
@@ -77,11 +80,34 @@ TEST(CaptureTime, theZoneIsStatedOrGivenOrEstimatedForClocksThatShowLocalTime) {
         return tags;
     };
     const TagList zone = {{"Exif.Photo.OffsetTimeOriginal", {"+05:30"}}};
+    const auto stamps =
+        [](const char* date, const char* hours, const char* minutes, TagList more = {}) {
+            more.push_back({"Exif.GPSInfo.GPSDateStamp", {date}});
+            more.push_back({"Exif.GPSInfo.GPSTimeStamp", {hours, minutes, "110/10"}});
+            return more;
+        };
+    const TagList exposed = {{"Xmp.drone-dji.UTCAtExposure", {"2017-10-20T00:42:10.000000"}}};
     const ZoneCase cases[] = {
         {"estimated: 83 degrees are 5.5 hours", with("DJI", "X", {}), {}, -6.0, 1},
         {"given", with("DJI", "X", {}), -4.0, -4.0, 0},
         {"stated", with("DJI", "X", zone), -4.0, 5.5, 0},
         {"no maker", west, {}, -6.0, 1},
+        {"receiver", with("DJI", "X", stamps("2017:10:20", "2", "12")), 7.0, -5.5, 0},
+        {"receiver writes UTC too", with("DJI", "X", stamps("2017:10:19", "20", "42")), {}, 0.0, 0},
+        {"receiver without a fix",
+         with("DJI", "X", stamps("2017:10:20", "2", "12", {{"Exif.GPSInfo.GPSStatus", {"V"}}})),
+         {},
+         0.0,
+         1},
+        {"receiver days off", with("DJI", "X", stamps("2017:10:25", "2", "12")), -4.0, -4.0, 1},
+        {"receiver minutes off", with("DJI", "X", stamps("2017:10:20", "2", "16")), {}, -5.5, 1},
+        {"receiver of nonsense", with("DJI", "X", stamps("2017:10:20", "-2", "12")), 3.0, 3.0, 0},
+        {"camera that writes UTC",
+         with("Parrot", "Sequoia", stamps("2017:10:20", "2", "12")),
+         {},
+         0.0,
+         0},
+        {"moment of exposure", with("DJI", "X", exposed), 3.0, -4.0, 0},
         {"no position", {}, {}, 0.0, 1},
         {"no position, given", {}, 2.0, 2.0, 0},
         {"stated nonsense", {{"Exif.Photo.OffsetTimeOriginal", {"+-1:00"}}}, 2.0, 2.0, 0},

@@ -251,41 +251,5 @@ TEST(CommonTags, theTargetThatTheCameraFoundIsReadAsStated) {
     }
 }
 
-struct LevelledCase {
-    const char* what;
-    TagList tags;
-    double irradiance; ///< W/m2/nm
-    bool hasPose;
-};
-
-TEST(MicaSense, theLevelledIrradianceIsPreferredInItsUnitAndNeedsNoPose) {
-    const std::string horizontal = "HorizontalIrradiance";
-    const LevelledCase cases[] = {
-        {"first generation", {}, 0.9, true},
-        {"uW/cm2/nm", {{"Xmp.DLS." + horizontal, {"120"}}}, 1.2, false},
-        {"other prefix", {{"Xmp.Camera." + horizontal, {"120"}}}, 1.2, false},
-        {"stated scale",
-         {{"Xmp.DLS." + horizontal, {"120"}}, {"Xmp.DLS.IrradianceScaleToSIUnits", {"0.02"}}},
-         2.4,
-         false},
-        {"no scale at all",
-         {{"Xmp.DLS." + horizontal, {"120"}}, {"Xmp.DLS.IrradianceScaleToSIUnits", {"0"}}},
-         0.9,
-         true},
-        {"night", {{"Xmp.DLS." + horizontal, {"0"}}}, 0.9, true}};
-    for (const LevelledCase& c : cases) {
-        TagList tags = {{"Exif.Image.Make", {"MicaSense"}},
-                        {"Xmp.Camera.Irradiance", {"0.9"}},
-                        {"Xmp.Camera.IrradianceYaw", {"1"}},
-                        {"Xmp.Camera.IrradiancePitch", {"2"}},
-                        {"Xmp.Camera.IrradianceRoll", {"3"}}};
-        tags.insert(tags.end(), c.tags.begin(), c.tags.end());
-        const ExifInfo exif = interpret(tagFile(tags)).exif;
-        ASSERT_EQ(exif.sunIrradiance.size(), 1U) << c.what;
-        EXPECT_DOUBLE_EQ(exif.sunIrradiance[0], c.irradiance) << c.what;
-        EXPECT_EQ(exif.sunSensorYawPitchRoll.has_value(), c.hasPose) << c.what;
-    }
-}
-
 } // namespace
 } // namespace tessik::exif

@@ -163,6 +163,9 @@ TEST(DjiP4Multispectral, gainAndExposureAreTheMakersOwn) {
     EXPECT_EQ(exif.sensitivity, std::vector<double>{2.5});
     EXPECT_EQ(exif.darkLevels.at(0)(0, 0), 4096.0);
     EXPECT_EQ(exif.storedRange, std::pair(0.0, 65472.0));
+    ASSERT_TRUE(exif.clipLine); // the plateau less its spread
+    EXPECT_NEAR(exif.clipLine->ofRow(0.0), 65400.0 - 130.0, 1e-9);
+    EXPECT_NEAR(exif.clipLine->ofRow(1000.0), 65400.0 - 386.0 - 130.0, 1e-9);
     EXPECT_EQ(exif.sunIrradiance, std::vector<double>{7601.016113});
     EXPECT_FALSE(exif.sunSensorYawPitchRoll); // the zeros there mean nothing
     EXPECT_TRUE(std::isnan(exif.micaSense3kModel.k1));
@@ -177,6 +180,71 @@ TEST(DjiP4Multispectral, gainAndExposureAreTheMakersOwn) {
              r * (1.20722e-6 +
                   r * (-2.8676e-9 + r * (5.1742e-12 + r * (-4.16853e-15 + r * 1.36962e-18)))));
     EXPECT_NEAR(valueAt(exif.vignetting.coefficients, r) * factor, 1.0, 1e-5);
+}
+
+/// Tags as the maker's guide to image processing lists them.
+const TagList kM3m = {
+    {"Exif.Image.Make", {"DJI"}},
+    {"Exif.Image.Model", {"M3M"}},
+    {"Exif.Image.ImageWidth", {"2592"}},
+    {"Exif.Image.ImageLength", {"1944"}},
+    {"Exif.Photo.ISOSpeedRatings", {"100"}},
+    {"Xmp.Camera.BlackCurrent", {"3200"}},
+    {"Xmp.Camera.CentralWavelength", {"730"}},
+    {"Xmp.Camera.WavelengthFWHM", {"16"}},
+    {"Xmp.Camera.SunSensor", {"5000"}},
+    {"Xmp.drone-dji.BlackLevel", {"3200"}},
+    {"Xmp.drone-dji.BandName", {"RedEdge"}},
+    {"Xmp.drone-dji.BandFreq", {"730(+/-16)nm"}},
+    {"Xmp.drone-dji.ExposureTime", {"1250"}},
+    {"Xmp.drone-dji.SensorGain", {"1.000"}},
+    {"Xmp.drone-dji.SensorGainAdjustment", {"0.8"}},
+    {"Xmp.drone-dji.VignettingData", {"1e-4, 1e-7"}},
+    {"Xmp.drone-dji.CalibratedOpticalCenterX", {"1300"}},
+    {"Xmp.drone-dji.CalibratedOpticalCenterY", {"970"}},
+    {"Xmp.drone-dji.Irradiance", {"7601.016"}},
+    {"Xmp.drone-dji.LS_status", {"2"}},
+    {"Xmp.drone-dji.DewarpData", {"2022-08-11;2200,2201,10,-20,-0.1,0.2,1e-4,2e-4,-0.05"}},
+    {"Xmp.drone-dji.CalibratedHMatrix", {"1,0,3,0,1,4,0,0,1"}},
+    {"Xmp.drone-dji.RelativeOpticalCenterX", {"-3.5"}},
+    {"Xmp.drone-dji.RelativeOpticalCenterY", {"7.25"}}};
+
+TEST(DjiMavic3Multispectral, isReadAsTheMakersGuideSays) {
+    const TagList level = {{"Xmp.Camera.BlackCurrent", {}}};
+    for (const TagList& tags : {kM3m, changed(kM3m, level)}) {
+        const ImageMetadata read =
+            interpret(tagFile(changed(tags, {{"Exif.Photo.OffsetTimeOriginal", {"+00:00"}}})));
+        const ExifInfo& exif = read.exif;
+        EXPECT_TRUE(read.warnings.empty());
+        ASSERT_EQ(exif.darkLevels.size(), 1U);
+        EXPECT_EQ(exif.darkLevels[0](0, 0), 3200.0);
+        EXPECT_DOUBLE_EQ(exif.exposureTime, 1250e-6);
+        EXPECT_EQ(exif.iso, 1);
+        EXPECT_EQ(exif.sensitivity, std::vector<double>{1.25});
+        EXPECT_EQ(exif.bands.at(0), (BandInfo{730.0, 32.0})); // half a width is stated, twice
+        EXPECT_EQ(exif.sunIrradiance,
+                  std::vector<double>{7601.016}); // and not what the sensor read
+        EXPECT_TRUE(exif.isSunIrradianceLevel);
+        EXPECT_FALSE(exif.storedRange); // nobody knows
+        const double r = 1000.0;
+        EXPECT_NEAR(valueAt(exif.vignetting.coefficients, r) * (1.0 + 0.1 + 0.1), 1.0, 1e-5);
+        EXPECT_EQ(exif.statedGeometry.lens.size(), 9U);
+        EXPECT_EQ(exif.statedGeometry.lens.at(0), 2200.0);
+        EXPECT_EQ(exif.statedGeometry.idealFromReal.value()(1, 2), 4.0);
+        EXPECT_FALSE(exif.statedGeometry.colorFromIdeal);
+        EXPECT_EQ(exif.statedGeometry.relativeOpticalCenter.value().y(), 7.25);
+    }
+}
+
+TEST(DjiMavic3Multispectral, aReadingThatTheCameraCallsInvalidIsNone) {
+    const ImageMetadata read = interpret(tagFile(changed(
+        kM3m,
+        {{"Xmp.drone-dji.LS_status", {"0"}}, {"Exif.Photo.OffsetTimeOriginal", {"+00:00"}}})));
+    EXPECT_TRUE(read.exif.sunIrradiance.empty());
+    EXPECT_EQ(read.warnings.size(), 1U);
+    // Nor does the reading before compensation stand in for one that is missing.
+    EXPECT_TRUE(interpret(tagFile(changed(kM3m, {{"Xmp.drone-dji.Irradiance", {}}})))
+                    .exif.sunIrradiance.empty());
 }
 
 struct RefusalCase {

@@ -13,6 +13,6 @@ void readAirinov(const Tags& /*tags*/, ImageMetadata& metadata) {
 
 } // namespace
 
-const Dialect kAirinov = {&matchesAirinov, &readAirinov, Clock::Local};
+const Dialect kAirinov = {&matchesAirinov, &readAirinov, kLocalClock};
 
 } // namespace tessik::exif

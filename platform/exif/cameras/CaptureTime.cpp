@@ -10,6 +10,12 @@ namespace {
 
 constexpr double kSecondsPerHour = 3600.0;
 
+/// Of the zones that there are, the one farthest from UTC: Kiribati.
+constexpr int kMostHours = 14;
+
+/// A clock that nobody has set counts from 1970 or 1980: time since the start, not a date.
+constexpr double kOldestSeconds = 20.0 * 365.0 * 24.0 * kSecondsPerHour;
+
 bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
@@ -56,13 +62,18 @@ std::optional<double> parseDateTime(const std::string& text) {
 
 /// Digits of a fraction of a second, with a sign on some firmware: "200159" is 0.200159 s,
 /// "-182458" is -0.182458 s. Anything else is no fraction.
-double parseSubSeconds(const std::string& text) {
+double parseSubSeconds(const std::string& text, bool countsNanoseconds) {
+    constexpr std::size_t kFewestNanosecondDigits = 7;
+    constexpr std::size_t kMostNanosecondDigits = 9;
     const bool isNegative = !text.empty() && text.front() == '-';
     const std::string digits = text.substr(isNegative ? 1 : 0);
     if (!std::all_of(digits.begin(), digits.end(), isDigit)) {
         return 0.0;
     }
-    const double fraction = parseNumber("0." + digits).value_or(0.0);
+    const bool isCount = countsNanoseconds && digits.size() >= kFewestNanosecondDigits &&
+                         digits.size() <= kMostNanosecondDigits;
+    const std::string zeros(isCount ? kMostNanosecondDigits - digits.size() : 0, '0');
+    const double fraction = parseNumber("0." + zeros + digits).value_or(0.0);
     return isNegative ? -fraction : fraction;
 }
 
@@ -76,19 +87,79 @@ std::optional<double> parseUtcOffset(const std::string& text) {
     }
     const int hours = 10 * (text[1] - '0') + text[2] - '0';
     const int minutes = 10 * (text[4] - '0') + text[5] - '0';
-    constexpr int kMaxHours = 14; // Kiribati
-    if (hours > kMaxHours || minutes > 59) {
+    if (hours > kMostHours || minutes > 59) {
         return std::nullopt;
     }
     return (text[0] == '-' ? -1.0 : 1.0) * (hours * kSecondsPerHour + minutes * 60.0);
 }
 
+/// The satellite receiver's own stamps, in UTC; absent when they are not stated or it had no fix.
+std::optional<double> satelliteTime(const Tags& tags) {
+    const std::string date = tags.exifText("Exif.GPSInfo.GPSDateStamp");
+    const std::vector<double> time = tags.exifNumbers("Exif.GPSInfo.GPSTimeStamp");
+    const auto midnight = parseDateTime(date + " 00:00:00");
+    if (!midnight || *midnight < kOldestSeconds || time.size() != 3 ||
+        tags.exifText("Exif.GPSInfo.GPSStatus") == "V") {
+        return std::nullopt;
+    }
+    const double seconds = time[0] * kSecondsPerHour + time[1] * 60.0 + time[2];
+    const bool isTimeOfDay = seconds >= 0.0 && seconds <= 24.0 * kSecondsPerHour;
+    return isTimeOfDay ? std::optional(*midnight + seconds) : std::nullopt;
+}
+
+/// Zones differ from UTC by whole quarters of an hour; what is left is the time between the
+/// exposure and the last fix.
+std::optional<double>
+offsetToSatelliteTime(const Tags& tags, double cameraSeconds, ImageMetadata& metadata) {
+    constexpr double kQuarter = 0.25 * kSecondsPerHour;
+    constexpr double kLongestSinceFix = 120.0; // s
+    const auto utc = satelliteTime(tags);
+    if (!utc) {
+        return std::nullopt;
+    }
+    const double difference = cameraSeconds - *utc;
+    const double offset = kQuarter * std::round(difference / kQuarter);
+    if (!(std::abs(offset) <= kMostHours * kSecondsPerHour)) {
+        metadata.warnings.emplace_back("The camera's clock and the time of its satellite receiver "
+                                       "are days apart: the receiver's time is not used");
+        return std::nullopt;
+    }
+    if (std::abs(difference - offset) > kLongestSinceFix) {
+        metadata.warnings.emplace_back(
+            "The camera's clock is minutes off the time of its satellite receiver, beyond whole "
+            "quarters of an hour: the capture time may be off by as much");
+    }
+    return offset;
+}
+
+/// The very moment of the exposure, where the camera states it in UTC:
+/// "2022-06-22T07:25:30.419834", with a blank for the T or a Z at the end on some firmware.
+std::optional<double> exposureTimeUtc(const Tags& tags) {
+    std::string text = tags.xmpText("drone-dji", "UTCAtExposure");
+    if (!text.empty() && text.back() == 'Z') {
+        text.pop_back();
+    }
+    const auto dot = text.find('.');
+    const auto seconds = parseDateTime(text.substr(0, dot));
+    if (!seconds || *seconds < kOldestSeconds) {
+        return std::nullopt;
+    }
+    return *seconds +
+           (dot == std::string::npos ? 0.0 : parseSubSeconds(text.substr(dot + 1), false));
+}
+
 /// Seconds that the camera's clock is ahead of UTC.
-double
-clockOffset(const Tags& tags, Clock clock, const ReadOptions& options, ImageMetadata& metadata) {
+double clockOffset(const Tags& tags,
+                   double cameraSeconds,
+                   const Clock& clock,
+                   const ReadOptions& options,
+                   ImageMetadata& metadata) {
     const auto stated = parseUtcOffset(tags.exifText("Exif.Photo.OffsetTimeOriginal"));
-    if (stated || clock == Clock::Utc) {
+    if (stated || clock.isUtc) {
         return stated.value_or(0.0);
+    }
+    if (const auto offset = offsetToSatelliteTime(tags, cameraSeconds, metadata)) {
+        return *offset;
     }
     if (options.utcOffsetHours) {
         return *options.utcOffsetHours * kSecondsPerHour;
@@ -108,32 +179,38 @@ clockOffset(const Tags& tags, Clock clock, const ReadOptions& options, ImageMeta
 
 } // namespace
 
-std::optional<double>
-readClock(const Tags& tags, const std::string& dateKey, const std::string& fractionKey) {
+std::optional<double> readClock(const Tags& tags,
+                                const std::string& dateKey,
+                                const std::string& fractionKey,
+                                bool countsNanoseconds) {
     const auto seconds = parseDateTime(tags.exifText(dateKey));
-    return seconds ? std::optional(*seconds + parseSubSeconds(tags.exifText(fractionKey)))
+    return seconds ? std::optional(*seconds +
+                                   parseSubSeconds(tags.exifText(fractionKey), countsNanoseconds))
                    : std::nullopt;
 }
 
 void readCaptureTime(const Tags& tags,
-                     Clock clock,
+                     const Clock& clock,
                      const ReadOptions& options,
                      ImageMetadata& metadata) {
+    if (const auto utc = exposureTimeUtc(tags)) {
+        metadata.geo.captureTime = *utc;
+        return;
+    }
     const bool hasOwnFraction = !tags.exifText("Exif.Photo.SubSecTimeOriginal").empty();
     const auto seconds =
         readClock(tags,
                   "Exif.Photo.DateTimeOriginal",
-                  hasOwnFraction ? "Exif.Photo.SubSecTimeOriginal" : "Exif.Photo.SubSecTime");
+                  hasOwnFraction ? "Exif.Photo.SubSecTimeOriginal" : "Exif.Photo.SubSecTime",
+                  clock.countsNanoseconds);
     if (!seconds) {
         return;
     }
-    // A clock that nobody has set counts from 1970 or 1980: time since the start, not a date.
-    constexpr double kOldestSeconds = 20.0 * 365.0 * 24.0 * kSecondsPerHour;
     if (*seconds < kOldestSeconds) {
         metadata.warnings.emplace_back("The camera's clock was not set: no capture time");
         return;
     }
-    metadata.geo.captureTime = *seconds - clockOffset(tags, clock, options, metadata);
+    metadata.geo.captureTime = *seconds - clockOffset(tags, *seconds, clock, options, metadata);
 }
 
 } // namespace tessik::exif

@@ -3,7 +3,8 @@
 namespace tessik::exif {
 
 const std::vector<Dialect>& dialects() {
-    static const std::vector<Dialect> table = {kMicaSense, kSequoia, kDjiP4Multispectral, kAirinov};
+    static const std::vector<Dialect> table = {
+        kMicaSense, kSequoia, kDjiP4Multispectral, kDjiMavic3Multispectral, kSentera, kAirinov};
     return table;
 }
 

@@ -32,6 +32,8 @@ std::vector<Eigen::MatrixXd> readBlackLevel(const Tags& tags, std::uint64_t band
 extern const Dialect kMicaSense;
 extern const Dialect kSequoia;
 extern const Dialect kDjiP4Multispectral;
+extern const Dialect kDjiMavic3Multispectral;
+extern const Dialect kSentera;
 extern const Dialect kAirinov;
 
 } // namespace tessik::exif

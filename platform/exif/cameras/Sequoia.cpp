@@ -81,6 +81,6 @@ void readSequoia(const Tags& tags, ImageMetadata& metadata) {
 
 } // namespace
 
-const Dialect kSequoia = {&matchesSequoia, &readSequoia, Clock::Utc};
+const Dialect kSequoia = {&matchesSequoia, &readSequoia, kUtcClock};
 
 } // namespace tessik::exif
