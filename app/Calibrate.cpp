@@ -6,6 +6,7 @@
 #include "ImageCorrector.h"
 #include "KnownReflectance.h"
 #include "MakerConstant.h"
+#include "RigTargets.h"
 #include "SensitivityFile.h"
 #include "TargetPictures.h"
 #include "platform/exif/Tags.h"
@@ -53,17 +54,15 @@ measure(const Flight& flight, const Project& project, const CalibrateOptions& op
     }
     const KnownReflectance known(options);
     known.verify(flight.images);
-    radiometry::TargetCalibrationRequest request =
-        targetRequest(flight,
-                      project,
-                      project.settings,
-                      options.region.empty() ? target::targetDetectors() : stated);
-    request.useAllImages = true;
-    request.knownReflectance = [&known](const InputImage& image,
-                                        const target::DetectedTarget& found) {
+    RigTargetOptions how;
+    how.useAllImages = true;
+    how.mayBePartial = true;
+    how.jobs = options.jobs;
+    how.knownReflectance = [&known](const InputImage& image, const target::DetectedTarget& found) {
         return known.of(image, found);
     };
-    return radiometry::calibrateFromTargets(request);
+    return calibrateRigs(
+        flight, project, options.region.empty() ? target::targetDetectors() : stated, how);
 }
 
 /// The reflectance that a panel has by the maker's constant, where there is one.
@@ -79,53 +78,52 @@ void print(const MeasuredTarget& found, const InputImage& image, radiometry::Cor
     const radiometry::CalibrationTarget& target = found.target;
     const std::string name =
         target.id.isEmpty() ? "" : " " + TargetName{target.type, target.id}.text();
-    std::printf("  %s: %s%s%s%s\n",
-                found.imagePath.toUtf8().data(),
-                found.detector.toUtf8().data(),
-                name.c_str(),
-                found.isUsed ? "" : ", not used: ",
-                found.isUsed ? "" : found.remark.toUtf8().data());
+    show("  %s: %s%s%s%s\n",
+         found.imagePath.toUtf8().data(),
+         found.detector.toUtf8().data(),
+         name.c_str(),
+         found.isUsed ? "" : ", not used: ",
+         found.isUsed ? "" : found.remark.toUtf8().data());
     for (std::size_t b = 0; b < found.mean.size(); ++b) {
         if (!(found.mean[b] > 0.0)) {
             continue; // no pixel is valid: the remark says so
         }
         const auto makers = makersReflectance(image, b, found.mean[b], type);
-        std::printf("    %-10s reflectance %6.4f  mean %10.5g  spread %5.2f %%  invalid %5.2f %%  "
-                    "sensitivity %10.6g%s\n",
-                    bandName(image, b).c_str(),
-                    target.reflectanceFactors[b],
-                    found.mean[b],
-                    100.0 * found.standardDeviation[b] / found.mean[b],
-                    100.0 * found.invalidShare[b],
-                    target.sensitivity[b],
-                    makers ? ("  (by the maker's constant: reflectance " +
-                              QString::number(*makers, 'f', 4).toStdString() + ")")
-                                 .c_str()
-                           : "");
+        show("    %-10s reflectance %6.4f  mean %10.5g  spread %5.2f %%  invalid %5.2f %%  "
+             "sensitivity %10.6g%s\n",
+             bandName(image, b).c_str(),
+             target.reflectanceFactors[b],
+             found.mean[b],
+             100.0 * found.standardDeviation[b] / found.mean[b],
+             100.0 * found.invalidShare[b],
+             target.sensitivity[b],
+             makers ? ("  (by the maker's constant: reflectance " +
+                       QString::number(*makers, 'f', 4).toStdString() + ")")
+                          .c_str()
+                    : "");
     }
 }
 
 void print(const TargetCalibration& result, const Flight& flight, const Project& project) {
     for (const auto& [id, camera] : result.cameras) {
         const radiometry::CorrectionType type = project.settings.at(id).correctionType;
-        std::printf(
-            "%s, %s\n", flight.cameras.at(id).uniqueName.toUtf8().data(), wordOf(type).c_str());
+        show("%s, %s\n", flight.cameras.at(id).uniqueName.toUtf8().data(), wordOf(type).c_str());
         for (const MeasuredTarget& target : result.targets) {
             if (target.cameraId == id) {
                 print(target, flight.images[target.imageIndex], type);
             }
         }
         if (camera.sensitivity.empty()) {
-            std::printf("  no sensitivity\n");
+            show("  no sensitivity\n");
             continue;
         }
-        std::printf("  sensitivity");
+        show("  sensitivity");
         for (const double value : camera.sensitivity) {
-            std::printf(" %.17g", value);
+            show(" %.17g", value);
         }
-        std::printf(", %s", camera.source.toUtf8().data());
-        std::printf(camera.disagreement > 0.0 ? ", they differ by %.1f %%\n" : "\n",
-                    100.0 * camera.disagreement);
+        show(", %s", camera.source.toUtf8().data());
+        show(camera.disagreement > 0.0 ? ", they differ by %.1f %%\n" : "\n",
+             100.0 * camera.disagreement);
     }
 }
 
@@ -212,7 +210,7 @@ image::Ring parseRegion(const std::string& text) {
 int calibrate(const CalibrateOptions& options) {
     Flight flight = readFlight(expandInputs(options.inputs), options.metadata, options.jobs);
     std::size_t failed = sayFailures(flight);
-    const Project project = makeProject(flight, options.project);
+    const Project project = makeProject(flight, options.project, options.metadata, options.jobs);
     const TargetCalibration result = measure(flight, project, options);
     print(result, flight, project);
     failed += sayFailures(result, flight);

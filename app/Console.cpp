@@ -20,7 +20,7 @@ thread_local std::vector<Trace>* currentTraces = nullptr;
 /// One line, whatever the text holds.
 void sayLine(std::string line) {
     std::replace(line.begin(), line.end(), '\n', ' ');
-    line += '\n';
+    line = text::printable(line) + '\n';
     const std::lock_guard lock(mutex);
     std::fwrite(line.data(), 1, line.size(), stderr);
 }

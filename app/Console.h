@@ -1,6 +1,11 @@
 #pragma once
 
+#include "platform/text/Printable.h"
+
+#include <cstdio>
 #include <string>
+#include <string_view>
+#include <type_traits>
 #include <vector>
 
 /// What the command says on stderr.
@@ -20,6 +25,42 @@ void sayFailure(const std::string& path, const std::string& reason);
 /// Says "radiometry: warning: text", once for each text, however many images it concerns; the path
 /// of the first one is named. Silent with -q. Thread safe.
 void sayWarning(const std::string& path, const std::string& text);
+
+namespace detail {
+
+/// A text as it may be shown; anything else as it is.
+template <typename T>
+auto shown(const T& argument) {
+    if constexpr (std::is_convertible_v<const T&, std::string_view>) {
+        return text::printable(argument);
+    } else {
+        return argument;
+    }
+}
+inline const char* printed(const std::string& text) {
+    return text.c_str();
+}
+template <typename T>
+T printed(T number) {
+    return number;
+}
+template <typename... Shown>
+void printShown(const char* format, const Shown&... arguments) {
+    std::printf(format, printed(arguments)...);
+}
+
+} // namespace detail
+
+/// As std::printf, for "%s" of a std::string too. Texts come from files: control characters in them
+/// do not reach a terminal.
+template <typename... Args>
+void show(const char* format, const Args&... arguments) {
+    if constexpr (sizeof...(arguments) == 0) {
+        std::fputs(format, stdout);
+    } else {
+        detail::printShown(format, detail::shown(arguments)...);
+    }
+}
 
 /// What was warned of, with the path of the first image that it concerned.
 struct Warning {

@@ -50,7 +50,20 @@ InputImage readInput(const PlannedImage& task, const Plan& plan, exif::ImageMeta
                       exif::cameraName(image.exif).toStdString());
     }
     mountSensor(plan.project.sensorMount, image);
+    useClipLimit(plan.project.clipLimits, image);
+    if (!task.sunIrradiance.empty()) {
+        image.exif.sunIrradiance = task.sunIrradiance;
+    }
     return image;
+}
+
+/// Text that changes when what is done to an image does.
+std::string settingsOf(const PlannedImage& task, const Project& project) {
+    std::string text = project.fingerprint(task.cameraId);
+    for (const double reading : task.sunIrradiance) {
+        text += " " + QString::number(reading, 'g', 17).toStdString();
+    }
+    return text;
 }
 
 void correctOne(const PlannedImage& task, Run& run) {
@@ -60,8 +73,8 @@ void correctOne(const PlannedImage& task, Run& run) {
     if (fs::equivalent(output, task.path, ignored)) {
         throw Refusal("the output would replace the input");
     }
-    const std::string mark = fingerprint(
-        task.path, plan.project.fingerprint(task.cameraId), run.options.creationOptions);
+    const std::string mark =
+        fingerprint(task.path, settingsOf(task, plan.project), run.options.creationOptions);
     if (!run.options.overwrite && fingerprintOf(output) == mark) {
         run.records.addKept(task.path, task.output);
         ++run.summary.kept;
@@ -69,7 +82,7 @@ void correctOne(const PlannedImage& task, Run& run) {
     }
     std::vector<Trace> traces;
     const ImageContext context(task.path, &traces);
-    exif::ImageMetadata metadata = exif::readMetadata(task.path, {plan.utcOffsetHours});
+    exif::ImageMetadata metadata = exif::readMetadata(task.path, plan.readOptions());
     const std::shared_ptr<const exif::RawMetadata> raw = metadata.raw;
     for (const std::string& warning : metadata.warnings) {
         sayWarning(task.path, warning);
@@ -80,7 +93,7 @@ void correctOne(const PlannedImage& task, Run& run) {
     openPixels(image).readInto(bands);
     const Applied applied = run.corrector.correct(image, bands);
     const std::vector<double> sensitivity = plan.project.sensitivityOf(image);
-    const std::string type = wordOf(plan.project.typeOf(image));
+    const std::string type = image.exif.isThermal ? "thermal" : wordOf(plan.project.typeOf(image));
     run.records.addDone({task.output, type, image, applied, traces, sensitivity});
     fs::create_directories(output.parent_path());
     writeOutput(output, image, *raw, bands, type, mark, run.options.creationOptions);

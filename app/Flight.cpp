@@ -1,12 +1,15 @@
 #include "Flight.h"
 
 #include "Console.h"
+#include "platform/exif/Predicates.h"
 #include "platform/image/Raster.h"
 
 #include <QtCore/QSet>
 #include <tbb/parallel_for.h>
 #include <tbb/task_arena.h>
 
+#include <algorithm>
+#include <map>
 #include <mutex>
 #include <utility>
 
@@ -66,6 +69,41 @@ UtcOffset useOneClock(const std::vector<UtcOffset>& estimatedOffsets,
     return first;
 }
 
+/// Cameras whose maker asks for it get the mean of the readings around each capture.
+void averageLight(std::vector<InputImage>& images) {
+    std::map<std::uint64_t, std::vector<std::size_t>> byCamera;
+    for (std::size_t i = 0; i < images.size(); ++i) {
+        const InputImage& image = images[i];
+        if (image.enabled && image.exif.lightAveragingSeconds > 0.0 &&
+            image.geo.captureTime != 0.0 && exif::hasSunIrradiance(image.exif)) {
+            byCamera[image.cameraId].push_back(i);
+        }
+    }
+    for (auto& [camera, indices] : byCamera) {
+        const auto timeOf = [&images](std::size_t i) { return images[i].geo.captureTime; };
+        std::sort(indices.begin(), indices.end(), [&timeOf](std::size_t a, std::size_t b) {
+            return timeOf(a) < timeOf(b);
+        });
+        const double half = 0.5 * images[indices.front()].exif.lightAveragingSeconds;
+        std::vector<Eigen::ArrayXd> means;
+        auto first = indices.begin();
+        for (const std::size_t i : indices) {
+            first = std::find_if(
+                first, indices.end(), [&](std::size_t j) { return timeOf(j) >= timeOf(i) - half; });
+            Eigen::ArrayXd sum = Eigen::ArrayXd::Zero(exif::sunIrradiance(images[i].exif).size());
+            double count = 0.0;
+            for (auto j = first; j != indices.end() && timeOf(*j) <= timeOf(i) + half; ++j) {
+                sum += exif::sunIrradiance(images[*j].exif);
+                count += 1.0;
+            }
+            means.emplace_back(sum / count);
+        }
+        for (std::size_t k = 0; k < indices.size(); ++k) {
+            images[indices[k]].exif.sunIrradiance.assign(means[k].begin(), means[k].end());
+        }
+    }
+}
+
 } // namespace
 
 std::size_t sayFailures(const Flight& flight) {
@@ -108,6 +146,7 @@ Flight readFlight(InputList inputs, const exif::ReadOptions& options, int jobs) 
         });
     });
     flight.estimatedUtcOffsetHours = useOneClock(estimatedOffsets, flight.images);
+    averageLight(flight.images);
     for (const InputImage& image : flight.images) {
         if (image.enabled) {
             flight.cameras.try_emplace(image.cameraId, cameraData(image.exif));

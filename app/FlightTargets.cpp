@@ -3,15 +3,15 @@
 #include "Console.h"
 #include "ImageCorrector.h"
 #include "MakerConstant.h"
+#include "RigTargets.h"
 #include "SensitivityFile.h"
 #include "TargetPictures.h"
 #include "Targets.h"
 
-#include <tbb/parallel_for.h>
-#include <tbb/task_arena.h>
-
 #include <algorithm>
 #include <memory>
+#include <set>
+#include <unordered_set>
 
 namespace tessik::app {
 namespace {
@@ -21,22 +21,6 @@ const InputImage& firstImageOf(std::uint64_t cameraId, const Flight& flight) {
         flight.images.begin(), flight.images.end(), [cameraId](const InputImage& image) {
             return image.enabled && image.cameraId == cameraId;
         });
-}
-
-/// Camera by camera, so that cameras are looked at in parallel.
-std::vector<radiometry::TargetCalibration>
-calibrateCameras(const Flight& flight, const Plan& plan, int jobs) {
-    std::vector<radiometry::TargetCalibration> results(plan.cameras.size());
-    tbb::task_arena arena(jobs);
-    arena.execute([&] {
-        tbb::parallel_for(std::size_t{0}, results.size(), [&](std::size_t i) {
-            const std::uint64_t id = plan.cameras[i].id;
-            const SettingsByCamera settings = {{id, plan.project.settings.at(id)}};
-            results[i] = radiometry::calibrateFromTargets(
-                targetRequest(flight, plan.project, settings, target::targetDetectors()));
-        });
-    });
-    return results;
 }
 
 std::string whyNotUsed(const radiometry::MeasuredTarget& measured) {
@@ -52,24 +36,58 @@ std::string whyNotUsed(const radiometry::MeasuredTarget& measured) {
 }
 
 void useTargets(const Flight& flight, const PlanOptions& options, Plan& plan) {
-    const std::vector<radiometry::TargetCalibration> results =
-        calibrateCameras(flight, plan, options.jobs);
-    for (std::size_t i = 0; i < results.size(); ++i) {
-        PlannedCamera& camera = plan.cameras[i];
-        const auto found = results[i].cameras.find(camera.id);
-        if (found != results[i].cameras.end() && !found->second.sensitivity.empty()) {
+    RigTargetOptions how;
+    how.useAllImages = true; // that are left: those that are looked into
+    how.jobs = options.jobs;
+    const radiometry::TargetCalibration result =
+        calibrateRigs(flight, plan.project, target::targetDetectors(), how);
+    for (PlannedCamera& camera : plan.cameras) {
+        const auto found = result.cameras.find(camera.id);
+        if (found != result.cameras.end() && !found->second.sensitivity.empty()) {
             plan.project.sensitivities[camera.id] = found->second.sensitivity;
             camera.sensitivitySource = {"target", found->second.source.toStdString()};
         }
-        for (const radiometry::MeasuredTarget& target : results[i].targets) {
-            if (!target.isUsed) {
-                sayWarning(target.imagePath.toStdString(), whyNotUsed(target));
-            }
-            plan.targets.push_back({target, {}});
+    }
+    for (const radiometry::MeasuredTarget& target : result.targets) {
+        if (!target.isUsed) {
+            sayWarning(target.imagePath.toStdString(), whyNotUsed(target));
         }
+        plan.targets.push_back({target, {}});
     }
     if (!options.pictures.empty()) {
         drawTargets(options.pictures, options.pictures.parent_path(), plan.targets);
+    }
+}
+
+/// Takes away the sensitivities of rigs of which some bands have one and some do not.
+void keepWholeRigs(const std::string& source, Plan& plan) {
+    auto& sensitivities = plan.project.sensitivities;
+    for (const Rig& rig : plan.project.rigs) {
+        std::string lacking;
+        std::size_t count = 0;
+        for (const PlannedCamera& camera : plan.cameras) {
+            if (!std::binary_search(rig.begin(), rig.end(), camera.id)) {
+                continue;
+            }
+            if (sensitivities.count(camera.id) > 0) {
+                ++count;
+            } else {
+                lacking += (lacking.empty() ? "" : ", ") + camera.name;
+            }
+        }
+        if (count == 0 || count == rig.size()) {
+            continue;
+        }
+        sayWarning({},
+                   source + " has no sensitivity for " + lacking +
+                       ": it is used for no band of the rig, because ratios of bands from two "
+                       "sources would be wrong");
+        for (PlannedCamera& camera : plan.cameras) {
+            if (std::binary_search(rig.begin(), rig.end(), camera.id)) {
+                sensitivities.erase(camera.id);
+                camera.sensitivitySource = {};
+            }
+        }
     }
 }
 
@@ -85,30 +103,45 @@ void useFile(const Flight& flight, const std::string& path, Plan& plan) {
             }
         }();
         if (sensitivity.empty()) {
-            sayWarning(path, "no sensitivity of camera " + camera.name);
             continue;
         }
         plan.project.sensitivities[camera.id] = sensitivity;
         camera.sensitivitySource = {"file", path};
+    }
+    keepWholeRigs(path, plan);
+    for (const PlannedCamera& camera : plan.cameras) {
+        if (camera.unit.empty() && plan.project.sensitivities.count(camera.id) == 0) {
+            sayWarning(path, "no sensitivity of camera " + camera.name);
+        }
     }
     for (const CameraSensitivity& camera : file.cameras) {
         plan.targets.insert(plan.targets.end(), camera.targets.begin(), camera.targets.end());
     }
 }
 
+/// For the rigs that have no target.
 void useMakerConstants(const Flight& flight, Plan& plan) {
+    bool isUsed = false;
     for (PlannedCamera& camera : plan.cameras) {
+        if (plan.project.sensitivities.count(camera.id) > 0) {
+            continue;
+        }
         const std::vector<double> sensitivity =
             makerSensitivity(firstImageOf(camera.id, flight).exif,
                              plan.project.settings.at(camera.id).correctionType);
-        if (sensitivity.empty() || plan.project.sensitivities.count(camera.id) > 0) {
-            continue;
+        if (!sensitivity.empty()) {
+            plan.project.sensitivities[camera.id] = sensitivity;
+            camera.sensitivitySource = {"maker", "the maker's constant; no target was used"};
+            isUsed = true;
         }
-        plan.project.sensitivities[camera.id] = sensitivity;
-        camera.sensitivitySource = {"maker", "the maker's constant; no target was used"};
-        sayWarning({},
-                   "no reflectance target was used: reflectance is by the maker's constant and "
-                   "the irradiance sensor");
+    }
+    keepWholeRigs("the maker's constant", plan);
+    if (isUsed) {
+        sayWarning(
+            {},
+            "no reflectance target was used: reflectance is by the maker's constant and "
+            "the irradiance sensor. Where that sensor was tilted or shaded it is off by tens "
+            "of percent, and differently in each band");
     }
 }
 
@@ -137,10 +170,22 @@ targetRequest(const Flight& flight,
 }
 
 void keepTargetCandidates(const Project& project, Flight& flight) {
-    std::vector<InputImage> kept;
     const auto& detectors = target::targetDetectors();
-    for (const std::size_t i : radiometry::targetCandidates(
-             targetRequest(flight, project, project.settings, detectors))) {
+    const std::vector<std::size_t> candidates =
+        radiometry::targetCandidates(targetRequest(flight, project, project.settings, detectors));
+    std::set<std::size_t> wanted(candidates.begin(), candidates.end());
+    std::unordered_set<std::string> captures;
+    for (const std::size_t i : candidates) {
+        captures.insert(captureOf(flight.images[i]));
+    }
+    captures.erase("");
+    for (std::size_t i = 0; i < flight.images.size(); ++i) {
+        if (flight.images[i].enabled && captures.count(captureOf(flight.images[i])) > 0) {
+            wanted.insert(i);
+        }
+    }
+    std::vector<InputImage> kept;
+    for (const std::size_t i : wanted) {
         kept.push_back(std::move(flight.images[i]));
     }
     flight.images = std::move(kept);

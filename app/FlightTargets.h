@@ -14,7 +14,8 @@ targetRequest(const Flight& flight,
               const SettingsByCamera& settings,
               const std::vector<std::unique_ptr<target::ITargetDetector>>& detectors);
 
-/// Drops all images but those that are looked into for targets, which are some of each camera.
+/// Drops all images but those that are looked into for targets: some of each camera, and all bands
+/// of their captures.
 void keepTargetCandidates(const Project& project, Flight& flight);
 
 /// The sensitivity of each camera, by what the user asked for: targets in the images, a file, or

@@ -12,6 +12,7 @@
 #include "radiometry/ExposureMetadata.h"
 #include "radiometry/SunIrradiance.h"
 #include "radiometry/SunPosition.h"
+#include "radiometry/Thermal.h"
 #include "radiometry/corrector/ICorrector.h"
 
 #include <cmath>
@@ -107,6 +108,9 @@ void ImageCorrector::check(const InputImage& image) const {
     if (exif.isNormalized) {
         refuse("already corrected");
     }
+    if (exif.isThermal) {
+        return; // its samples are temperatures, whatever the metadata say of exposure and light
+    }
     if (!doAnyCorrection(type) && m_project.isTypeChosen) {
         return;
     }
@@ -125,10 +129,14 @@ void ImageCorrector::check(const InputImage& image) const {
         refuse("no ISO or no f-number in the metadata, which the Sequoia's model needs");
     }
     if (!exif.sensitivity.empty() && !radiometry::isSensitivityValid(exif.sensitivity)) {
-        refuse("no valid sensitivity in the metadata (a thermal band?); left alone");
+        refuse("the sensitivity in the metadata is not above 0 in each band");
     }
     if (doIrradianceCorrection(type) && !exif::hasSunIrradiance(exif)) {
         refuse("no irradiance reading in the metadata");
+    }
+    if (doSunAngleCorrection(type) && !exif.uselessBands.empty()) {
+        refuse("the sun angle cannot be corrected for a camera with a band that holds nothing of "
+               "use; ask for --type irradiance");
     }
     if (doSunAngleCorrection(type) && !image.geo.position) {
         refuse("Unable to convert from output coordinate system to WGS-84: no position in the "
@@ -154,6 +162,13 @@ Eigen::ArrayXd ImageCorrector::sunlightOf(const InputImage& image) const {
 }
 
 Applied ImageCorrector::correct(const InputImage& image, BandImage& bands) {
+    if (image.exif.isThermal) {
+        Applied applied;
+        applied.sun = sunGeometryOf(image);
+        radiometry::toCelsius(bands);
+        applied.pixels = summaryOf(bands);
+        return applied;
+    }
     const CameraParams camera = exif::cameraParams(image.exif);
     const radiometry::sequoia::ModelParameter* model = m_project.sequoiaModelOf(image);
     const CameraExternals externals = externalsOf(image, m_project.coordinateSystems);
@@ -182,6 +197,10 @@ Applied ImageCorrector::correct(const InputImage& image, BandImage& bands) {
             applied.correctors.push_back(radiometry::corrector::name(*corrector));
         }
     }
+    if (!image.exif.uselessBands.empty()) {
+        eraseUseless(image.exif, bands);
+        applied.pixels = summaryOf(bands);
+    }
     return applied;
 }
 
@@ -199,6 +218,9 @@ ChainDescription ImageCorrector::describeChain(const InputImage& image) {
                                                         model,
                                                         m_maps.mapsFor(image, camera, model));
     ChainDescription description;
+    if (image.exif.isThermal) {
+        return description;
+    }
     for (const auto& corrector : radiometry::corrector::create(image.exif)) {
         radiometry::corrector::feed(*corrector, sources);
         description.chain.push_back(radiometry::corrector::name(*corrector));

@@ -25,6 +25,18 @@ public:
 /// JPEG). @throws image::Error; Refusal when pixels and metadata contradict each other
 image::Raster openPixels(InputImage& image);
 
+/// Takes the entries of an image's useless bands out of a list that has one a band; other lists
+/// stay as they are.
+template <typename List>
+void eraseUseless(const ExifInfo& exif, List& list) {
+    if (list.size() != exif.bandCount) {
+        return;
+    }
+    for (auto band = exif.uselessBands.rbegin(); band != exif.uselessBands.rend(); ++band) {
+        list.erase(list.begin() + static_cast<std::ptrdiff_t>(*band));
+    }
+}
+
 /// Names of the correctors that the library builds for an image, in order.
 struct ChainDescription {
     std::vector<std::string> chain;
@@ -58,7 +70,8 @@ public:
     /// @throws Refusal when correcting this image would give numbers that only look right
     void check(const InputImage& image) const;
 
-    /// Corrects the bands of a whole image in place.
+    /// Corrects the bands of a whole image in place: temperatures of a thermal image become degrees
+    /// Celsius, and bands that hold nothing of use are taken away.
     Applied correct(const InputImage& image, BandImage& bands);
 
     ChainDescription describeChain(const InputImage& image);

@@ -4,6 +4,7 @@
 #include "CorrectionWords.h"
 #include "Flight.h"
 #include "ImageCorrector.h"
+#include "JsonReader.h"
 #include "platform/exif/ExifReader.h"
 #include "platform/exif/Predicates.h"
 #include "radiometry/Config.h"
@@ -133,19 +134,19 @@ Json describe(const InputImage& image,
 
 /// Short aligned lines for people: what is not stated is left out.
 void printImage(const Json& image) {
-    std::printf("%s\n", image["file"].get<std::string>().c_str());
+    show("%s\n", image["file"].get<std::string>().c_str());
     for (const auto& [key, value] : image.items()) {
         if (key == "file" || value.is_null() || (value.is_structured() && value.empty())) {
             continue;
         }
         if (key == "camera") {
-            std::printf("  %-26s %s\n", "camera", value["name"].get<std::string>().c_str());
+            show("  %-26s %s\n", "camera", value["name"].get<std::string>().c_str());
             continue;
         }
         const std::string text = value.is_string()
                                      ? value.get<std::string>()
                                      : value.dump(-1, ' ', false, Json::error_handler_t::replace);
-        std::printf("  %-26s %s\n", key.c_str(), text.c_str());
+        show("  %-26s %s\n", key.c_str(), text.c_str());
     }
 }
 
@@ -185,7 +186,7 @@ int inspect(const InspectOptions& options) {
         }
     }
     if (options.json) {
-        std::printf("%s\n", all.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
+        std::puts(jsonText(all, 2).c_str());
     }
     if (!hasFailed) {
         return AllDone;

@@ -5,6 +5,7 @@
 
 #include <QtCore/QString>
 
+#include <array>
 #include <fstream>
 #include <limits>
 #include <stdexcept>
@@ -106,6 +107,30 @@ Json readJson(const std::string& file) {
     } catch (const Json::exception& failure) {
         throw std::runtime_error(file + ": not JSON: " + failure.what());
     }
+}
+
+std::string jsonText(const nlohmann::ordered_json& document, int indent) {
+    const std::string text =
+        document.dump(indent, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+    // C0 is escaped by then. C1, U+0080 to U+009F, is C2 and a byte in UTF-8.
+    std::string result;
+    result.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : '\0');
+        if (byte == 0x7F) {
+            result += "\\u007f";
+        } else if (byte == 0xC2 && next < 0xA0) {
+            constexpr std::array<char, 17> kDigits = {"0123456789abcdef"};
+            result += "\\u00";
+            result += kDigits[next / 16];
+            result += kDigits[next % 16];
+            ++i;
+        } else {
+            result += text[i];
+        }
+    }
+    return result;
 }
 
 void writeJson(const std::string& file, const Json& document) {

@@ -44,6 +44,10 @@ private:
 /// The document of a file. @throws std::runtime_error that names the file and what is wrong
 nlohmann::ordered_json readJson(const std::string& file);
 
+/// A document as text, on one line or indented. Texts that are not UTF-8 are mended; no control
+/// character of a text stays as it is, so that it may be shown on a terminal.
+std::string jsonText(const nlohmann::ordered_json& document, int indent = -1);
+
 /// Writes a document; it appears whole or not at all. @throws std::runtime_error
 void writeJson(const std::string& file, const nlohmann::ordered_json& document);
 

@@ -1,5 +1,6 @@
 #include "Output.h"
 
+#include "ImageCorrector.h"
 #include "platform/image/PendingFile.h"
 #include "platform/image/Raster.h"
 #include "platform/text/Text.h"
@@ -18,6 +19,9 @@ image::WriteOptions writeOptions(const InputImage& image,
     image::WriteOptions options;
     options.noData = static_cast<double>(radiometry::kNoData);
     options.creationOptions = creationOptions;
+    if (image.exif.isThermal) {
+        options.unit = kCelsius;
+    }
     for (const QString& name : image.exif.bandNames) {
         options.bandNames.push_back(name.toStdString());
     }
@@ -26,6 +30,8 @@ image::WriteOptions writeOptions(const InputImage& image,
                                      {"fwhm", numberText(band.fwhmNm)},
                                      {"wavelength_units", "Nanometers"}});
     }
+    eraseUseless(image.exif, options.bandNames);
+    eraseUseless(image.exif, options.bandItems);
     return options;
 }
 
@@ -64,12 +70,17 @@ void writeOutput(const fs::path& output,
                  const std::vector<std::string>& creationOptions) {
     image::PendingFile file(output.string());
     image::WriteOptions options = writeOptions(image, creationOptions);
+    std::vector<std::string> omitted;
+    if (!image.exif.uselessBands.empty()) {
+        omitted = {"BandName", "CentralWavelength", "WavelengthFWHM"}; // one a band of the source
+    }
     options.describe = [&](const std::string& head) {
         return exif::copyDescription(metadata,
                                      head,
                                      {{"Xmp.Tessik.Correction", {type}},
                                       {"Xmp.Tessik.Version", {RADIOMETRY_VERSION}},
-                                      {"Xmp.Tessik.Fingerprint", {fingerprint}}});
+                                      {"Xmp.Tessik.Fingerprint", {fingerprint}}},
+                                     omitted);
     };
     image::writeFloatRaster(file.temporaryPath(), bands, options);
     file.commit();

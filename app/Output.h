@@ -11,6 +11,9 @@
 
 namespace tessik::app {
 
+/// Unit of the values of a thermal image, as UDUNITS names it.
+constexpr auto kCelsius = "degree_Celsius";
+
 /// What an output was made from and with: outputs of equal fingerprints are equal.
 /// @param settings text of what changes pixels
 /// @param creationOptions GeoTIFF creation options

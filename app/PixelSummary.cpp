@@ -47,7 +47,31 @@ Sums sumsOfRow(const float* row, std::size_t size) {
     return total;
 }
 
+/// Adds what one band came to.
+void add(const Sums& total, Eigen::Index size, PixelSummary& summary) {
+    const std::int64_t valid = size - total.masked;
+    summary.pixelCount += size;
+    summary.maskedCount += total.masked;
+    summary.means.push_back(valid > 0 ? total.sum / static_cast<double>(valid)
+                                      : std::numeric_limits<double>::quiet_NaN());
+}
+
 } // namespace
+
+PixelSummary summaryOf(const BandImage& bands) {
+    PixelSummary summary;
+    for (const BandMatrix& band : bands) {
+        Sums total;
+        for (Eigen::Index r = 0; r < band.rows(); ++r) {
+            const Sums sums =
+                sumsOfRow(band.data() + r * band.cols(), static_cast<std::size_t>(band.cols()));
+            total.sum += sums.sum;
+            total.masked += sums.masked;
+        }
+        add(total, band.size(), summary);
+    }
+    return summary;
+}
 
 radiometry::corrector::RowWork
 Summarise::prepareRows(const BandImage& bands, const Eigen::Vector2i& /*blockOffset*/) const {
@@ -65,11 +89,7 @@ Summarise::prepareRows(const BandImage& bands, const Eigen::Vector2i& /*blockOff
             },
             [totals, size, &summary = m_summary] {
                 for (const Sums& total : *totals) {
-                    const std::int64_t valid = size - total.masked;
-                    summary.pixelCount += size;
-                    summary.maskedCount += total.masked;
-                    summary.means.push_back(valid > 0 ? total.sum / static_cast<double>(valid)
-                                                      : std::numeric_limits<double>::quiet_NaN());
+                    add(total, size, summary);
                 }
             }};
 }

@@ -14,6 +14,8 @@ struct PixelSummary {
     std::vector<double> means;    ///< of the valid pixels, one a band; NaN = none is valid
 };
 
+PixelSummary summaryOf(const BandImage& bands);
+
 /// Looks at the pixels as the last step of a chain, while they are in the processor's cache.
 class Summarise final : public radiometry::corrector::ICorrector {
 public:

@@ -2,6 +2,8 @@
 
 #include "CorrectionWords.h"
 #include "FlightTargets.h"
+#include "ImageCorrector.h"
+#include "Output.h"
 #include "platform/exif/ExifReader.h"
 #include "radiometry/Config.h"
 
@@ -17,6 +19,20 @@ namespace tessik::app {
 namespace {
 
 namespace fs = std::filesystem;
+
+/// What the first image of a camera says of all.
+void describeImages(const ExifInfo& exif, PlannedCamera& camera) {
+    for (const QString& name : exif.bandNames) {
+        camera.bandNames.push_back(name.toStdString());
+    }
+    eraseUseless(exif, camera.bandNames);
+    eraseUseless(exif, camera.bands);
+    camera.clipsAt = exif.clipLine;
+    if (exif.storedRange && !camera.clipsAt) {
+        camera.clipsAt = ClipLine{exif.storedRange->second, 0.0};
+    }
+    camera.unit = exif.isThermal ? kCelsius : "";
+}
 
 std::vector<PlannedCamera> describeCameras(const Flight& flight, const Project& project) {
     std::vector<PlannedCamera> cameras;
@@ -38,9 +54,10 @@ std::vector<PlannedCamera> describeCameras(const Flight& flight, const Project& 
         }
         PlannedCamera& camera = cameras[indices.at(image.cameraId)];
         if (camera.imageCount++ == 0) {
-            for (const QString& name : image.exif.bandNames) {
-                camera.bandNames.push_back(name.toStdString());
-            }
+            describeImages(image.exif, camera);
+        }
+        if (image.exif.isThermal) {
+            continue;
         }
         for (const radiometry::CorrectionType type : correctionTypes()) {
             if (type <= project.typeOf(image)) {
@@ -74,8 +91,12 @@ void listImages(Flight& flight, Plan& plan) {
             plan.failures.push_back(
                 {std::move(input.path), "another image has the same output " + output});
         } else {
+            const ExifInfo& exif = flight.images[i].exif;
             plan.images.push_back(
-                {std::move(input.path), std::move(output), flight.images[i].cameraId});
+                {std::move(input.path),
+                 std::move(output),
+                 flight.images[i].cameraId,
+                 exif.lightAveragingSeconds > 0.0 ? exif.sunIrradiance : std::vector<double>()});
             outputs.insert(plan.images.back().output);
         }
     }
@@ -97,7 +118,8 @@ Plan makePlan(const PlanOptions& options) {
     plan.utcOffsetHours = options.metadata.utcOffsetHours ? options.metadata.utcOffsetHours
                                                           : flight.estimatedUtcOffsetHours;
     listImages(flight, plan);
-    plan.project = makeProject(flight, options.project);
+    plan.donors = options.metadata.donors;
+    plan.project = makeProject(flight, options.project, options.metadata, options.jobs);
     plan.cameras = describeCameras(flight, plan.project);
     keepTargetCandidates(plan.project, flight);
     malloc_trim(0); // the metadata of thousands of images were in memory
@@ -116,19 +138,19 @@ int plan(const PlanOptions& options, const fs::path& file) {
     }
     writePlan(made, file);
     for (const PlannedCamera& camera : made.cameras) {
-        std::printf("%-40s %6zu images  %-18s  %s\n",
-                    camera.name.c_str(),
-                    camera.imageCount,
-                    wordOf(made.project.settings.at(camera.id).correctionType).c_str(),
-                    camera.sensitivitySource.text.c_str());
+        show("%-40s %6zu images  %-18s  %s\n",
+             camera.name.c_str(),
+             camera.imageCount,
+             wordOf(made.project.settings.at(camera.id).correctionType).c_str(),
+             camera.sensitivitySource.text.c_str());
     }
     for (const auto& [band, fraction] : made.project.sunlight.fractions) {
-        std::printf("direct sunlight at %.1f nm: %.4f (%s)\n",
-                    band.wavelengthNm,
-                    fraction,
-                    made.project.sunlight.model.c_str());
+        show("direct sunlight at %.1f nm: %.4f (%s)\n",
+             band.wavelengthNm,
+             fraction,
+             made.project.sunlight.model.c_str());
     }
-    std::printf("%zu images planned in %s\n", made.images.size(), file.c_str());
+    show("%zu images planned in %s\n", made.images.size(), file.c_str());
     return made.failures.empty() ? AllDone : SomeFailed;
 }
 

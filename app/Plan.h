@@ -34,7 +34,9 @@ struct PlanOptions {
 struct PlannedImage {
     std::string path;   ///< as the user gave it
     std::string output; ///< relative to the output folder
-    std::uint64_t cameraId;
+    std::uint64_t cameraId = 0;
+    /// Reading of the light sensor to use in place of the file's, one a band; empty = the file's.
+    std::vector<double> sunIrradiance{};
 };
 
 /// Where a camera's sensitivity comes from.
@@ -56,6 +58,10 @@ struct PlannedCamera {
     /// What images of this camera lack, by richer type.
     std::map<std::string, std::vector<std::string>> missing;
     SensitivitySource sensitivitySource;
+    /// Where samples clip: a value in the first row, DN, and its change with the row; absent = not
+    /// known.
+    std::optional<ClipLine> clipsAt;
+    std::string unit; ///< of the corrected values; empty = proportional to radiance or reflectance
 };
 
 struct PlanFailure {
@@ -74,6 +80,11 @@ struct Plan {
     std::filesystem::path sequoiaCalibration; ///< empty = none
     /// Of cameras that write local time: given, or told by a position.
     std::optional<double> utcOffsetHours;
+    /// Images that lend their calibration; null = none.
+    std::shared_ptr<const exif::CalibrationDonors> donors;
+
+    [[nodiscard]] exif::ReadOptions readOptions() const { return {utcOffsetHours, donors}; }
+
     // As decided
     Project project;
     std::vector<PlannedCamera> cameras;

@@ -31,6 +31,15 @@ std::string dump(const Json& json) {
 
 // --- Writing
 
+Json clipsAtJson(const PlannedCamera& camera, const Project& project) {
+    if (!camera.clipsAt) {
+        return {};
+    }
+    return {{"dn", camera.clipsAt->atFirstRow},
+            {"dn_per_row", camera.clipsAt->perRow},
+            {"found", project.clipLimits.count(camera.id) > 0}};
+}
+
 Json cameraJson(const PlannedCamera& camera, const Project& project) {
     Json bands = Json::array();
     for (std::size_t b = 0; b < std::max(camera.bands.size(), camera.bandNames.size()); ++b) {
@@ -53,9 +62,19 @@ Json cameraJson(const PlannedCamera& camera, const Project& project) {
             {"images", camera.imageCount},
             {"correction_type", wordOf(project.settings.at(camera.id).correctionType)},
             {"missing", camera.missing},
+            {"unit", orNull(!camera.unit.empty(), camera.unit)},
+            {"clips_at", clipsAtJson(camera, project)},
             {"sensitivity", hasSensitivity ? Json(sensitivity->second) : Json()},
             {"sensitivity_source",
              orNull(hasSensitivity, {{"kind", source.kind}, {"text", source.text}})}};
+}
+
+Json pathsOf(const exif::CalibrationDonors* donors) {
+    Json paths = Json::array();
+    for (const exif::CalibrationDonor& donor : donors ? *donors : exif::CalibrationDonors()) {
+        paths.push_back(donor.path);
+    }
+    return paths;
 }
 
 Json sunlightJson(const Sunlight& sunlight) {
@@ -108,6 +127,7 @@ Json headJson(const Plan& plan) {
               {"sunlight", plan.sunlight},
               {"targets", plan.targetsAsked},
               {"utc_offset_hours", plan.utcOffsetHours ? Json(*plan.utcOffsetHours) : Json()},
+              {"calibration_from", pathsOf(plan.donors.get())},
               {"sensor_mount_deg", mount},
               {"sequoia_calibration",
                orNull(!plan.sequoiaCalibration.empty(), plan.sequoiaCalibration.string())}}},
@@ -163,6 +183,36 @@ void readSensitivity(const JsonReader& json, PlannedCamera& camera, Project& pro
     camera.sensitivitySource = {source["kind"].text(), source["text"].text()};
 }
 
+/// Plans of older versions do not tell.
+void readClipsAt(const JsonReader& json, PlannedCamera& camera, Project& project) {
+    if (!json.has("clips_at") || json["clips_at"].isNull()) {
+        return;
+    }
+    const JsonReader limit = json["clips_at"];
+    camera.clipsAt = ClipLine{limit["dn"].number(), limit["dn_per_row"].number()};
+    if (limit["found"].flag()) {
+        constexpr double kLargest = 65535.0;
+        if (!(camera.clipsAt->atFirstRow > 0.0 && camera.clipsAt->atFirstRow <= kLargest)) {
+            limit["dn"].fail("not a value of 16 bits");
+        }
+        project.clipLimits[camera.id] = camera.clipsAt->atFirstRow;
+    }
+}
+
+/// Readings that a plan states in place of the files' own.
+std::vector<double> readIrradiance(const JsonReader& image) {
+    if (!image.has("sun_irradiance")) {
+        return {};
+    }
+    const std::vector<double> readings = image["sun_irradiance"].numbers();
+    if (!std::all_of(readings.begin(), readings.end(), [](double value) {
+            return std::isfinite(value) && value > 0.0;
+        })) {
+        image["sun_irradiance"].fail("a reading that is not above 0");
+    }
+    return readings;
+}
+
 PlannedCamera readCamera(const JsonReader& json, Project& project) {
     PlannedCamera camera;
     camera.id = json["id"].id();
@@ -185,6 +235,10 @@ PlannedCamera readCamera(const JsonReader& json, Project& project) {
             camera.bands.push_back(bandOf(band));
         }
     }
+    if (json.has("unit")) {
+        camera.unit = textOrEmpty(json["unit"]);
+    }
+    readClipsAt(json, camera, project);
     const auto type = typeOf(json["correction_type"].text());
     if (!type) {
         json["correction_type"].fail("not a correction type");
@@ -232,6 +286,13 @@ void readOptions(const JsonReader& json, Plan& plan) {
     plan.utcOffsetHours = numberOrNone(json["utc_offset_hours"]);
     plan.sequoiaCalibration = textOrEmpty(json["sequoia_calibration"]);
     plan.project.isTypeChosen = plan.type != "auto";
+    if (json.has("calibration_from")) {
+        if (const std::vector<std::string> paths = texts(json["calibration_from"]);
+            !paths.empty()) {
+            plan.donors = std::make_shared<const exif::CalibrationDonors>(exif::readDonors(paths));
+            noteDonors(plan.readOptions(), plan.project);
+        }
+    }
     if (!json["sensor_mount_deg"].isNull()) {
         const std::vector<double> angles = json["sensor_mount_deg"].numbers();
         constexpr double kLargest = std::numeric_limits<float>::max();
@@ -280,8 +341,10 @@ Plan planOf(const JsonReader& json) {
     }
     std::set<fs::path> outputs;
     for (const JsonReader& image : json["images"].items()) {
-        plan.images.push_back(
-            {image["path"].text(), outputOf(image["output"]), image["camera"].id()});
+        plan.images.push_back({image["path"].text(),
+                               outputOf(image["output"]),
+                               image["camera"].id(),
+                               readIrradiance(image)});
         if (!outputs.insert(fs::path(plan.images.back().output).lexically_normal()).second) {
             image["output"].fail("another image has the same output");
         }
@@ -320,9 +383,13 @@ void writePlan(const Plan& plan, const fs::path& file) {
     const char* separator = "\n";
     for (const PlannedImage& image : plan.images) {
         text += separator;
-        text += "    " + dump({{"path", image.path},
-                               {"output", image.output},
-                               {"camera", std::to_string(image.cameraId)}});
+        Json entry = {{"path", image.path},
+                      {"output", image.output},
+                      {"camera", std::to_string(image.cameraId)}};
+        if (!image.sunIrradiance.empty()) {
+            entry["sun_irradiance"] = image.sunIrradiance;
+        }
+        text += "    " + dump(entry);
         separator = ",\n";
     }
     text += "\n  ]\n}\n";

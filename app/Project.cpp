@@ -15,7 +15,16 @@ namespace {
 namespace fs = std::filesystem;
 using radiometry::CorrectionType;
 
+bool isThermal(const Flight& flight, std::uint64_t cameraId) {
+    return std::any_of(flight.images.begin(), flight.images.end(), [&](const InputImage& image) {
+        return image.enabled && image.cameraId == cameraId && image.exif.isThermal;
+    });
+}
+
 CorrectionType typeFor(const Flight& flight, std::size_t cameraId, const ProjectOptions& options) {
+    if (isThermal(flight, cameraId)) {
+        return CorrectionType::NoCorrection;
+    }
     return options.type
                ? *options.type
                : radiometry::guessRadiometricCorrectionTypeFromImage(flight.images, cameraId);
@@ -53,6 +62,9 @@ std::string Project::fingerprint(std::uint64_t cameraId) const {
             text += exactText(static_cast<double>(angle));
         }
     }
+    if (const auto found = clipLimits.find(cameraId); found != clipLimits.end()) {
+        text += " clips" + exactText(found->second);
+    }
     if (const auto found = sensitivities.find(cameraId); found != sensitivities.end()) {
         text += " sensitivity";
         for (const double value : found->second) {
@@ -63,7 +75,8 @@ std::string Project::fingerprint(std::uint64_t cameraId) const {
 }
 
 void mountSensor(const std::optional<Eigen::Vector3f>& mount, InputImage& image) {
-    if (mount && exif::hasSunIrradiance(image.exif) && !image.exif.sunSensorRelativeOrientation) {
+    if (mount && exif::hasSunIrradiance(image.exif) && !image.exif.isSunIrradianceLevel &&
+        !image.exif.sunSensorRelativeOrientation) {
         image.exif.sunSensorRelativeOrientation = mount;
     }
 }
@@ -91,11 +104,28 @@ void loadSequoiaModels(const CamerasData& cameras,
     }
 }
 
-Project makeProject(Flight& flight, const ProjectOptions& options) {
+void noteDonors(const exif::ReadOptions& options, Project& project) {
+    for (const exif::CalibrationDonor& donor :
+         options.donors ? *options.donors : exif::CalibrationDonors()) {
+        project.modelFiles += " " + stateOf(donor.path);
+    }
+}
+
+Project makeProject(Flight& flight,
+                    const ProjectOptions& options,
+                    const exif::ReadOptions& metadata,
+                    int jobs) {
+    Project project;
+    project.rigs = rigsOf(flight.images);
+    project.clipLimits = findClipLimits(flight.images, jobs);
+    for (const auto& [camera, limit] : project.clipLimits) {
+        flight.cameras.at(camera).params.storedRange = {0.0, limit};
+    }
+    noteDonors(metadata, project);
     for (InputImage& image : flight.images) {
         mountSensor(options.sensorMount, image);
+        useClipLimit(project.clipLimits, image);
     }
-    Project project;
     project.isTypeChosen = options.type.has_value();
     project.sensorMount = options.sensorMount;
     project.center = centerOf(flight);

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "ClipLimits.h"
 #include "Flight.h"
+#include "Rigs.h"
 #include "Sunlight.h"
 #include "platform/geo/ProjectCoordinateSystems.h"
 #include "radiometry/Types.h"
@@ -44,8 +46,12 @@ struct Project {
     std::optional<Eigen::Vector3f> sensorMount; ///< as in ProjectOptions
     /// Sensitivity of each band, by camera identifier; no entry = none.
     std::unordered_map<std::uint64_t, std::vector<double>> sensitivities;
-    /// Names, sizes and times of the model files in use.
+    /// Names, sizes and times of the model files in use, and of images that lend their calibration.
     std::string modelFiles;
+    /// Where samples clip, of the cameras whose metadata do not tell.
+    ClipLimits clipLimits;
+    /// The cameras that fly together.
+    std::vector<Rig> rigs;
 
     /// Text that changes when a decision does that changes the pixels of a camera's images.
     [[nodiscard]] std::string fingerprint(std::uint64_t cameraId) const;
@@ -64,7 +70,8 @@ struct Project {
     }
 };
 
-/// States the sensor's orientation where there is a reading and the metadata do not state it.
+/// States the sensor's orientation where there is a reading that is not level already and the
+/// metadata do not state it.
 void mountSensor(const std::optional<Eigen::Vector3f>& mount, InputImage& image);
 
 /// Loads the models of the cameras' own bodies. Warnings are said.
@@ -75,7 +82,13 @@ void loadSequoiaModels(const CamerasData& cameras,
                        const std::filesystem::path& folder,
                        Project& project);
 
+/// Notes which files lend calibration, so that a change of them changes what is made with them.
+void noteDonors(const exif::ReadOptions& options, Project& project);
+
 /// Decides. Warnings are said. @throws std::runtime_error when a folder of models cannot be read
-Project makeProject(Flight& flight, const ProjectOptions& options);
+Project makeProject(Flight& flight,
+                    const ProjectOptions& options,
+                    const exif::ReadOptions& metadata,
+                    int jobs);
 
 } // namespace tessik::app

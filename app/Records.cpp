@@ -1,5 +1,7 @@
 #include "Records.h"
 
+#include "Output.h"
+
 #include <nlohmann/json.hpp>
 
 #include <cmath>
@@ -66,6 +68,7 @@ Json doneJson(const Record& record) {
             {"reason", Json()},
             {"library_version", RADIOMETRY_VERSION},
             {"correction_type", record.correctionType},
+            {"unit", image.exif.isThermal ? Json(kCelsius) : Json()},
             {"capture_time_unix", image.geo.captureTime},
             {"latitude_deg", coordinate(&GeoPosition::latitude)},
             {"longitude_deg", coordinate(&GeoPosition::longitude)},

@@ -1,6 +1,7 @@
 #include "SequoiaModel.h"
 
 #include "Console.h"
+#include "JsonReader.h"
 #include "radiometry/Types.h"
 #include "radiometry/sequoia/ModelFile.h"
 
@@ -70,17 +71,17 @@ int showSequoiaModel(const std::string& file, bool json) {
     }
     if (json) {
         const Json document = {{"file", file}, {"serial", model->serialNumber}, {"bands", bands}};
-        std::printf("%s\n", document.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
+        std::puts(jsonText(document, 2).c_str());
         return AllDone;
     }
-    std::printf("%s\n  serial number            %s\n", file.c_str(), model->serialNumber.c_str());
+    show("%s\n  serial number            %s\n", file.c_str(), model->serialNumber.c_str());
     for (const Json& band : bands) {
-        std::printf("  %s\n", band["name"].get<std::string>().c_str());
+        show("  %s\n", band["name"].get<std::string>().c_str());
         for (const auto& [key, value] : band.items()) {
             if (key != "name") {
-                std::printf("    %-30s %s\n",
-                            key.c_str(),
-                            (value.is_object() ? line(value) : value.dump()).c_str());
+                show("    %-30s %s\n",
+                     key.c_str(),
+                     (value.is_object() ? line(value) : value.dump()).c_str());
             }
         }
     }
@@ -104,7 +105,7 @@ int checkSequoiaModel(const std::string& file) {
             return NothingDone;
         }
     }
-    std::printf("%s: good, serial number %s\n", file.c_str(), model->serialNumber.c_str());
+    show("%s: good, serial number %s\n", file.c_str(), model->serialNumber.c_str());
     return AllDone;
 }
 

@@ -2,6 +2,7 @@
 
 #include "Console.h"
 #include "CorrectionWords.h"
+#include "JsonReader.h"
 #include "Poses.h"
 #include "Project.h"
 #include "platform/exif/Predicates.h"
@@ -94,17 +95,15 @@ Json describe(const BandInfo& band, double fraction) {
 }
 
 void print(const Json& bands) {
-    std::printf(
-        "%10s %8s %10s %10s %9s\n", "wavelength", "fwhm", "fraction", "std error", "readings");
+    show("%10s %8s %10s %10s %9s\n", "wavelength", "fwhm", "fraction", "std error", "readings");
     for (const Json& band : bands) {
         const Json& error = band["standard_error"];
-        std::printf("%7.1f nm %5.1f nm %10.4f %10s %9d\n",
-                    band["wavelength_nm"].get<double>(),
-                    band["fwhm_nm"].get<double>(),
-                    band["fraction"].get<double>(),
-                    error.is_null() ? "-"
-                                    : QString::number(error.get<double>(), 'f', 4).toUtf8().data(),
-                    band["readings"].get<int>());
+        show("%7.1f nm %5.1f nm %10.4f %10s %9d\n",
+             band["wavelength_nm"].get<double>(),
+             band["fwhm_nm"].get<double>(),
+             band["fraction"].get<double>(),
+             error.is_null() ? "-" : QString::number(error.get<double>(), 'f', 4).toUtf8().data(),
+             band["readings"].get<int>());
     }
 }
 
@@ -219,7 +218,7 @@ int sunlight(const SunlightOptions& options) {
             << " s a thousand";
     }
     if (options.json) {
-        std::printf("%s\n", bands.dump(2).c_str());
+        std::puts(jsonText(bands, 2).c_str());
     } else if (!bands.empty()) {
         print(bands);
     }

@@ -1,6 +1,7 @@
 #include "Targets.h"
 
 #include "Console.h"
+#include "JsonReader.h"
 #include "platform/exif/Tags.h"
 #include "radiometry/ReflectanceStore.h"
 
@@ -53,12 +54,12 @@ Json describe(const std::string& name, const std::vector<CalibrationTargetKey>& 
 }
 
 void printTarget(const Json& target) {
-    std::printf("%s\n", target["target"].get<std::string>().c_str());
+    show("%s\n", target["target"].get<std::string>().c_str());
     for (const Json& band : target["reflectance"]) {
-        std::printf("  %7.1f nm  width %5.1f nm  %s\n",
-                    band["wavelength_nm"].get<double>(),
-                    band["fwhm_nm"].get<double>(),
-                    band["reflectance"].dump().c_str());
+        show("  %7.1f nm  width %5.1f nm  %s\n",
+             band["wavelength_nm"].get<double>(),
+             band["fwhm_nm"].get<double>(),
+             band["reflectance"].dump().c_str());
     }
 }
 
@@ -141,7 +142,7 @@ int listTargets(bool json) {
         }
     }
     if (json) {
-        std::printf("%s\n", all.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
+        std::puts(jsonText(all, 2).c_str());
     }
     return AllDone;
 }
@@ -155,7 +156,7 @@ int showTarget(const std::string& text, bool json) {
     }
     const Json target = describe(name->text(), *keys);
     if (json) {
-        std::printf("%s\n", target.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
+        std::puts(jsonText(target, 2).c_str());
     } else {
         printTarget(target);
     }

@@ -4,6 +4,7 @@
 #include "CorrectionWords.h"
 #include "Flight.h"
 #include "ImageCorrector.h"
+#include "JsonReader.h"
 #include "Poses.h"
 #include "radiometry/Validation.h"
 
@@ -54,13 +55,13 @@ bool isGood(const Json& camera) {
 }
 
 void printCamera(const Json& camera) {
-    std::printf("%-44s %-18s %5d images  %s\n",
-                camera["camera"]["name"].get<std::string>().c_str(),
-                camera["correction_type"].get<std::string>().c_str(),
-                camera["images"].get<int>(),
-                isGood(camera) ? "nothing is missing" : "incomplete");
+    show("%-44s %-18s %5d images  %s\n",
+         camera["camera"]["name"].get<std::string>().c_str(),
+         camera["correction_type"].get<std::string>().c_str(),
+         camera["images"].get<int>(),
+         isGood(camera) ? "nothing is missing" : "incomplete");
     if (!camera["output_placed"].get<bool>()) {
-        std::printf("  no image has a position\n");
+        show("  no image has a position\n");
     }
     for (const Json& problem : camera["problems"]) {
         std::string text;
@@ -70,7 +71,7 @@ void printCamera(const Json& camera) {
         if (!problem["reason"].is_null()) {
             text += (text.empty() ? "" : "; ") + problem["reason"].get<std::string>();
         }
-        std::printf("  %s: %s\n", problem["file"].get<std::string>().c_str(), text.c_str());
+        show("  %s: %s\n", problem["file"].get<std::string>().c_str(), text.c_str());
     }
 }
 
@@ -100,7 +101,7 @@ int validate(const ValidateOptions& options) {
         }
     }
     if (options.json) {
-        std::printf("%s\n", cameras.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
+        std::puts(jsonText(cameras, 2).c_str());
     }
     if (cameras.empty()) {
         return NothingDone;

@@ -47,6 +47,29 @@ void addUtcOffset(CLI::App& command, tessik::exif::ReadOptions& options) {
                        "Local time minus UTC in hours, of cameras that write local time");
 }
 
+void addCalibrationFrom(CLI::App& command, tessik::exif::ReadOptions& options) {
+    command
+        .add_option_function<std::vector<std::string>>(
+            "--calibration-from",
+            [&options](const std::vector<std::string>& paths) {
+                const app::InputList list = app::expandInputs(paths);
+                std::vector<std::string> files;
+                for (const app::Input& input : list.images) {
+                    files.push_back(input.path);
+                }
+                try {
+                    options.donors = std::make_shared<const tessik::exif::CalibrationDonors>(
+                        tessik::exif::readDonors(files));
+                } catch (const tessik::exif::Error& failure) {
+                    throw CLI::ValidationError("--calibration-from", failure.what());
+                }
+            },
+            "IMAGE of the same body and band (or a folder of them), whose calibration tags stand "
+            "in "
+            "for those that older firmware did not write")
+        ->allow_extra_args(false);
+}
+
 void addSensorMount(CLI::App& command, std::optional<Eigen::Vector3f>& mount) {
     command
         .add_option_function<std::vector<float>>(
@@ -107,6 +130,7 @@ Action addInspect(CLI::App& cli) {
     command.add_flag("--json", options->json, "One JSON document on standard output");
     addJobs(command, options->jobs);
     addUtcOffset(command, options->metadata);
+    addCalibrationFrom(command, options->metadata);
     return [options] { return app::inspect(*options); };
 }
 
@@ -120,6 +144,7 @@ void addPlanning(CLI::App& command, app::PlanOptions& options) {
                        "constant; none; or a file that calibrate wrote");
     addJobs(command, options.jobs);
     addUtcOffset(command, options.metadata);
+    addCalibrationFrom(command, options.metadata);
 }
 
 Action addPlan(CLI::App& cli) {
@@ -153,7 +178,8 @@ Action addCorrect(CLI::App& cli) {
                                 "--sensor-mount",
                                 "--sequoia-calibration",
                                 "--targets",
-                                "--utc-offset"}) {
+                                "--utc-offset",
+                                "--calibration-from"}) {
         plan->excludes(command.get_option(decided));
     }
     command
@@ -236,6 +262,7 @@ Action addSunlight(CLI::App& cli) {
     command.add_flag("--json", options->json, "One JSON document on standard output");
     addJobs(command, options->jobs);
     addUtcOffset(command, options->metadata);
+    addCalibrationFrom(command, options->metadata);
     return [options] { return app::sunlight(*options); };
 }
 
@@ -305,6 +332,7 @@ Action addCalibrate(CLI::App& cli) {
     addProject(command, options->project);
     addJobs(command, options->jobs);
     addUtcOffset(command, options->metadata);
+    addCalibrationFrom(command, options->metadata);
     return [options] { return app::calibrate(*options); };
 }
 
@@ -353,6 +381,7 @@ Action addValidate(CLI::App& cli) {
     command.add_flag("--json", options->json, "One JSON document on standard output");
     addJobs(command, options->jobs);
     addUtcOffset(command, options->metadata);
+    addCalibrationFrom(command, options->metadata);
     return [options] { return app::validate(*options); };
 }
 

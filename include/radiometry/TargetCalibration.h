@@ -120,6 +120,9 @@ struct TargetCalibrationRequest {
     const std::unordered_map<std::uint64_t, sequoia::ModelParameter>& sequoiaModels;
     const std::vector<std::unique_ptr<target::ITargetDetector>>& detectors;
 
+    /// Ask all detectors of every image, in place of stopping at the first that finds a target: who
+    /// calibrates several cameras together then chooses one that works for all of them.
+    bool askEveryDetector = false;
     /// Look into every enabled image, in place of the rule.
     bool useAllImages = false;
     /// How many of the first, and of the last, images of a camera are looked into.
@@ -138,8 +141,18 @@ struct TargetCalibrationRequest {
 RADIOMETRY_EXPORT std::vector<std::size_t>
 targetCandidates(const TargetCalibrationRequest& request);
 
-/// Never throws for a bad image or target: the result tells. Logs "Automatic radiometric
-/// calibration of camera '..' using '..'", or "No valid radiometric calibration target for camera
+/// Looks into the images and measures the targets in them, by rules 1 and 2.
+/// @return targets and candidates; no camera has a sensitivity yet
+/// Never throws for a bad image or target: the result tells.
+RADIOMETRY_EXPORT TargetCalibration findTargets(const TargetCalibrationRequest& request);
+
+/// Gives each camera its sensitivity from the targets that are used, by rule 3. Logs as
+/// calibrateFromTargets.
+RADIOMETRY_EXPORT void chooseSensitivities(const CamerasData& cameras, TargetCalibration& result);
+
+/// Both of it. Never throws for a bad image or target: the result tells. Logs "Automatic
+/// radiometric calibration of camera '..' using '..'", or "No valid radiometric calibration target
+/// for camera
 /// '..'". Runs on the caller's thread.
 RADIOMETRY_EXPORT TargetCalibration calibrateFromTargets(const TargetCalibrationRequest& request);
 

@@ -23,15 +23,14 @@ namespace {
 using target::DetectedTarget;
 using target::Detection;
 
-Detection detect(const InputImage& image,
-                 const std::vector<std::unique_ptr<target::ITargetDetector>>& detectors) {
+Detection detect(const InputImage& image, const TargetCalibrationRequest& request) {
     Detection all;
     const BandImage raw = image::Raster::open(image.path.toStdString()).read();
-    for (const auto& detector : detectors) {
+    for (const auto& detector : request.detectors) {
         Detection found = detector->find(image, raw);
         all.remarks.insert(all.remarks.end(), found.remarks.begin(), found.remarks.end());
-        if (!found.targets.empty()) {
-            all.targets = std::move(found.targets);
+        all.targets.insert(all.targets.end(), found.targets.begin(), found.targets.end());
+        if (!all.targets.empty() && !request.askEveryDetector) {
             break;
         }
     }
@@ -73,6 +72,9 @@ std::vector<double> reflectanceOf(const DetectedTarget& found,
     overwrite(found.reflectance, stored.reflectanceFactors);
     if (request.knownReflectance) {
         overwrite(request.knownReflectance(image, found), stored.reflectanceFactors);
+    }
+    for (const std::size_t band : image.exif.uselessBands) {
+        stored.reflectanceFactors[band] = 1.0;
     }
     return stored.reflectanceFactors;
 }
@@ -150,6 +152,12 @@ void measure(const DetectedTarget& found,
         result.histogram.push_back(histogramOf(measured.corrected[b], measured, reader.polygon()));
     }
     detail::verifyMeasurement(measured);
+    // Nobody looks at such a band, which may hold zeros.
+    for (const std::size_t band : image.exif.uselessBands) {
+        result.mean[band] = 1.0;
+        result.standardDeviation[band] = 0.0;
+        target.sensitivity[band] = 1.0;
+    }
 }
 
 /// Images of one camera that differ in bands (grey and colour) have no sensitivity in common.
@@ -176,7 +184,7 @@ void lookInto(std::size_t index,
         if (request.prepare) {
             request.prepare(image);
         }
-        detection = detect(image, request.detectors);
+        detection = detect(image, request);
     } catch (const std::exception& failure) {
         candidate.failure = QString::fromUtf8(failure.what());
     }
@@ -253,12 +261,16 @@ std::vector<std::size_t> targetCandidates(const TargetCalibrationRequest& reques
     return candidates;
 }
 
-TargetCalibration calibrateFromTargets(const TargetCalibrationRequest& request) {
+TargetCalibration findTargets(const TargetCalibrationRequest& request) {
     TargetCalibration result;
     for (const std::size_t index : targetCandidates(request)) {
         lookInto(index, request, result);
     }
-    for (const auto& [id, camera] : request.cameras) {
+    return result;
+}
+
+void chooseSensitivities(const CamerasData& cameras, TargetCalibration& result) {
+    for (const auto& [id, camera] : cameras) {
         std::vector<std::string> warnings;
         result.cameras[id] = detail::choose(id, camera.uniqueName, result.targets, warnings);
         for (const std::string& text : warnings) {
@@ -266,6 +278,11 @@ TargetCalibration calibrateFromTargets(const TargetCalibrationRequest& request) 
         }
         report(id, camera.uniqueName, result);
     }
+}
+
+TargetCalibration calibrateFromTargets(const TargetCalibrationRequest& request) {
+    TargetCalibration result = findTargets(request);
+    chooseSensitivities(request.cameras, result);
     return result;
 }
 

@@ -12,6 +12,7 @@
 #include <exiv2/exiv2.hpp>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -399,7 +400,7 @@ TEST(CorrectCommand, outputsHaveEachTagThatSaysWhereWhenAndHow) {
     EXPECT_EQ(radiometry(folder, "correct in -o out --co BIGTIFF=YES").status, 1);
 }
 
-TEST(CorrectCommand, pathsOfFoldersAndListsStayAndClashesAreRefused) {
+TEST(CorrectCommand, pathsOfFoldersAndListsStayAndSeveralFoldersAreToldApart) {
     const TemporaryFolder folder;
     renderImages(folder.path() / "in/a");
     fs::create_directories(folder.path() / "in/b");
@@ -413,10 +414,67 @@ TEST(CorrectCommand, pathsOfFoldersAndListsStayAndClashesAreRefused) {
     EXPECT_EQ(filesIn(folder.path() / "listed"),
               (std::set<std::string>{"in/a/IMG_0000_2.tif", "in/b/IMG_0000_1.tif"}));
 
-    const Result clash =
-        radiometry(folder, "correct in/a/IMG_0000_1.tif in/b/IMG_0000_1.TIF -o c --type camera");
+    // Files and folders of several places are told apart by as many names as it takes.
+    fs::copy(folder.path() / "in", folder.path() / "other", fs::copy_options::recursive);
+    EXPECT_EQ(
+        radiometry(folder, "correct in/a/IMG_0000_1.tif in/a/IMG_0000_2.tif -o one --type camera")
+            .status,
+        0);
+    EXPECT_EQ(filesIn(folder.path() / "one"),
+              (std::set<std::string>{"IMG_0000_1.tif", "IMG_0000_2.tif"}));
+    EXPECT_EQ(radiometry(folder, "correct in/a in/b/IMG_0000_1.TIF -o two --type camera").status,
+              0);
+    EXPECT_EQ(filesIn(folder.path() / "two").count("a/IMG_0000_5.tif"), 1U);
+    EXPECT_EQ(filesIn(folder.path() / "two").count("b/IMG_0000_1.tif"), 1U);
+    EXPECT_EQ(radiometry(folder, "correct in/b other/b/ -o three --type camera").status, 0);
+    EXPECT_EQ(filesIn(folder.path() / "three"),
+              (std::set<std::string>{"in/b/IMG_0000_1.tif", "other/b/IMG_0000_1.tif"}));
+    // Of one place, two images of one output are a clash.
+    fs::copy_file(folder.path() / "in/a/IMG_0000_2.tif", folder.path() / "in/b/IMG_0000_1.tiff");
+    const Result clash = radiometry(folder, "correct in/b -o c --type camera");
     EXPECT_EQ(clash.status, 2);
     EXPECT_NE(clash.err.find("another image has the same output"), std::string::npos) << clash.err;
+}
+
+TEST(CorrectCommand, whatIsNoRegularFileIsRefusedAndNothingWaitsForIt) {
+    const TemporaryFolder folder;
+    renderImages(folder.path() / "in");
+    ASSERT_EQ(mkfifo(folder.file("in/pipe.tif").c_str(), 0600), 0);
+    const Result result = radiometry(folder, "correct in -o out --type camera");
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.err,
+              "radiometry: in/pipe.tif: not a regular file (a pipe, a device or a socket)\n");
+    EXPECT_EQ(radiometry(folder, "inspect in/pipe.tif").status, 1);
+}
+
+TEST(Commands, controlCharactersOfMetadataAndNamesNeverReachATerminal) {
+    const TemporaryFolder folder;
+    renderImages(folder.path() / "in");
+    const std::string hostile = "Bl\x1b[2Jue\x7f \xc2\x9b"
+                                "31m";
+    for (const auto& entry : fs::directory_iterator(folder.path() / "in")) {
+        exif::writeTags(entry.path().string(), {{"Xmp.Camera.BandName", {hostile}}});
+    }
+    fs::copy_file(folder.path() / "in/IMG_0000_1.tif", folder.path() / "in/a\x1b[31m.tif");
+    std::ofstream(folder.path() / "in/b\x1b[31m.tif") << "not an image";
+    for (const char* arguments :
+         {"inspect in",
+          "inspect in --json",
+          "validate in",
+          "validate in --json",
+          "plan in",
+          "correct in -o out",
+          "calibrate in --reflectance 475=0.5 --region '1,1 9,1 9,9 1,9'"}) {
+        const Result result = radiometry(folder, arguments);
+        EXPECT_NE(result.out + result.err, "") << arguments;
+        for (const std::string& text : {result.out, result.err}) {
+            EXPECT_EQ(text.find_first_of("\x1b\x7f"), std::string::npos) << arguments;
+            EXPECT_EQ(text.find("\xc2\x9b"), std::string::npos) << arguments;
+        }
+    }
+    const Json described = Json::parse(radiometry(folder, "inspect in/IMG_0000_1.tif --json").out);
+    const auto name = described.at(0).at("bands").at(0).at("name").get<std::string>();
+    EXPECT_NE(name.find("\xc2\x9b"), std::string::npos); // nothing is lost
 }
 
 TEST(CorrectCommand, badUsageIsStatusOne) {

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "FlightTargets.h"
+
+#include <memory>
+#include <vector>
+
+/// Targets of a flight whose cameras fly in rigs. The ratio of two bands is right only when both
+/// were measured on the same panel in the same light, so the bands of a rig have one source.
+namespace tessik::app {
+
+struct RigTargetOptions {
+    /// Look into every image, in place of the first and last ones and those that a camera marks.
+    bool useAllImages = false;
+    /// Where no capture shows a usable target in every band of its rig, keep what there is: for
+    /// somebody who measures a panel, not for a flight.
+    bool mayBePartial = false;
+    std::function<std::vector<double>(const InputImage&, const target::DetectedTarget&)>
+        knownReflectance{};
+    int jobs = 1;
+};
+
+/// The rule, beyond that of a single camera:
+///
+/// 1. All detectors are asked of each image. Where a panel's code is read in one band of a capture
+/// and
+///    not in another, it is looked for again in the other band, near the place where it must lie.
+/// 2. A capture counts for a rig only when each of its bands has a usable target in it.
+/// 3. One detector serves all captures where that is possible, so that all are measured by squares
+/// of
+///    one size; else the one that serves most captures, and others where it fails, with a warning.
+///
+/// @param detectors in order of preference
+/// @return targets that were chosen, and those that cannot be used; not those that another detector
+/// found in the same images
+radiometry::TargetCalibration
+calibrateRigs(const Flight& flight,
+              const Project& project,
+              const std::vector<std::unique_ptr<target::ITargetDetector>>& detectors,
+              const RigTargetOptions& options);
+
+} // namespace tessik::app
