@@ -157,7 +157,7 @@ std::string ownNamespace(const std::string& prefix) {
 /// To be done after a file was read and before a tag is set: the last file may have put its own
 /// name space under a prefix.
 void registerOwnNamespaces() {
-    for (const char* prefix : {"Camera", "MicaSense", "DLS", "Tessik"}) {
+    for (const char* prefix : {"Camera", "MicaSense", "DLS", "drone-dji", "Tessik"}) {
         Exiv2::XmpProperties::registerNs(ownNamespace(prefix), prefix);
     }
 }

@@ -45,7 +45,7 @@ struct NewTag {
 };
 
 /// Writes tags into an existing TIFF or JPEG file, in name spaces of our own for the prefixes
-/// Camera, MicaSense, DLS and Tessik. Other tags of the file stay. Thread safe.
+/// Camera, MicaSense, DLS, drone-dji and Tessik. Other tags of the file stay. Thread safe.
 /// @throws Error when a key is unknown, a value is not of its tag's type, or the file cannot be
 ///         written.
 TESSIK_PLATFORM_EXPORT void writeTags(const std::string& path, const std::vector<NewTag>& tags);

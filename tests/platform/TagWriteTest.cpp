@@ -45,5 +45,26 @@ TEST(WriteTags, aSequenceOfOneIsASequence) {
     EXPECT_EQ(bytes.find("<rdf:li>plain"), std::string::npos);
 }
 
+TEST(WriteTags, everyPrefixIsReadBackUnderANameSpaceOfOurOwn) {
+    const test::TemporaryFolder folder;
+    const std::string file = folder.file("image.tif");
+    image::writeUInt16Raster(file, {test::ramp(4, 5)});
+    const std::vector<std::string> prefixes = {"Camera", "MicaSense", "DLS", "drone-dji", "Tessik"};
+    std::vector<NewTag> tags;
+    for (const std::string& prefix : prefixes) {
+        tags.push_back({"Xmp." + prefix + ".ExposureTime", {"350 of " + prefix}});
+    }
+    writeTags(file, tags);
+    std::ifstream stream(file, std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
+    const TagFile read = readTags(file);
+    EXPECT_TRUE(read.warnings.empty());
+    for (const std::string& prefix : prefixes) {
+        EXPECT_EQ(read.tags.xmpText(prefix, "ExposureTime"), "350 of " + prefix);
+        EXPECT_NE(bytes.find("xmlns:" + prefix + "=\"urn:tessik:xmp:"), std::string::npos)
+            << prefix;
+    }
+}
+
 } // namespace
 } // namespace tessik::exif
