@@ -375,21 +375,27 @@ TEST_F(SimulatedFlight, whatACorrectionLeftInShows) {
     EXPECT_LT(result.worstLevel, 0.07); // a dark level is felt where it is dark
 }
 
-TEST_F(SimulatedFlight, pixelsMaskedWithoutCauseAndMissingFilesAreReported) {
+TEST_F(SimulatedFlight, pixelsMaskedWithoutCauseOrNotDespiteItAndMissingFilesAreReported) {
     invertAll();
     const std::string name = "IMG_0002_1.tif";
     BandMatrix image = image::Raster::open(corrected / name).read().at(0);
     const auto usable = static_cast<std::size_t>((image.row(7).array() != kNoData).count());
     image.row(7).setConstant(std::nanf(""));
+    const auto bottom = image.bottomRows(image.rows() - 8).array();
+    const auto unusable = static_cast<std::size_t>((bottom == kNoData).count());
+    ASSERT_GT(unusable, 0U);
+    image.bottomRows(image.rows() - 8) = (bottom == kNoData).select(1.0F, bottom);
     image::writeFloatRaster(corrected / name, {image});
     const BandResult result = firstBand();
     EXPECT_EQ(result.unexpectedMasked, usable);
-    EXPECT_EQ(result.masked, result.expectedMasked + usable);
+    EXPECT_EQ(result.missed, unusable);
+    EXPECT_EQ(result.masked, result.expectedMasked + usable - unusable);
 
     std::ostringstream printed;
     printJson(printed, {result}, Target::Radiance);
-    EXPECT_EQ(nlohmann::json::parse(printed.str()).at("bands").at(0).at("unexpected_masked"),
-              usable);
+    const auto band = nlohmann::json::parse(printed.str()).at("bands").at(0);
+    EXPECT_EQ(band.at("unexpected_masked"), usable);
+    EXPECT_EQ(band.at("missed"), unusable);
 
     fs::remove(corrected / name);
     EXPECT_EQ(test::messageOf<MissingFile>([this] { static_cast<void>(firstBand()); }),

@@ -51,6 +51,7 @@ struct BandSums {
     std::size_t expectedMasked = 0;
     std::size_t masked = 0;
     std::size_t unexpectedMasked = 0;
+    std::size_t missed = 0;
 };
 
 struct FileEntry {
@@ -123,6 +124,7 @@ void add(const FileEntry& entry,
             continue;
         }
         if (!isUsable) {
+            ++sums.missed;
             continue;
         }
         const double x =
@@ -148,6 +150,7 @@ BandResult resultOf(const std::string& band, const BandSums& sums, Scale scale) 
     result.expectedMasked = sums.expectedMasked;
     result.masked = sums.masked;
     result.unexpectedMasked = sums.unexpectedMasked;
+    result.missed = sums.missed;
     result.scale = scale == Scale::One ? 1.0 : sums.weightedX / sums.weight;
     result.bias = sums.all.biasPercent(result.scale);
     for (const auto& [number, capture] : sums.captures) {
@@ -221,7 +224,7 @@ void printTable(std::ostream& stream,
            << "; errors in %\n";
     stream
         << "band            scale     bias  capture (no.)  level (refl.)      rms predicted  ratio"
-           "    masked  expected unexpected\n";
+           "    masked  expected unexpected    missed\n";
     for (const BandResult& r : results) {
         std::array<char, 32> level{};
         if (r.worstLevelBias) {
@@ -231,21 +234,23 @@ void printTable(std::ostream& stream,
             std::snprintf(level.data(), level.size(), "-");
         }
         std::array<char, 200> line{};
-        std::snprintf(line.data(),
-                      line.size(),
-                      "%-9s %11.6g %+8.4f %+8.4f %5zu %14s %8.3f %9.3f %6.3f %9zu %9zu %10zu\n",
-                      r.band.c_str(),
-                      r.scale,
-                      r.bias,
-                      r.worstCaptureBias,
-                      r.worstCapture,
-                      level.data(),
-                      r.rms,
-                      r.predictedRms,
-                      r.rmsRatio(),
-                      r.masked,
-                      r.expectedMasked,
-                      r.unexpectedMasked);
+        std::snprintf(
+            line.data(),
+            line.size(),
+            "%-9s %11.6g %+8.4f %+8.4f %5zu %14s %8.3f %9.3f %6.3f %9zu %9zu %10zu %9zu\n",
+            r.band.c_str(),
+            r.scale,
+            r.bias,
+            r.worstCaptureBias,
+            r.worstCapture,
+            level.data(),
+            r.rms,
+            r.predictedRms,
+            r.rmsRatio(),
+            r.masked,
+            r.expectedMasked,
+            r.unexpectedMasked,
+            r.missed);
         stream << line.data();
     }
 }
@@ -271,7 +276,8 @@ void printJson(std::ostream& stream,
                          {"pixels", r.pixels},
                          {"masked", r.masked},
                          {"expected_masked", r.expectedMasked},
-                         {"unexpected_masked", r.unexpectedMasked}});
+                         {"unexpected_masked", r.unexpectedMasked},
+                         {"missed", r.missed}});
     }
     const ordered_json document = {{"schema_version", 1},
                                    {"against", toString(target)},

@@ -48,6 +48,7 @@ struct BandResult {
     std::size_t expectedMasked = 0;   ///< defective or saturated
     std::size_t masked = 0;           ///< no data in the corrected images
     std::size_t unexpectedMasked = 0; ///< masked, but neither defective nor saturated
+    std::size_t missed = 0;           ///< defective or saturated, but not masked
     [[nodiscard]] double rmsRatio() const { return rms / predictedRms; }
 };
 
