@@ -53,7 +53,12 @@ void readOut(const Sensor& sensor,
         frame.relativeDeviation.resize(frame.samples.rows(), frame.samples.cols());
     }
     std::vector<float> deviates(cols);
-    RowContent content{std::vector<double>(cols), std::vector<double>(cols)};
+    const double lastStep = static_cast<double>(sensor.largestSample) - 0.5 * sensor.step;
+    RowContent content{
+        std::vector<double>(cols), std::vector<double>(cols), std::vector<double>(cols, lastStep)};
+    std::vector<char> isClipped(cols);
+    frame.badPixels = defects.size();
+    frame.saturatedPixels = 0;
     for (Eigen::Index y = 0; y < frame.samples.rows(); ++y) {
         random.normal(deviates);
         fillRow(y, content);
@@ -61,29 +66,29 @@ void readOut(const Sensor& sensor,
         for (std::size_t x = 0; x < cols; ++x) {
             const double signal = content.signal[x];
             const double variance = shotPerSignal * signal + read;
-            sample[x] = stored(sensor,
-                               content.dark[x] + signal +
-                                   std::sqrt(variance) * static_cast<double>(deviates[x]));
+            const double value =
+                content.dark[x] + signal + std::sqrt(variance) * static_cast<double>(deviates[x]);
+            isClipped[x] = value >= content.clip[x] ? 1 : 0;
+            sample[x] = stored(sensor, std::min(value, content.clip[x]));
             if (withDeviation) {
                 frame.relativeDeviation(y, static_cast<Eigen::Index>(x)) =
-                    sample[x] < sensor.largestSample
-                        ? static_cast<float>(std::sqrt(variance + quantisation) / signal)
-                        : kUnusable;
+                    isClipped[x] != 0
+                        ? kUnusable
+                        : static_cast<float>(std::sqrt(variance + quantisation) / signal);
             }
         }
-    }
-    for (std::size_t i = 0; i < defects.size(); ++i) {
-        const auto& [column, row] = defects[i];
-        frame.samples(row, column) = sensor.defectiveSamples[i % sensor.defectiveSamples.size()];
-        if (withDeviation) {
-            frame.relativeDeviation(row, column) = kUnusable;
+        for (std::size_t i = 0; i < defects.size(); ++i) {
+            const auto& [column, row] = defects[i];
+            if (row == y) {
+                sample[column] = sensor.defectiveSamples[i % sensor.defectiveSamples.size()];
+                isClipped[static_cast<std::size_t>(column)] = 0;
+                if (withDeviation) {
+                    frame.relativeDeviation(y, column) = kUnusable;
+                }
+            }
         }
-    }
-    frame.badPixels = defects.size();
-    frame.saturatedPixels =
-        static_cast<std::size_t>((frame.samples.array() >= sensor.largestSample).count());
-    for (const auto& [column, row] : defects) {
-        frame.saturatedPixels -= frame.samples(row, column) >= sensor.largestSample ? 1 : 0;
+        frame.saturatedPixels +=
+            static_cast<std::size_t>(std::count(isClipped.begin(), isClipped.end(), 1));
     }
 }
 

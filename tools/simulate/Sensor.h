@@ -27,6 +27,9 @@ struct Sensor {
 struct RowContent {
     std::vector<double> dark;
     std::vector<double> signal; ///< above the dark level
+    /// Where each pixel clips, whatever the light: there and beyond, this is stored, rounded. As it
+    /// comes, where the sensor's last step begins.
+    std::vector<double> clip;
 };
 
 /// Some pixels of an image, each once.
