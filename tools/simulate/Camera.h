@@ -14,6 +14,13 @@
 
 namespace tessik::simulate {
 
+struct CameraOptions {
+    Eigen::Index width = 640;  ///< px
+    Eigen::Index height = 480; ///< px
+    std::uint64_t seed = 1;
+    double noise = 1.0; ///< times the camera's own shot and read noise
+};
+
 /// One of the bands that a camera sees.
 struct Band {
     std::string name;

@@ -37,7 +37,7 @@ void writeWhole(const path& file, const std::function<void(const std::string&)>&
 std::unique_ptr<Camera> makeCamera(const FlightOptions& options) {
     if (options.camera == CameraModel::RedEdge) {
         return std::make_unique<RedEdgeCamera>(
-            RedEdgeCamera::Options{options.width, options.height, options.seed, options.noise});
+            CameraOptions{options.width, options.height, options.seed, options.noise});
     }
     const auto kind = options.camera == CameraModel::SequoiaV1 ? SequoiaCamera::Kind::Uniform
                                                                : SequoiaCamera::Kind::Measured;

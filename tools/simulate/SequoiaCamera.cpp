@@ -29,23 +29,38 @@ constexpr std::array<double, 4> kSensitivity = {310316.1, 264871.4, 121604.7, 29
 constexpr std::array<double, 4> kDarkLevel = {3067.5, 3101.2, 3043.8, 3088.1};
 constexpr std::array<double, 4> kCorrection = {24773.6, 21120.9, 18893.5, 23502.3};
 
-/// Fall-off over x and y, a term each of SequoiaCalibration::kPowers: 0 near the middle, 0.26
-/// to 0.34 in the corners, no two of them alike. Each band has its own part of it.
-constexpr std::array<double, SequoiaCalibration::kTermCount> kFallOff = {0.34030822850820312,
-                                                                         -1.23398804,
-                                                                         2.0804145,
-                                                                         -1.7222,
-                                                                         0.8,
-                                                                         -0.6490623365625,
-                                                                         0.87060796875,
-                                                                         -0.4910625,
-                                                                         0.253125,
-                                                                         1.041264,
-                                                                         -0.936,
-                                                                         -0.004,
-                                                                         -1.0602,
-                                                                         0.9,
-                                                                         0.12};
+/// Fall-off over x and y, a term each of kPowers: 0 near the middle, 0.26 to 0.34 in the corners,
+/// no two of them alike. Each band has its own part of it.
+constexpr std::array<double, 15> kFallOff = {0.34030822850820312,
+                                             -1.23398804,
+                                             2.0804145,
+                                             -1.7222,
+                                             0.8,
+                                             -0.6490623365625,
+                                             0.87060796875,
+                                             -0.4910625,
+                                             0.253125,
+                                             1.041264,
+                                             -0.936,
+                                             -0.004,
+                                             -1.0602,
+                                             0.9,
+                                             0.12};
+constexpr std::array<std::pair<int, int>, kFallOff.size()> kPowers = {{{0, 0},
+                                                                       {1, 0},
+                                                                       {2, 0},
+                                                                       {3, 0},
+                                                                       {4, 0},
+                                                                       {0, 1},
+                                                                       {0, 2},
+                                                                       {0, 3},
+                                                                       {0, 4},
+                                                                       {1, 1},
+                                                                       {1, 2},
+                                                                       {1, 3},
+                                                                       {2, 1},
+                                                                       {2, 2},
+                                                                       {3, 1}}};
 constexpr std::array<double, 4> kFallOffOfBand = {1.00, 0.85, 1.10, 0.95};
 
 constexpr std::size_t kBadPixelCount = 8;
@@ -59,39 +74,16 @@ SequoiaCalibration calibrationOf(std::size_t band, const SequoiaCamera::Options&
     calibration.sensitivity = kSensitivity[band];
     calibration.darkLevel = kDarkLevel[band];
     calibration.correction = kCorrection[band];
+    calibration.brightness.powers.assign(kPowers.begin(), kPowers.end());
     for (std::size_t i = 0; i < kFallOff.size(); ++i) {
-        calibration.polynomial[i] = (i == 0 ? 1.0 : 0.0) - kFallOffOfBand[band] * kFallOff[i];
+        calibration.brightness.coefficients.push_back((i == 0 ? 1.0 : 0.0) -
+                                                      kFallOffOfBand[band] * kFallOff[i]);
     }
     calibration.badPixels = drawPixels(kBadPixelCount,
                                        options.width,
                                        options.height,
                                        Random({options.seed, kSequoiaDefectPurpose, band}));
     return calibration;
-}
-
-BandMatrix brightnessMap(const SequoiaCalibration& calibration,
-                         const SequoiaCamera::Options& options) {
-    BandMatrix map(options.height, options.width);
-    for (Eigen::Index row = 0; row < map.rows(); ++row) {
-        const double y = static_cast<double>(row) / static_cast<double>(options.height);
-        for (Eigen::Index column = 0; column < map.cols(); ++column) {
-            const double x = static_cast<double>(column) / static_cast<double>(options.width);
-            double sum = 0.0;
-            for (std::size_t i = 0; i < SequoiaCalibration::kTermCount; ++i) {
-                const auto& [powerOfX, powerOfY] = SequoiaCalibration::kPowers[i];
-                double term = calibration.polynomial[i];
-                for (int k = 0; k < powerOfX; ++k) {
-                    term *= x;
-                }
-                for (int k = 0; k < powerOfY; ++k) {
-                    term *= y;
-                }
-                sum += term;
-            }
-            map(row, column) = static_cast<float>(sum);
-        }
-    }
-    return map;
 }
 
 /// The camera warms up, each sensor on its own level.
@@ -117,7 +109,7 @@ SequoiaCamera::SequoiaCamera(const Options& options) : m_options(options) {
             m_calibrations[b].sensitivity = model.gain;
             m_calibrations[b].darkLevel = model.darkOffset;
         } else {
-            m_brightness[b] = brightnessMap(m_calibrations[b], options);
+            m_brightness[b] = valuesOf(m_calibrations[b].brightness, options.width, options.height);
         }
     }
 }

@@ -2,6 +2,7 @@
 
 #include "simulate/Sensor.h"
 #include "simulate/SequoiaModel.h"
+#include "simulate/Vignetting.h"
 
 #include <array>
 #include <cstdint>
@@ -12,32 +13,12 @@ namespace tessik::simulate {
 
 /// What the files of one band say of its calibration, and which of its pixels are defective.
 struct SequoiaCalibration {
-    static constexpr std::size_t kTermCount = 15;
     double sensitivity = 0.0; ///< A of the sensor model
     double darkLevel = 0.0;   ///< B, DN at 16 bits
     double correction = 0.0;  ///< C
     double fNumber = 2.2;
-    /// Brightness as a polynomial of x = column / width and y = row / height; the powers are
-    /// kPowers.
-    std::array<double, kTermCount> polynomial{};
+    PlanePolynomial brightness;
     PixelList badPixels;
-
-    /// (power of x, power of y) of each term.
-    static constexpr std::array<std::pair<int, int>, kTermCount> kPowers = {{{0, 0},
-                                                                             {1, 0},
-                                                                             {2, 0},
-                                                                             {3, 0},
-                                                                             {4, 0},
-                                                                             {0, 1},
-                                                                             {0, 2},
-                                                                             {0, 3},
-                                                                             {0, 4},
-                                                                             {1, 1},
-                                                                             {1, 2},
-                                                                             {1, 3},
-                                                                             {2, 1},
-                                                                             {2, 2},
-                                                                             {3, 1}}};
 };
 
 /// How one image was exposed, as the file states it.

@@ -20,26 +20,6 @@ exif::NewTag list(const char* key, const std::vector<std::string>& items) {
     return {key, {joined}, true};
 }
 
-exif::NewTag list(const char* key, std::initializer_list<double> values) {
-    std::vector<std::string> texts;
-    for (const double value : values) {
-        texts.push_back(number(value));
-    }
-    return list(key, texts);
-}
-
-void addVignetting(const SequoiaCalibration& calibration, std::vector<exif::NewTag>& tags) {
-    std::vector<std::string> powers;
-    std::vector<std::string> coefficients;
-    for (std::size_t i = 0; i < SequoiaCalibration::kTermCount; ++i) {
-        powers.push_back(std::to_string(SequoiaCalibration::kPowers[i].first));
-        powers.push_back(std::to_string(SequoiaCalibration::kPowers[i].second));
-        coefficients.push_back(number(calibration.polynomial[i]));
-    }
-    tags.push_back(list("Xmp.Camera.VignettingPolynomial2DName", powers));
-    tags.push_back(list("Xmp.Camera.VignettingPolynomial2D", coefficients));
-}
-
 /// Whole number or float32, least byte first.
 template <typename Value>
 void append(QByteArray& bytes, Value value) {
@@ -140,15 +120,16 @@ std::vector<exif::NewTag> sequoiaTags(const SequoiaCalibration& calibration,
         {"Xmp.Camera.CaptureUUID", {captureId.data()}},
         {"Xmp.Camera.CalibrationPicture", {"0"}},
         {"Xmp.Camera.BandName", {band.name}, true},
-        list("Xmp.Camera.CentralWavelength", {band.info.wavelengthNm}),
-        list("Xmp.Camera.WavelengthFWHM", {band.info.fwhmNm}),
-        list("Xmp.Camera.BlackCurrent", {75.0}),
+        list("Xmp.Camera.CentralWavelength", numbers({band.info.wavelengthNm})),
+        list("Xmp.Camera.WavelengthFWHM", numbers({band.info.fwhmNm})),
+        list("Xmp.Camera.BlackCurrent", {"75"}),
         list("Xmp.Camera.SensorModel",
-             {calibration.sensitivity, calibration.darkLevel, calibration.correction}),
+             numbers({calibration.sensitivity, calibration.darkLevel, calibration.correction})),
         list("Xmp.Camera.InvalidPixel", pairs(calibration.badPixels)),
+        list("Xmp.Camera.VignettingPolynomial2DName", powers(calibration.brightness)),
+        list("Xmp.Camera.VignettingPolynomial2D", numbers(calibration.brightness.coefficients)),
         {"Xmp.Camera.IrradianceCalibrationMeasurement", {kLampMeasurement}},
         {"Xmp.Camera.IrradianceList", {irradianceList(exposure.bootMicroseconds, shot.reading)}}};
-    addVignetting(calibration, tags);
     addTime(shot.station.microseconds, tags);
     addBootTime(exposure.bootMicroseconds, tags);
     addPosition(positionOf(shot.station), tags);

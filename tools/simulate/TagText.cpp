@@ -12,6 +12,15 @@ std::string number(double value) {
     return text.data();
 }
 
+std::vector<std::string> numbers(const std::vector<double>& values) {
+    std::vector<std::string> texts;
+    texts.reserve(values.size());
+    for (const double value : values) {
+        texts.push_back(number(value));
+    }
+    return texts;
+}
+
 std::string fraction(double value, std::int64_t denominator) {
     const double numerator = std::floor(value * static_cast<double>(denominator) + 0.5);
     return std::to_string(static_cast<std::int64_t>(numerator)) + "/" + std::to_string(denominator);
@@ -34,6 +43,15 @@ std::vector<std::string> pairs(const std::vector<std::pair<int, int>>& pixels) {
     texts.reserve(pixels.size());
     for (const auto& [column, row] : pixels) {
         texts.push_back(std::to_string(column) + "," + std::to_string(row));
+    }
+    return texts;
+}
+
+std::vector<std::string> powers(const PlanePolynomial& polynomial) {
+    std::vector<std::string> texts;
+    for (const auto& [ofX, ofY] : polynomial.powers) {
+        texts.push_back(std::to_string(ofX));
+        texts.push_back(std::to_string(ofY));
     }
     return texts;
 }

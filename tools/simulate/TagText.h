@@ -2,6 +2,7 @@
 
 #include "platform/exif/TagFile.h"
 #include "simulate/Course.h"
+#include "simulate/Vignetting.h"
 
 #include <cstdint>
 #include <string>
@@ -14,11 +15,16 @@ namespace tessik::simulate {
 /// Enough digits to read the very same number back.
 std::string number(double value);
 
+std::vector<std::string> numbers(const std::vector<double>& values);
+
 /// Rounded to the denominator.
 std::string fraction(double value, std::int64_t denominator);
 
 /// (column, row) as "column,row".
 std::vector<std::string> pairs(const std::vector<std::pair<int, int>>& pixels);
+
+/// Powers of x and y of each term, flat.
+std::vector<std::string> powers(const PlanePolynomial& polynomial);
 
 /// A time of the flight's day, and the tags for it.
 void addTime(std::int64_t microseconds, std::vector<exif::NewTag>& tags);

@@ -1,4 +1,4 @@
-#include "simulate/RedEdgeTags.h"
+#include "simulate/MicaSenseTags.h"
 
 #include "simulate/TagText.h"
 
@@ -6,47 +6,34 @@
 
 namespace tessik::simulate {
 
-std::vector<exif::NewTag> redEdgeTags(const RedEdgeCalibration& calibration,
-                                      const RedEdgeExposure& exposure,
-                                      const Band& band,
-                                      const Shot& shot) {
-    std::vector<std::string> dark;
-    dark.reserve(calibration.dark.size());
-    for (const int level : calibration.dark) {
-        dark.push_back(std::to_string(level));
-    }
-    std::vector<std::string> polynomial;
-    polynomial.reserve(calibration.polynomial.size());
-    for (const double coefficient : calibration.polynomial) {
-        polynomial.push_back(number(coefficient));
-    }
+std::vector<exif::NewTag> micaSenseTags(const std::string& model,
+                                        const std::string& serialNumber,
+                                        const MicaSenseCalibration& calibration,
+                                        const MicaSenseExposure& exposure,
+                                        const Band& band,
+                                        const Shot& shot) {
     std::array<char, 40> captureId{};
     std::snprintf(captureId.data(), captureId.size(), "simulatedcapture%04zu", shot.capture);
 
     std::vector<exif::NewTag> tags = {
         {"Exif.Image.Make", {"MicaSense"}},
-        {"Exif.Image.Model", {"RedEdge"}},
+        {"Exif.Image.Model", {model}},
         {"Exif.Image.Software", {"simulate"}},
-        {"Exif.Image.BlackLevelRepeatDim", {"2", "2"}},
-        {"Exif.Image.BlackLevel", dark},
         {"Exif.Photo.ExposureTime",
          {std::to_string(exposure.numerator) + "/" +
-          std::to_string(RedEdgeExposure::kDenominator)}},
+          std::to_string(MicaSenseExposure::kDenominator)}},
         {"Exif.Photo.FNumber", {fraction(calibration.fNumber, 10)}},
         {"Exif.Photo.ISOSpeed", {std::to_string(exposure.iso)}},
-        {"Exif.Photo.BodySerialNumber", {"1000001"}},
+        {"Exif.Photo.BodySerialNumber", {serialNumber}},
         {"Xmp.MicaSense.CaptureId", {captureId.data()}},
         {"Xmp.MicaSense.RadiometricCalibration",
-         {number(calibration.a1), number(calibration.a2), number(calibration.a3)}},
+         numbers({calibration.a1, calibration.a2, calibration.a3})},
         {"Xmp.Camera.BandName", {band.name}},
         {"Xmp.Camera.CentralWavelength", {number(band.info.wavelengthNm)}},
         {"Xmp.Camera.WavelengthFWHM", {number(band.info.fwhmNm)}},
-        {"Xmp.Camera.VignettingCenter", {number(calibration.centerX), number(calibration.centerY)}},
-        {"Xmp.Camera.VignettingPolynomial", polynomial},
         {"Xmp.Camera.BandSensitivity", {number(calibration.bandSensitivity())}},
         {"Xmp.Camera.RigCameraIndex", {std::to_string(shot.band)}},
         {"Xmp.Camera.InvalidPixel", pairs(calibration.badPixels)},
-        {"Xmp.Camera.Irradiance", {number(shot.reading.irradiance)}},
         {"Xmp.Camera.IrradianceYaw", {number(shot.reading.attitude.yawDegrees)}},
         {"Xmp.Camera.IrradiancePitch", {number(shot.reading.attitude.pitchDegrees)}},
         {"Xmp.Camera.IrradianceRoll", {number(shot.reading.attitude.rollDegrees)}},

@@ -1,0 +1,124 @@
+// Source of the sample's formula: the maker's radiometric calibration model, solved for the sample.
+#include "simulate/MicaSenseCamera.h"
+
+#include "simulate/Angle.h"
+#include "simulate/MicaSenseTags.h"
+#include "simulate/Scene.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+namespace tessik::simulate {
+namespace {
+
+constexpr double kMicaSenseFullScale = 65536.0;
+/// Brightest material, stored, as a share of full scale. With the row's part of the exposure it
+/// stays some ten standard deviations below saturation, and the darkest as far above the dark
+/// level.
+constexpr double kMicaSenseLowestPeak = 0.60;
+constexpr double kMicaSenseHighestPeak = 0.82;
+
+constexpr std::size_t kMicaSenseBadPixelCount = 8;
+
+constexpr std::uint64_t kMicaSenseDefectPurpose = 0xbad;
+constexpr std::uint64_t kMicaSenseExposurePurpose = 0x7e;
+constexpr std::uint64_t kMicaSenseNoisePurpose = 0x4015e;
+
+/// Effective exposure of a row, s.
+double rowExposure(const MicaSenseCalibration& calibration, double seconds, double row) {
+    return seconds + calibration.a2 * row - calibration.a3 * seconds * row;
+}
+
+} // namespace
+
+double MicaSenseCalibration::bandSensitivity() const {
+    return fNumber * fNumber / (kPi * kMicaSenseFullScale * a1);
+}
+
+MicaSenseCamera::MicaSenseCamera(const CameraOptions& options, Model model)
+    : m_options(options), m_model(std::move(model)) {}
+
+MicaSenseCalibration MicaSenseCamera::calibrationOf(const CameraOptions& options,
+                                                    std::size_t band,
+                                                    double a1,
+                                                    double shutterSeconds,
+                                                    double shutterShare) {
+    const auto height = static_cast<double>(options.height);
+    MicaSenseCalibration calibration;
+    calibration.a1 = a1;
+    calibration.a2 = shutterSeconds / height;
+    calibration.a3 = shutterShare / height;
+    calibration.badPixels = drawPixels(kMicaSenseBadPixelCount,
+                                       options.width,
+                                       options.height,
+                                       Random({options.seed, kMicaSenseDefectPurpose, band}));
+    return calibration;
+}
+
+std::string MicaSenseCamera::fileName(std::size_t capture, std::size_t band) const {
+    std::array<char, 40> text{};
+    std::snprintf(text.data(), text.size(), "IMG_%04zu_%zu.tif", capture, band + 1);
+    return text.data();
+}
+
+/// The speed goes through all that there are from capture to capture; the time puts the brightest
+/// material at a level drawn for the capture.
+MicaSenseExposure MicaSenseCamera::expose(const Shot& shot) const {
+    const MicaSenseCalibration& calibration = m_model.optics[shot.band].calibration;
+    Random random({m_options.seed, kMicaSenseExposurePurpose, shot.capture, shot.band});
+    MicaSenseExposure exposure;
+    exposure.iso =
+        m_model.speeds[(shot.capture + shot.band + m_options.seed) % m_model.speeds.size()];
+    const double peak =
+        random.uniform(kMicaSenseLowestPeak, kMicaSenseHighestPeak) * kMicaSenseFullScale;
+    const double signal = peak - m_model.highestDark;
+    const double radiance = Scene::kBrightest * shot.irradiance / kPi;
+    const double wanted =
+        signal * calibration.a1 / (kMicaSenseFullScale * radiance * exposure.gain());
+    const double middle = 0.5 * static_cast<double>(m_options.height);
+    const double seconds = (wanted - calibration.a2 * middle) / (1.0 - calibration.a3 * middle);
+    exposure.numerator = std::max<std::int64_t>(
+        1, static_cast<std::int64_t>(std::floor(seconds * MicaSenseExposure::kDenominator + 0.5)));
+    return exposure;
+}
+
+Frame MicaSenseCamera::take(const Shot& shot, bool withDeviation) const {
+    const auto& [calibration, brightness] = m_model.optics[shot.band];
+    const MicaSenseExposure exposure = expose(shot);
+    const std::array<double, 4> dark = darkLevels(shot);
+    const double gain = exposure.gain();
+    const double perSecond =
+        kMicaSenseFullScale * shot.irradiance / kPi * gain / calibration.a1; // and reflectance
+    const auto fillRow = [&, &shutter = calibration, &lens = brightness](Eigen::Index y,
+                                                                         RowContent& content) {
+        const double perReflectance =
+            perSecond * rowExposure(shutter, exposure.seconds(), static_cast<double>(y));
+        const double* const darkOfRow = &dark[static_cast<std::size_t>(y % 2) * 2];
+        for (std::size_t x = 0; x < content.signal.size(); ++x) {
+            const auto column = static_cast<Eigen::Index>(x);
+            content.dark[x] = darkOfRow[x % 2];
+            content.signal[x] = perReflectance * static_cast<double>(shot.reflectance(y, column)) *
+                                static_cast<double>(lens(y, column));
+        }
+    };
+    Frame frame;
+    frame.samples.resize(brightness.rows(), brightness.cols());
+    readOut(m_model.sensor,
+            gain,
+            m_options.noise,
+            Random({m_options.seed, kMicaSenseNoisePurpose, shot.capture, shot.band}),
+            calibration.badPixels,
+            withDeviation,
+            fillRow,
+            frame);
+    frame.exposureSeconds = exposure.seconds();
+    frame.iso = exposure.iso;
+    frame.tags = micaSenseTags(
+        m_model.name, m_model.serialNumber, calibration, exposure, bands()[shot.band], shot);
+    const std::vector<exif::NewTag> more = ownTags(shot);
+    frame.tags.insert(frame.tags.end(), more.begin(), more.end());
+    return frame;
+}
+
+} // namespace tessik::simulate

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "simulate/MicaSenseCamera.h"
+
+#include <string>
+
+namespace tessik::simulate {
+
+/// The tags that every such camera writes into a file; to them come its dark level, its vignetting
+/// and its light sensor's reading.
+std::vector<exif::NewTag> micaSenseTags(const std::string& model,
+                                        const std::string& serialNumber,
+                                        const MicaSenseCalibration& calibration,
+                                        const MicaSenseExposure& exposure,
+                                        const Band& band,
+                                        const Shot& shot);
+
+} // namespace tessik::simulate
