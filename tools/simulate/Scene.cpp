@@ -3,13 +3,17 @@
 #include "simulate/Random.h"
 #include "simulate/Spectrum.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace tessik::simulate {
 namespace {
 
 constexpr double kFieldM = 4.0;
-constexpr double kGlintRadiusM = 0.2;
+/// With the fading light around it, a glint saturates 0.3 to 0.5 m2: 0.05 % of the pixels and more,
+/// so that a sensor's limit stands out from a histogram.
+constexpr double kGlintRadiusM = 0.25;
+constexpr double kGlareRadiusM = 1.0; ///< beyond, it is below 1e-3
 /// Across the field, as east per north: about 5 degrees from the pixel columns.
 constexpr double kEdgeSlope = 0.0875;
 constexpr double kRampStart = 0.05;
@@ -63,11 +67,16 @@ Field fieldAt(std::uint64_t seed,
     return field;
 }
 
+/// What a glint adds to the ground. Beyond its core it fades with the eighth power of the distance.
+/// @param squared the distance from the glint's centre, m2
+double glint(double squared) {
+    const double share =
+        kGlintRadiusM * kGlintRadiusM / std::max(squared, kGlintRadiusM * kGlintRadiusM);
+    return Scene::kGlint * (share * share) * (share * share);
+}
+
 /// @param east, north from the field's centre, m
-float reflectanceIn(const Field& field, double east, double north) {
-    if (field.hasGlint && east * east + north * north < kGlintRadiusM * kGlintRadiusM) {
-        return static_cast<float>(Scene::kGlint);
-    }
+float groundIn(const Field& field, double east, double north) {
     switch (field.kind) {
     case FieldKind::Edge:
         return east < kEdgeSlope * north ? field.first : field.second;
@@ -77,6 +86,15 @@ float reflectanceIn(const Field& field, double east, double north) {
         break;
     }
     return field.first;
+}
+
+/// @param east, north from the field's centre, m
+float reflectanceIn(const Field& field, double east, double north) {
+    const float ground = groundIn(field, east, north);
+    const double squared = east * east + north * north;
+    return field.hasGlint && squared < kGlareRadiusM * kGlareRadiusM
+               ? static_cast<float>(static_cast<double>(ground) + glint(squared))
+               : ground;
 }
 
 } // namespace

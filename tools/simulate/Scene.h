@@ -24,7 +24,8 @@ public:
     static constexpr double kBrightest = 0.80;
     /// Of the darkest material, in most bands; none is darker.
     static constexpr double kDarkest = 0.02;
-    /// Of a glint: an order of magnitude above what any exposure leaves room for.
+    /// Of a glint's core: an order of magnitude above what any exposure leaves room for. Around it
+    /// the light fades, so that some pixels come close to saturation from below.
     static constexpr double kGlint = 40.0;
 
     explicit Scene(std::uint64_t seed) : m_seed(seed) {}
