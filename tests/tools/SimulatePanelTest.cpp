@@ -117,7 +117,7 @@ TEST(Simulate, aPanelNeedsARedEdgeAndCapturesBetween) {
     EXPECT_EQ(refusal(), folder.file("a") + ": a flight with a panel has at least 3 captures");
     options.captures = 3;
     options.camera = CameraModel::SequoiaV1;
-    EXPECT_EQ(refusal(), folder.file("a") + ": only a RedEdge is flown with a panel");
+    EXPECT_EQ(refusal(), folder.file("a") + ": only a RedEdge or RedEdge-P is flown with a panel");
 }
 
 } // namespace

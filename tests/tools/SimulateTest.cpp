@@ -125,6 +125,7 @@ TEST(Simulate, aSeedGivesTheSameBytesAndAnotherSeedOthers) {
         std::size_t files; ///< besides the manifest
     };
     for (const Case& expected : {Case{CameraModel::RedEdge, 2 * 5 * 2},
+                                 Case{CameraModel::RedEdgeP, 2 * 5 * 2},
                                  Case{CameraModel::SequoiaV1, 2 * 4 * 2},
                                  Case{CameraModel::SequoiaV2, 2 * 4 * 2 + 2}}) {
         const test::TemporaryFolder folder;

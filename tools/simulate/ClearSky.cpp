@@ -92,7 +92,7 @@ LightReading ClearSky::reading(std::size_t capture, double wavelengthNm) const {
     Random({m_seed, kReadingPurpose, capture, band}).normal(noise);
     const double factor = 1.0 + m_options.sensorNoise * static_cast<double>(noise.front());
     const double share = receivedShare(sun.directFraction, moment.cosIncidence, moment.cosTilt);
-    return {sun.facingIrradiance * share * factor, moment.sensor, sun};
+    return {sun.facingIrradiance * share * factor, moment.sensor, sun, factor};
 }
 
 } // namespace tessik::simulate

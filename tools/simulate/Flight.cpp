@@ -4,6 +4,7 @@
 #include "platform/image/Raster.h"
 #include "simulate/Panel.h"
 #include "simulate/RedEdgeCamera.h"
+#include "simulate/RedEdgePCamera.h"
 #include "simulate/Scene.h"
 #include "simulate/SequoiaCamera.h"
 #include "simulate/Survey.h"
@@ -34,15 +35,23 @@ void writeWhole(const path& file, const std::function<void(const std::string&)>&
     }
 }
 
-std::unique_ptr<Camera> makeCamera(const FlightOptions& options) {
-    if (options.camera == CameraModel::RedEdge) {
-        return std::make_unique<RedEdgeCamera>(
-            CameraOptions{options.width, options.height, options.seed, options.noise});
+std::unique_ptr<Camera> makeCamera(const FlightOptions& flight) {
+    const CameraOptions options{flight.width, flight.height, flight.seed, flight.noise};
+    const auto sequoia = [&options](SequoiaCamera::Kind kind) {
+        return std::make_unique<SequoiaCamera>(SequoiaCamera::Options{
+            kind, options.width, options.height, options.seed, options.noise});
+    };
+    switch (flight.camera) {
+    case CameraModel::RedEdgeP:
+        return std::make_unique<RedEdgePCamera>(options);
+    case CameraModel::SequoiaV1:
+        return sequoia(SequoiaCamera::Kind::Uniform);
+    case CameraModel::SequoiaV2:
+        return sequoia(SequoiaCamera::Kind::Measured);
+    case CameraModel::RedEdge:
+        break;
     }
-    const auto kind = options.camera == CameraModel::SequoiaV1 ? SequoiaCamera::Kind::Uniform
-                                                               : SequoiaCamera::Kind::Measured;
-    return std::make_unique<SequoiaCamera>(
-        SequoiaCamera::Options{kind, options.width, options.height, options.seed, options.noise});
+    return std::make_unique<RedEdgeCamera>(options);
 }
 
 void prepareFolder(const path& folder) {
@@ -88,8 +97,8 @@ void checkPanel(const path& folder, const FlightOptions& options) {
         return;
     }
     constexpr std::size_t kFewest = 3;
-    if (options.camera != CameraModel::RedEdge) {
-        throw Failure(folder, "only a RedEdge is flown with a panel");
+    if (options.camera != CameraModel::RedEdge && options.camera != CameraModel::RedEdgeP) {
+        throw Failure(folder, "only a RedEdge or RedEdge-P is flown with a panel");
     }
     if (options.captures < kFewest) {
         throw Failure(folder, "a flight with a panel has at least 3 captures");

@@ -24,7 +24,7 @@ inline constexpr auto kManifestFile = "flight.json";
 
 /// The cameras that can be flown; the Sequoia with uniform sensors, or with measured ones whose
 /// model comes along.
-enum class CameraModel { RedEdge, SequoiaV1, SequoiaV2 };
+enum class CameraModel { RedEdge, RedEdgeP, SequoiaV1, SequoiaV2 };
 
 enum class Sky {
     Changing, ///< drift and clouds over a straight line flown level; the sensor is exact
@@ -44,7 +44,8 @@ struct FlightOptions {
     double noise = 1.0;           ///< times the camera's own
     double intervalSeconds = 1.5; ///< from capture to capture; at least 0.1
     Sky sky = Sky::Changing;
-    bool hasPanel = false; ///< the first and last capture show a reflectance panel; RedEdge only
+    bool hasPanel =
+        false; ///< the first and last capture show a reflectance panel; RedEdge and RedEdge-P only
     ClearSky::Options clearSky;
 };
 

@@ -24,6 +24,7 @@ struct LightReading {
     double irradiance = 0.0; ///< W/m2/nm
     Attitude attitude;       ///< of the sensor
     std::optional<SunView> sun;
+    double error = 1.0; ///< the irradiance is this many times what the sensor received
 };
 
 /// The light over a flight.

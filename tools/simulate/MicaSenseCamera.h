@@ -61,7 +61,7 @@ protected:
 
     /// Of the 2 x 2 pixels that repeat over the image, row after row, DN at 16 bits.
     [[nodiscard]] virtual std::array<double, 4> darkLevels(const Shot& shot) const = 0;
-    /// Dark level, vignetting and reading of the light sensor.
+    /// Dark level, vignetting, fraction of a second, reading of the light sensor.
     [[nodiscard]] virtual std::vector<exif::NewTag> ownTags(const Shot& shot) const = 0;
     [[nodiscard]] const CameraOptions& options() const { return m_options; }
 

@@ -6,8 +6,7 @@
 
 namespace tessik::simulate {
 
-/// The tags that every such camera writes into a file; to them come its dark level, its vignetting
-/// and its light sensor's reading.
+/// The tags that every such camera writes in the same way.
 std::vector<exif::NewTag> micaSenseTags(const std::string& model,
                                         const std::string& serialNumber,
                                         const MicaSenseCalibration& calibration,

@@ -2,6 +2,7 @@
 
 #include "simulate/TagText.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace tessik::simulate {
@@ -90,6 +91,7 @@ std::vector<exif::NewTag> RedEdgeCamera::ownTags(const Shot& shot) const {
     const auto [centerX, centerY, coefficients] = redEdgeVignetting(shot.band, options());
     return {{"Exif.Image.BlackLevelRepeatDim", {"2", "2"}},
             {"Exif.Image.BlackLevel", numbers({dark.begin(), dark.end()})},
+            subSecondTime(shot.station.microseconds),
             {"Xmp.Camera.VignettingCenter", numbers({centerX, centerY})},
             // The first one, 1, is not written.
             {"Xmp.Camera.VignettingPolynomial",

@@ -84,8 +84,7 @@ void addBootTime(std::int64_t microseconds, std::vector<exif::NewTag>& tags) {
                   second / 60 % 60,
                   second % 60);
     tags.push_back({"Exif.Photo.DateTimeDigitized", {text.data()}});
-    std::snprintf(text.data(), text.size(), "%06d", static_cast<int>(microseconds % kSecond));
-    tags.push_back({"Exif.Photo.SubSecTimeDigitized", {text.data()}});
+    tags.push_back({"Exif.Photo.SubSecTimeDigitized", {sixDigits(microseconds % kSecond)}});
 }
 
 } // namespace
@@ -131,6 +130,7 @@ std::vector<exif::NewTag> sequoiaTags(const SequoiaCalibration& calibration,
         {"Xmp.Camera.IrradianceCalibrationMeasurement", {kLampMeasurement}},
         {"Xmp.Camera.IrradianceList", {irradianceList(exposure.bootMicroseconds, shot.reading)}}};
     addTime(shot.station.microseconds, tags);
+    tags.push_back(subSecondTime(shot.station.microseconds));
     addBootTime(exposure.bootMicroseconds, tags);
     addPosition(positionOf(shot.station), tags);
     return tags;

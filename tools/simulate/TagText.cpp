@@ -5,6 +5,11 @@
 #include <cstdio>
 
 namespace tessik::simulate {
+namespace {
+
+constexpr std::int64_t kSecond = 1000000; ///< us
+
+} // namespace
 
 std::string number(double value) {
     std::array<char, 40> text{};
@@ -56,8 +61,13 @@ std::vector<std::string> powers(const PlanePolynomial& polynomial) {
     return texts;
 }
 
+std::string sixDigits(std::int64_t value) {
+    std::array<char, 40> text{};
+    std::snprintf(text.data(), text.size(), "%06d", static_cast<int>(value));
+    return text.data();
+}
+
 void addTime(std::int64_t microseconds, std::vector<exif::NewTag>& tags) {
-    constexpr std::int64_t kSecond = 1000000;
     const auto second = static_cast<int>(microseconds / kSecond);
     std::array<char, 40> text{};
     std::snprintf(text.data(),
@@ -69,8 +79,10 @@ void addTime(std::int64_t microseconds, std::vector<exif::NewTag>& tags) {
                   second % 60);
     tags.push_back({"Exif.Photo.DateTimeOriginal", {text.data()}});
     tags.push_back({"Exif.Image.DateTime", {text.data()}});
-    std::snprintf(text.data(), text.size(), "%06d", static_cast<int>(microseconds % kSecond));
-    tags.push_back({"Exif.Photo.SubSecTime", {text.data()}});
+}
+
+exif::NewTag subSecondTime(std::int64_t microseconds) {
+    return {"Exif.Photo.SubSecTime", {sixDigits(microseconds % kSecond)}};
 }
 
 void addPosition(const GeographicPosition& position, std::vector<exif::NewTag>& tags) {

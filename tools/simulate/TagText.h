@@ -26,8 +26,13 @@ std::vector<std::string> pairs(const std::vector<std::pair<int, int>>& pixels);
 /// Powers of x and y of each term, flat.
 std::vector<std::string> powers(const PlanePolynomial& polynomial);
 
-/// A time of the flight's day, and the tags for it.
+/// With zeros in front.
+std::string sixDigits(std::int64_t value);
+
+/// A time of the flight's day, and the tags for its whole seconds.
 void addTime(std::int64_t microseconds, std::vector<exif::NewTag>& tags);
+/// The tag for what is beyond the whole seconds.
+exif::NewTag subSecondTime(std::int64_t microseconds);
 
 void addPosition(const GeographicPosition& position, std::vector<exif::NewTag>& tags);
 

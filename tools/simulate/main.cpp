@@ -62,9 +62,12 @@ CLI::App* addFlight(CLI::App& app, std::string& folder, FlightOptions& options, 
     CLI::App* flight = app.add_subcommand("flight", "Render a flight as a camera would store it");
     flight->add_option("-o,--output", folder, "Folder to make")->required();
     const std::map<std::string, CameraModel> cameras = {{"rededge", CameraModel::RedEdge},
+                                                        {"rededge-p", CameraModel::RedEdgeP},
                                                         {"sequoia-v1", CameraModel::SequoiaV1},
                                                         {"sequoia-v2", CameraModel::SequoiaV2}};
-    flight->add_option("--camera", options.camera, "rededge (default), sequoia-v1 or sequoia-v2")
+    flight
+        ->add_option(
+            "--camera", options.camera, "rededge (default), rededge-p, sequoia-v1 or sequoia-v2")
         ->transform(CLI::CheckedTransformer(cameras));
     flight->add_option("--captures", options.captures, "Number of captures")
         ->check(CLI::Range(1, 9999))
@@ -81,9 +84,10 @@ CLI::App* addFlight(CLI::App& app, std::string& folder, FlightOptions& options, 
     flight->add_option("--noise", options.noise, "Noise, times the camera's own")
         ->check(CLI::Range(0.0, 100.0))
         ->capture_default_str();
-    flight->add_flag("--panel",
-                     options.hasPanel,
-                     "The first and the last capture show a reflectance panel (rededge only)");
+    flight->add_flag(
+        "--panel",
+        options.hasPanel,
+        "The first and the last capture show a reflectance panel (rededge and rededge-p only)");
     flight->add_option("--interval", options.intervalSeconds, "Seconds from capture to capture")
         ->check(CLI::Range(0.1, 3600.0))
         ->capture_default_str();
