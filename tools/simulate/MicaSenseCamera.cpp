@@ -13,11 +13,6 @@ namespace tessik::simulate {
 namespace {
 
 constexpr double kMicaSenseFullScale = 65536.0;
-/// Brightest material, stored, as a share of full scale. With the row's part of the exposure it
-/// stays some ten standard deviations below saturation, and the darkest as far above the dark
-/// level.
-constexpr double kMicaSenseLowestPeak = 0.60;
-constexpr double kMicaSenseHighestPeak = 0.82;
 
 constexpr std::size_t kMicaSenseBadPixelCount = 8;
 
@@ -66,12 +61,11 @@ std::string MicaSenseCamera::fileName(std::size_t capture, std::size_t band) con
 /// material at a level drawn for the capture.
 MicaSenseExposure MicaSenseCamera::expose(const Shot& shot) const {
     const MicaSenseCalibration& calibration = m_model.optics[shot.band].calibration;
-    Random random({m_options.seed, kMicaSenseExposurePurpose, shot.capture, shot.band});
     MicaSenseExposure exposure;
     exposure.iso =
         m_model.speeds[(shot.capture + shot.band + m_options.seed) % m_model.speeds.size()];
     const double peak =
-        random.uniform(kMicaSenseLowestPeak, kMicaSenseHighestPeak) * kMicaSenseFullScale;
+        drawPeak(Random({m_options.seed, kMicaSenseExposurePurpose, shot.capture, shot.band}));
     const double signal = peak - m_model.highestDark;
     const double radiance = Scene::kBrightest * shot.irradiance / kPi;
     const double wanted =

@@ -30,6 +30,11 @@ PixelList drawPixels(std::size_t count, Eigen::Index width, Eigen::Index height,
     return list;
 }
 
+double drawPeak(Random random) {
+    constexpr double kFullScale = 65536.0;
+    return random.uniform(0.60, 0.82) * kFullScale;
+}
+
 void readOut(const Sensor& sensor,
              double gain,
              double noise,

@@ -35,6 +35,11 @@ struct RowContent {
 /// Some pixels of an image, each once.
 PixelList drawPixels(std::size_t count, Eigen::Index width, Eigen::Index height, Random random);
 
+/// Stored value of the brightest material where the image is brightest, as an automatic exposure
+/// might put it: some ten standard deviations below saturation, and with it the darkest material
+/// as far above the dark level.
+double drawPeak(Random random);
+
 /// Reads a sensor out: noise, steps, saturation, defects. Fills in what a frame says of its pixels.
 /// @param gain electrons make this many times as many steps as at a gain of 1
 /// @param noise times the sensor's own

@@ -18,11 +18,6 @@ namespace {
 /// highest speed keeps clear of the dark level. The defective ones are dead, hot, stuck.
 constexpr Sensor kSensor = {64.0, 65472.0F, 40.0, 3.0, 0.3, {0.0F, 65472.0F, 19200.0F, 3072.0F}};
 
-/// Brightest material, stored, as a share of full scale.
-constexpr double kFullScale = 65536.0;
-constexpr double kLowestPeak = 0.60;
-constexpr double kHighestPeak = 0.82;
-
 /// What the files state. The correction is some percent of A t ISO, so that it is missed when left
 /// out.
 constexpr std::array<double, 4> kSensitivity = {310316.1, 264871.4, 121604.7, 291038.2};
@@ -137,13 +132,13 @@ SequoiaExposure SequoiaCamera::expose(const Shot& shot) const {
     constexpr std::array<int, 4> kSpeeds = {100, 398, 206, 796};
     constexpr std::int64_t kOnBeforeFlight = 150000000; // us
     const SequoiaCalibration& calibration = m_calibrations[shot.band];
-    Random random({m_options.seed, kSequoiaExposurePurpose, shot.capture, shot.band});
     SequoiaExposure exposure;
     exposure.iso = kSpeeds[(shot.capture + shot.band + m_options.seed) % kSpeeds.size()];
     exposure.temperature = temperatureOf(shot);
     exposure.bootMicroseconds = shot.sinceStart + kOnBeforeFlight;
     const auto iso = static_cast<double>(exposure.iso);
-    const double peak = random.uniform(kLowestPeak, kHighestPeak) * kFullScale;
+    const double peak =
+        drawPeak(Random({m_options.seed, kSequoiaExposurePurpose, shot.capture, shot.band}));
     const double radiance = Scene::kBrightest * shot.irradiance / kPi;
     const double perDn = calibration.fNumber * calibration.fNumber / (radiance * iso);
     double seconds = 0.0;
