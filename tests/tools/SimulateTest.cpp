@@ -127,7 +127,9 @@ TEST(Simulate, aSeedGivesTheSameBytesAndAnotherSeedOthers) {
     for (const Case& expected : {Case{CameraModel::RedEdge, 2 * 5 * 2},
                                  Case{CameraModel::RedEdgeP, 2 * 5 * 2},
                                  Case{CameraModel::SequoiaV1, 2 * 4 * 2},
-                                 Case{CameraModel::SequoiaV2, 2 * 4 * 2 + 2}}) {
+                                 Case{CameraModel::SequoiaV2, 2 * 4 * 2 + 2},
+                                 Case{CameraModel::P4m, 2 * 5 * 2},
+                                 Case{CameraModel::M3m, 2 * 4 * 2}}) {
         const test::TemporaryFolder folder;
         FlightOptions options;
         options.camera = expected.camera;

@@ -34,6 +34,7 @@ struct Shot {
     BandMatrix reflectance;
     double irradiance = 0.0; ///< on the ground, W/m2/nm
     LightReading reading;
+    std::vector<double> readings; ///< W/m2/nm, in each of the camera's bands
     Station station;
     std::int64_t sinceStart = 0; ///< us, from the first capture
 };

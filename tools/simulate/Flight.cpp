@@ -2,6 +2,8 @@
 
 #include "platform/image/PendingFile.h"
 #include "platform/image/Raster.h"
+#include "simulate/M3mCamera.h"
+#include "simulate/P4mCamera.h"
 #include "simulate/Panel.h"
 #include "simulate/RedEdgeCamera.h"
 #include "simulate/RedEdgePCamera.h"
@@ -48,6 +50,10 @@ std::unique_ptr<Camera> makeCamera(const FlightOptions& flight) {
         return sequoia(SequoiaCamera::Kind::Uniform);
     case CameraModel::SequoiaV2:
         return sequoia(SequoiaCamera::Kind::Measured);
+    case CameraModel::P4m:
+        return std::make_unique<P4mCamera>(options);
+    case CameraModel::M3m:
+        return std::make_unique<M3mCamera>(options);
     case CameraModel::RedEdge:
         break;
     }
@@ -248,6 +254,10 @@ void renderFlight(const path& folder, const FlightOptions& options) {
         const double wavelength = camera.bands()[shot.band].info.wavelengthNm;
         shot.irradiance = light->irradiance(shot.capture, wavelength);
         shot.reading = light->reading(shot.capture, wavelength);
+        for (const Band& band : camera.bands()) {
+            shot.readings.push_back(
+                light->reading(shot.capture, band.info.wavelengthNm).irradiance);
+        }
         if (showsPanel(options, shot.capture)) {
             const PanelView view =
                 panel.view(shot.capture, shot.band, options.width, options.height);

@@ -24,7 +24,7 @@ inline constexpr auto kManifestFile = "flight.json";
 
 /// The cameras that can be flown; the Sequoia with uniform sensors, or with measured ones whose
 /// model comes along.
-enum class CameraModel { RedEdge, RedEdgeP, SequoiaV1, SequoiaV2 };
+enum class CameraModel { RedEdge, RedEdgeP, SequoiaV1, SequoiaV2, P4m, M3m };
 
 enum class Sky {
     Changing, ///< drift and clouds over a straight line flown level; the sensor is exact

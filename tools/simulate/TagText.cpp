@@ -1,5 +1,6 @@
 #include "simulate/TagText.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
@@ -14,6 +15,12 @@ constexpr std::int64_t kSecond = 1000000; ///< us
 std::string number(double value) {
     std::array<char, 40> text{};
     std::snprintf(text.data(), text.size(), "%.17g", value);
+    return text.data();
+}
+
+std::string fixed(double value, int digits) {
+    std::array<char, 60> text{};
+    std::snprintf(text.data(), text.size(), "%.*f", digits, value);
     return text.data();
 }
 
@@ -61,6 +68,19 @@ std::vector<std::string> powers(const PlanePolynomial& polynomial) {
     return texts;
 }
 
+namespace {
+
+/// Hours, minutes and whole seconds.
+std::string clockTime(std::int64_t microseconds) {
+    const auto second = static_cast<int>(microseconds / kSecond);
+    std::array<char, 40> text{};
+    std::snprintf(
+        text.data(), text.size(), "%02d:%02d:%02d", second / 3600, second / 60 % 60, second % 60);
+    return text.data();
+}
+
+} // namespace
+
 std::string sixDigits(std::int64_t value) {
     std::array<char, 40> text{};
     std::snprintf(text.data(), text.size(), "%06d", static_cast<int>(value));
@@ -68,17 +88,23 @@ std::string sixDigits(std::int64_t value) {
 }
 
 void addTime(std::int64_t microseconds, std::vector<exif::NewTag>& tags) {
-    const auto second = static_cast<int>(microseconds / kSecond);
-    std::array<char, 40> text{};
-    std::snprintf(text.data(),
-                  text.size(),
-                  "%s %02d:%02d:%02d",
-                  kFlightDay,
-                  second / 3600,
-                  second / 60 % 60,
-                  second % 60);
-    tags.push_back({"Exif.Photo.DateTimeOriginal", {text.data()}});
-    tags.push_back({"Exif.Image.DateTime", {text.data()}});
+    const std::string text = std::string(kFlightDay) + " " + clockTime(microseconds);
+    tags.push_back({"Exif.Photo.DateTimeOriginal", {text}});
+    tags.push_back({"Exif.Image.DateTime", {text}});
+}
+
+void addSatelliteTime(std::int64_t microseconds, std::vector<exif::NewTag>& tags) {
+    const std::int64_t second = microseconds / kSecond;
+    tags.push_back({"Exif.GPSInfo.GPSDateStamp", {kFlightDay}});
+    tags.push_back({"Exif.GPSInfo.GPSTimeStamp",
+                    {std::to_string(second / 3600),
+                     std::to_string(second / 60 % 60),
+                     std::to_string(second % 60)}});
+    std::string day = kFlightDay;
+    std::replace(day.begin(), day.end(), ':', '-');
+    tags.push_back(
+        {"Xmp.drone-dji.UTCAtExposure",
+         {day + "T" + clockTime(microseconds) + "." + sixDigits(microseconds % kSecond)}});
 }
 
 exif::NewTag subSecondTime(std::int64_t microseconds) {

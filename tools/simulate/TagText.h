@@ -15,6 +15,9 @@ namespace tessik::simulate {
 /// Enough digits to read the very same number back.
 std::string number(double value);
 
+/// So many digits after the point.
+std::string fixed(double value, int digits);
+
 std::vector<std::string> numbers(const std::vector<double>& values);
 
 /// Rounded to the denominator.
@@ -31,6 +34,8 @@ std::string sixDigits(std::int64_t value);
 
 /// A time of the flight's day, and the tags for its whole seconds.
 void addTime(std::int64_t microseconds, std::vector<exif::NewTag>& tags);
+/// The stamps of satellite navigation: whole seconds in two, microseconds in a third.
+void addSatelliteTime(std::int64_t microseconds, std::vector<exif::NewTag>& tags);
 /// The tag for what is beyond the whole seconds.
 exif::NewTag subSecondTime(std::int64_t microseconds);
 

@@ -64,10 +64,13 @@ CLI::App* addFlight(CLI::App& app, std::string& folder, FlightOptions& options, 
     const std::map<std::string, CameraModel> cameras = {{"rededge", CameraModel::RedEdge},
                                                         {"rededge-p", CameraModel::RedEdgeP},
                                                         {"sequoia-v1", CameraModel::SequoiaV1},
-                                                        {"sequoia-v2", CameraModel::SequoiaV2}};
+                                                        {"sequoia-v2", CameraModel::SequoiaV2},
+                                                        {"p4m", CameraModel::P4m},
+                                                        {"m3m", CameraModel::M3m}};
     flight
-        ->add_option(
-            "--camera", options.camera, "rededge (default), rededge-p, sequoia-v1 or sequoia-v2")
+        ->add_option("--camera",
+                     options.camera,
+                     "rededge (default), rededge-p, sequoia-v1, sequoia-v2, p4m or m3m")
         ->transform(CLI::CheckedTransformer(cameras));
     flight->add_option("--captures", options.captures, "Number of captures")
         ->check(CLI::Range(1, 9999))
