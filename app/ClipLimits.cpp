@@ -58,19 +58,24 @@ std::optional<double> limitIn(const std::vector<InputImage>& images,
     return clipSpike(counts);
 }
 
-void sayLimit(const InputImage& image, const std::optional<double>& limit) {
-    const std::string camera = exif::cameraName(image.exif).toStdString();
-    if (limit) {
+/// One line for the cameras of which the same is to be said.
+void sayLimits(const std::vector<const InputImage*>& cameras,
+               const std::vector<std::optional<double>>& limits) {
+    std::map<std::optional<double>, std::string> names;
+    for (std::size_t i = 0; i < cameras.size(); ++i) {
+        std::string& list = names[limits[i]];
+        list += (list.empty() ? "" : ", ") + exif::cameraName(cameras[i]->exif).toStdString();
+    }
+    for (const auto& [limit, list] : names) {
         sayWarning({},
-                   camera +
-                       ": it is not known at which value its samples clip; the brightest "
-                       "images show " +
-                       std::to_string(std::lround(*limit)) +
-                       ", and pixels of that value and above are masked");
-    } else {
-        sayWarning({},
-                   camera + ": it is not known at which value its samples clip, and no image that "
-                            "was looked at shows it: saturated pixels would not be masked");
+                   limit
+                       ? list +
+                             ": it is not known at which value samples clip; the brightest "
+                             "images show " +
+                             std::to_string(std::lround(*limit)) +
+                             ", and pixels of that value and above are masked"
+                       : list + ": it is not known at which value samples clip, and no image that "
+                                "was looked at shows it: saturated pixels would not be masked");
     }
 }
 
@@ -132,13 +137,14 @@ ClipLimits findClipLimits(const std::vector<InputImage>& images, int jobs) {
         });
     });
     ClipLimits result;
+    std::vector<const InputImage*> firsts;
     for (std::size_t i = 0; i < cameras.size(); ++i) {
-        const InputImage& first = images[cameras[i].front()];
-        sayLimit(first, limits[i]);
+        firsts.push_back(&images[cameras[i].front()]);
         if (limits[i]) {
-            result[first.cameraId] = *limits[i];
+            result[firsts.back()->cameraId] = *limits[i];
         }
     }
+    sayLimits(firsts, limits);
     return result;
 }
 

@@ -90,6 +90,31 @@ TEST(CorrectCommand, aSimulatedFlightComesOutAsItsTruth) {
     expectTruth(simulate::CameraModel::SequoiaV2, " --sequoia-calibration flight/calibration");
 }
 
+/// What the dialects of these cameras say of gains, vignetting and where samples clip.
+TEST(CorrectCommand, simulatedFlightsOfNewerBodiesComeOutAsTheirTruth) {
+    for (const simulate::CameraModel camera : {simulate::CameraModel::RedEdgeP,
+                                               simulate::CameraModel::P4m,
+                                               simulate::CameraModel::M3m}) {
+        const TemporaryFolder folder;
+        simulate::FlightOptions options = flightOptions(6);
+        options.camera = camera;
+        simulate::renderFlight(folder.path() / "flight", options);
+        const Result result =
+            radiometry(folder, "correct flight/images -o out --targets none --utc-offset 0");
+        EXPECT_EQ(result.status, 0) << result.err;
+        for (const simulate::BandResult& band : simulate::compare(
+                 folder.path() / "flight", folder.path() / "out", simulate::Target::Reflectance)) {
+            EXPECT_LT(std::abs(band.bias), 0.2) << band.band;
+            EXPECT_LT(std::abs(band.worstCaptureBias), 0.2) << band.band;
+            EXPECT_LT(std::abs(band.worstLevelBias.value_or(0.0)), 0.2) << band.band;
+            EXPECT_EQ(band.missed, 0U) << band.band;
+            EXPECT_LE(static_cast<double>(band.unexpectedMasked),
+                      1e-4 * static_cast<double>(band.pixels))
+                << band.band;
+        }
+    }
+}
+
 TEST(CorrectCommand, withoutTheFactoryModelASequoiaIsVisiblyWorse) {
     const TemporaryFolder folder;
     simulate::FlightOptions options = flightOptions(4);

@@ -15,6 +15,11 @@ inline void requireSound(const exif::ImageMetadata& metadata) {
             "one name a band, or none");
     require(exif.bands.empty() || exif.bands.size() == exif.bandCount,
             "one wavelength a band, or none");
+    for (const std::size_t band : exif.uselessBands) {
+        require(band < exif.bandCount, "a useless band is one of the bands");
+    }
+    require(!exif.isThermal || (exif.sensitivity.empty() && exif.sunIrradiance.empty()),
+            "temperatures have nothing to do with light");
     require(!std::isnan(exif.exposureTime), "an exposure time is a number");
     require(std::isfinite(metadata.geo.captureTime), "a capture time is finite");
     if (metadata.geo.position) {
