@@ -1,6 +1,6 @@
 #include "simulate/SequoiaModelFile.h"
 
-#include "platform/exif/SoftwareTag.h"
+#include "platform/image/SoftwareTag.h"
 #include "platform/image/Raster.h"
 #include "simulate/TagText.h"
 
@@ -48,7 +48,7 @@ void writeModelFile(const std::string& path,
         rasters.push_back(parameterRaster(model));
     }
     image::writeFloatRaster(path, rasters);
-    exif::writeProcessingSoftware(path, serialNumber);
+    image::writeProcessingSoftware(path, serialNumber);
 }
 
 void writeThermalProfile(const std::string& path,

@@ -1,6 +1,5 @@
 #include "Fail.h"
-#include "platform/exif/SoftwareTag.h"
-#include "platform/exif/TagFile.h"
+#include "platform/image/SoftwareTag.h"
 #include "platform/image/PendingFile.h"
 #include "platform/image/Raster.h"
 #include "radiometry/sequoia/ModelFile.h"
@@ -139,8 +138,8 @@ BandImage readRasters(const QString& path) {
 
 QString readSerialNumber(const QString& path) {
     try {
-        return QString::fromStdString(exif::readProcessingSoftware(path.toStdString()));
-    } catch (const exif::Error&) {
+        return QString::fromStdString(image::readProcessingSoftware(path.toStdString()));
+    } catch (const image::Error&) {
         fail("Unable to read ", path);
     }
 }
@@ -170,18 +169,13 @@ void writeModel(const QString& path, const QString& serialNumber, const BandMode
         }
         appendRasters(found->second, rasters);
     }
-    const auto cannotWrite = [&path](const std::exception& failure) {
-        fail("Unable to open output image ", path, ": ", std::string(failure.what()));
-    };
     try {
         image::PendingFile file(path.toStdString());
         image::writeFloatRaster(file.temporaryPath(), rasters);
-        exif::writeProcessingSoftware(file.temporaryPath(), serialNumber.toStdString());
+        image::writeProcessingSoftware(file.temporaryPath(), serialNumber.toStdString());
         file.commit();
     } catch (const image::Error& failure) {
-        cannotWrite(failure);
-    } catch (const exif::Error& failure) {
-        cannotWrite(failure);
+        fail("Unable to open output image ", path, ": ", std::string(failure.what()));
     }
 }
 

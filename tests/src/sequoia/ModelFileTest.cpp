@@ -1,7 +1,7 @@
 #include "radiometry/sequoia/ModelFile.h"
 
 #include "SequoiaSupport.h"
-#include "platform/exif/SoftwareTag.h"
+#include "platform/image/SoftwareTag.h"
 #include "platform/exif/TagFile.h"
 #include "platform/image/Raster.h"
 
@@ -61,7 +61,12 @@ TEST(SequoiaModelFile, holdsItsValuesWhereTheFormatSaysAndReproducibleFillerElse
         model.darkCurrent.dark = grid(100, 100, 0.5, 0.25);
     }
     writeModel(text(path), kModelSerial, models);
-    EXPECT_EQ(exif::readProcessingSoftware(path), kModelSerial.toStdString());
+    EXPECT_EQ(image::readProcessingSoftware(path), kModelSerial.toStdString());
+    // Other programs write the tag in other ways, and it can be set again.
+    exif::writeTags(path, {{"Exif.Image.ProcessingSoftware", {"another body"}}});
+    EXPECT_EQ(image::readProcessingSoftware(path), "another body");
+    image::writeProcessingSoftware(path, "a third");
+    EXPECT_EQ(image::readProcessingSoftware(path), "a third");
     const BandImage rasters = image::Raster::open(path).read();
     ASSERT_EQ(rasters.size(), 8U);
     for (std::size_t k = 0; k < 4; ++k) {
