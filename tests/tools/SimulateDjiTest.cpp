@@ -166,8 +166,7 @@ TEST_P(DjiFlight, whatTheFilesStateIsOfSuchACamera) {
 }
 
 /// One image of a camera in front of one reflectance.
-template <typename DjiLike>
-Frame imageOf(const CameraOptions& options, double reflectance) {
+Frame imageOf(const Camera& camera, const CameraOptions& options, double reflectance) {
     Shot shot;
     shot.band = 1;
     shot.irradiance = 1.3;
@@ -176,7 +175,7 @@ Frame imageOf(const CameraOptions& options, double reflectance) {
     shot.station.microseconds = ((19 * 60LL + 5) * 60 + 7) * 1000000 + 45678;
     shot.reflectance =
         BandMatrix::Constant(options.height, options.width, static_cast<float>(reflectance));
-    return DjiLike(options).take(shot, true);
+    return camera.take(shot, true);
 }
 
 /// As they are read back from a file.
@@ -190,7 +189,7 @@ exif::Tags written(const Frame& frame) {
 
 TEST(SimulateP4m, pixelsClipAtAPlateauThatFallsWithTheRowAndSpreads) {
     const CameraOptions options{160, 1300, 3, 1.0};
-    const Frame frame = imageOf<P4mCamera>(options, Scene::kGlint);
+    const Frame frame = imageOf(P4mCamera(options), options, Scene::kGlint);
     ASSERT_EQ(frame.saturatedPixels, 160U * 1300U);
     // A straight line through the samples, by least squares.
     const Eigen::ArrayXXd samples = frame.samples.cast<double>().array();
@@ -213,9 +212,10 @@ TEST(SimulateP4m, pixelsClipAtAPlateauThatFallsWithTheRowAndSpreads) {
 TEST(SimulateP4m, theTruthKnowsWhichPixelsWereClippedWhereStoredValuesDoNotTell) {
     // Without noise, in steps around the plateau.
     const CameraOptions options{160, 120, 1, 0.0};
+    const P4mCamera camera(options);
     std::map<float, std::pair<int, int>> counts; // clipped and not, of each stored value
-    for (double reflectance = 1.0; reflectance < 2.5; reflectance *= 1.002) {
-        const Frame frame = imageOf<P4mCamera>(options, reflectance);
+    for (double reflectance = 1.0; reflectance < 2.5; reflectance *= 1.004) {
+        const Frame frame = imageOf(camera, options, reflectance);
         std::size_t clipped = 0;
         for (Eigen::Index i = 0; i < frame.samples.size(); ++i) {
             const bool isClipped = std::isinf(frame.relativeDeviation.data()[i]);
@@ -233,7 +233,9 @@ TEST(SimulateP4m, theTruthKnowsWhichPixelsWereClippedWhereStoredValuesDoNotTell)
 }
 
 TEST(SimulateP4m, theTimeIsLocalInWholeSecondsAndHasNoZone) {
-    const exif::Tags tags = written(imageOf<P4mCamera>({16, 16, 1, 1.0}, 0.3));
+    const CameraOptions options{16, 16, 1, 1.0};
+    const P4mCamera camera(options);
+    const exif::Tags tags = written(imageOf(camera, options, 0.3));
     EXPECT_EQ(tags.exifText("Exif.Photo.DateTimeOriginal"), "2024:06:21 12:05:07");
     for (const char* key : {"Exif.Photo.SubSecTime",
                             "Exif.Photo.OffsetTimeOriginal",
@@ -241,12 +243,14 @@ TEST(SimulateP4m, theTimeIsLocalInWholeSecondsAndHasNoZone) {
                             "Exif.GPSInfo.GPSTimeStamp"}) {
         EXPECT_EQ(tags.exif(key), nullptr) << key;
     }
-    EXPECT_EQ(P4mCamera({}).fileName(0, 0), "DJI_0011.TIF");
-    EXPECT_EQ(P4mCamera({}).fileName(11, 4), "DJI_0125.TIF");
+    EXPECT_EQ(camera.fileName(0, 0), "DJI_0011.TIF");
+    EXPECT_EQ(camera.fileName(11, 4), "DJI_0125.TIF");
 }
 
 TEST(SimulateM3m, theTimeIsUtcWithStampsAndTheLightIsStatedBeforeAndAfterCompensation) {
-    const exif::Tags tags = written(imageOf<M3mCamera>({16, 16, 1, 1.0}, 0.3));
+    const CameraOptions options{16, 16, 1, 1.0};
+    const M3mCamera camera(options);
+    const exif::Tags tags = written(imageOf(camera, options, 0.3));
     EXPECT_EQ(tags.exifText("Exif.Photo.DateTimeOriginal"), "2024:06:21 19:05:07");
     EXPECT_EQ(tags.exifText("Exif.GPSInfo.GPSDateStamp"), "2024:06:21");
     EXPECT_EQ(tags.exifNumbers("Exif.GPSInfo.GPSTimeStamp"), (std::vector<double>{19, 5, 7}));
@@ -258,11 +262,12 @@ TEST(SimulateM3m, theTimeIsUtcWithStampsAndTheLightIsStatedBeforeAndAfterCompens
     EXPECT_NEAR(tags.xmpNumber("drone-dji", "Irradiance").value(), 9000.0 * 1.3, 1e-3);
     EXPECT_EQ(tags.xmpNumbers("drone-dji", "CalibratedHMatrix"),
               (std::vector<double>{1, 0, 0, 0, 1, 0, 0, 0, 1}));
-    EXPECT_EQ(M3mCamera({}).fileName(0, 2), "DJI_20240621190000_0001_MS_RE.TIF");
+    EXPECT_EQ(camera.fileName(0, 2), "DJI_20240621190000_0001_MS_RE.TIF");
 }
 
 TEST(SimulateM3m, theCorrectionIsTheMakersExample) {
-    const exif::Tags tags = written(imageOf<M3mCamera>({324, 243, 1, 1.0}, 0.3));
+    const CameraOptions options{324, 243, 1, 1.0};
+    const exif::Tags tags = written(imageOf(M3mCamera(options), options, 0.3));
     const std::vector<double> k = tags.xmpNumbers("drone-dji", "VignettingData");
     ASSERT_EQ(k.size(), 6U);
     const auto correction = [&k](double r) {
