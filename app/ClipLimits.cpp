@@ -121,6 +121,7 @@ std::vector<std::vector<std::size_t>> imagesOfUnknownLimit(const std::vector<Inp
         }
     }
     std::vector<std::vector<std::size_t>> result;
+    result.reserve(byCamera.size());
     for (auto& [camera, indices] : byCamera) {
         result.push_back(std::move(indices));
     }

@@ -72,7 +72,7 @@ void keepWholeRigs(const std::string& source, Plan& plan) {
             if (sensitivities.count(camera.id) > 0) {
                 ++count;
             } else {
-                lacking += (lacking.empty() ? "" : ", ") + camera.name;
+                lacking.append(lacking.empty() ? "" : ", ").append(camera.name);
             }
         }
         if (count == 0 || count == rig.size()) {
@@ -185,6 +185,7 @@ void keepTargetCandidates(const Project& project, Flight& flight) {
         }
     }
     std::vector<InputImage> kept;
+    kept.reserve(wanted.size());
     for (const std::size_t i : wanted) {
         kept.push_back(std::move(flight.images[i]));
     }

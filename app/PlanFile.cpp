@@ -204,7 +204,7 @@ std::vector<double> readIrradiance(const JsonReader& image) {
     if (!image.has("sun_irradiance")) {
         return {};
     }
-    const std::vector<double> readings = image["sun_irradiance"].numbers();
+    std::vector<double> readings = image["sun_irradiance"].numbers();
     if (!std::all_of(readings.begin(), readings.end(), [](double value) {
             return std::isfinite(value) && value > 0.0;
         })) {

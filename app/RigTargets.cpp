@@ -172,8 +172,8 @@ public:
 
 private:
     /// One target a band, of one detector if possible; empty where a band has none.
-    std::vector<std::size_t> completeSet(const std::string& capture,
-                                         const TargetsOfCapture& found) const {
+    [[nodiscard]] std::vector<std::size_t> completeSet(const std::string& capture,
+                                                       const TargetsOfCapture& found) const {
         std::vector<std::size_t> targets;
         const auto detector =
             std::find_if(m_detectors.begin(), m_detectors.end(), [&](const std::string& candidate) {

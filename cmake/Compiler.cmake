@@ -8,11 +8,6 @@ target_compile_options(radiometry_flags INTERFACE
   # No path of the building machine in what is installed.
   -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
 set(CMAKE_CXX_FLAGS_RELEASE "-O3 -DNDEBUG")
-if(CMAKE_UNITY_BUILD AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  # Of sources joined none is the main file; a class may all the same have members of a type that is
-  # local to its source.
-  target_compile_options(radiometry_flags INTERFACE -Wno-subobject-linkage)
-endif()
 if(RADIOMETRY_SANITIZE)
   add_compile_options(-fsanitize=${RADIOMETRY_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${RADIOMETRY_SANITIZE})
@@ -25,8 +20,8 @@ if(RADIOMETRY_SANITIZE)
   endif()
 endif()
 
-# What most of our sources include, parsed once a target. The analysis builds without, so that it
-# sees a source that leaves an include out; so should who builds with ccache.
+# What most of our sources include, parsed once a target. The analysis compiles each source by itself,
+# so that it sees one that leaves an include out. Switch it off to build with ccache.
 option(RADIOMETRY_PRECOMPILE "Precompile common headers" ON)
 function(radiometry_precompile target)
   if(RADIOMETRY_PRECOMPILE)

@@ -1,7 +1,7 @@
 #include "simulate/SequoiaModelFile.h"
 
-#include "platform/image/SoftwareTag.h"
 #include "platform/image/Raster.h"
+#include "platform/image/SoftwareTag.h"
 #include "simulate/TagText.h"
 
 #include <fstream>

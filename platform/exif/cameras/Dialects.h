@@ -15,9 +15,9 @@
 namespace tessik::exif {
 
 struct Dialect {
-    bool (*matches)(const Tags& tags);
-    void (*read)(const Tags& tags, ImageMetadata& metadata);
-    Clock clock;
+    bool (*matches)(const Tags& tags) = nullptr;
+    void (*read)(const Tags& tags, ImageMetadata& metadata) = nullptr;
+    Clock clock{};
 };
 
 const std::vector<Dialect>& dialects();

@@ -1,7 +1,7 @@
 #include "Fail.h"
-#include "platform/image/SoftwareTag.h"
 #include "platform/image/PendingFile.h"
 #include "platform/image/Raster.h"
+#include "platform/image/SoftwareTag.h"
 #include "radiometry/sequoia/ModelFile.h"
 
 #include <array>

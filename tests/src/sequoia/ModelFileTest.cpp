@@ -1,9 +1,9 @@
 #include "radiometry/sequoia/ModelFile.h"
 
 #include "SequoiaSupport.h"
-#include "platform/image/SoftwareTag.h"
 #include "platform/exif/TagFile.h"
 #include "platform/image/Raster.h"
+#include "platform/image/SoftwareTag.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
