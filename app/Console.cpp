@@ -15,7 +15,6 @@ std::atomic<Verbosity> shown{Verbosity::Normal};
 std::mutex mutex;
 std::vector<Warning> saidWarnings;
 thread_local const std::string* currentImage = nullptr;
-thread_local std::vector<Trace>* currentTraces = nullptr;
 
 /// One line, whatever the text holds.
 void sayLine(std::string line) {
@@ -27,10 +26,6 @@ void sayLine(std::string line) {
 
 void sayRecord(const logging::Record& record) {
     const std::string image = currentImage != nullptr ? *currentImage : std::string();
-    if (currentTraces != nullptr && record.level < logging::kError) {
-        const std::string file = record.where.file;
-        currentTraces->push_back({file.substr(0, file.rfind('.')), record.text});
-    }
     if (record.level >= logging::kError) {
         sayFailure(image, record.text);
     } else if (record.level >= logging::kWarning) {
@@ -73,17 +68,11 @@ void setVerbosity(Verbosity verbosity) {
     logging::setLevel(verbosity == Verbosity::Verbose ? logging::kInfo : logging::kWarning);
 }
 
-void keepTraces() {
-    logging::setLevel(logging::kInfo);
-}
-
-ImageContext::ImageContext(const std::string& path, std::vector<Trace>* traces) {
+ImageContext::ImageContext(const std::string& path) {
     currentImage = &path;
-    currentTraces = traces;
 }
 ImageContext::~ImageContext() {
     currentImage = nullptr;
-    currentTraces = nullptr;
 }
 
 } // namespace tessik::app

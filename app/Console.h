@@ -75,25 +75,14 @@ std::vector<Warning> warningsSaid();
 enum class Verbosity { Quiet, Normal, Verbose };
 void setVerbosity(Verbosity verbosity);
 
-/// What the library tells of one image: a step, and what it did.
-struct Trace {
-    std::string step; ///< base name of the source file, without extension
-    std::string text;
-};
-
-/// While it lives, what the library logs in this thread is said of this image, and traces are kept.
+/// While it lives, what the library logs in this thread is said of this image.
 class ImageContext {
 public:
     /// @param path must outlive this
-    /// @param traces where the library's traces go; null = they are not kept
-    explicit ImageContext(const std::string& path, std::vector<Trace>* traces = nullptr);
+    explicit ImageContext(const std::string& path);
     ImageContext(const ImageContext&) = delete;
     ImageContext& operator=(const ImageContext&) = delete;
     ~ImageContext();
 };
-
-/// Has the library make its traces, whether they are shown or not: to be called before a context is
-/// given a place for them.
-void keepTraces();
 
 } // namespace tessik::app

@@ -80,8 +80,7 @@ void correctOne(const PlannedImage& task, Run& run) {
         ++run.summary.kept;
         return;
     }
-    std::vector<Trace> traces;
-    const ImageContext context(task.path, &traces);
+    const ImageContext context(task.path);
     exif::ImageMetadata metadata = exif::readMetadata(task.path, plan.readOptions());
     const std::shared_ptr<const exif::RawMetadata> raw = metadata.raw;
     for (const std::string& warning : metadata.warnings) {
@@ -94,10 +93,10 @@ void correctOne(const PlannedImage& task, Run& run) {
     const Applied applied = run.corrector.correct(image, bands);
     const std::vector<double> sensitivity = plan.project.sensitivityOf(image);
     const std::string type = image.exif.isThermal ? "thermal" : wordOf(plan.project.typeOf(image));
-    run.records.addDone({task.output, type, image, applied, traces, sensitivity});
+    run.records.addDone({task.output, type, image, applied, sensitivity});
     fs::create_directories(output.parent_path());
     writeOutput(output, image, *raw, bands, type, mark, run.options.creationOptions);
-    run.summary.maskedPixels += applied.pixels.maskedCount;
+    run.summary.maskedPixels += applied.maskedPixels();
     ++run.summary.done;
 }
 
@@ -234,7 +233,6 @@ std::optional<Part> Part::fromText(const std::string& text) {
 }
 
 int correct(const CorrectOptions& options) {
-    keepTraces();
     if (!prepareOutputFolder(options.outputFolder)) {
         return NothingDone;
     }

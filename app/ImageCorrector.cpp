@@ -5,17 +5,20 @@
 #include "platform/exif/ExifReader.h"
 #include "platform/exif/Predicates.h"
 #include "platform/geo/ProjectCoordinateSystems.h"
-#include "platform/log/Log.h"
 #include "platform/math/Angle.h"
 #include "platform/text/Text.h"
+#include "radiometry/Correct.h"
 #include "radiometry/DirectSunlightFraction.h"
 #include "radiometry/ExposureMetadata.h"
-#include "radiometry/SunIrradiance.h"
 #include "radiometry/SunPosition.h"
 #include "radiometry/Thermal.h"
 #include "radiometry/corrector/ICorrector.h"
+#include "radiometry/corrector/SunSensor.h"
 
+#include <algorithm>
 #include <cmath>
+#include <numeric>
+#include <utility>
 
 namespace tessik::app {
 namespace {
@@ -25,34 +28,35 @@ template <typename... Args>
     throw Refusal(text::compose(args...).toStdString());
 }
 
-/// The parts of the correction of a reading for the sun angle.
-void describeSunAngle(const InputImage& image,
-                      const CameraExternals& externals,
-                      const Eigen::ArrayXd& sunlight,
-                      const Project& project,
-                      Applied& applied) {
-    const geo::OutCoordSystem& output = project.coordinateSystems.output;
-    const radiometry::correction::SunInfo info = radiometry::correction::sunPositionInfo(
-        output.proc2out(externals.position),
-        radiometry::correction::sunIrradianceSensorPoseVector(
-            image.exif, externals, image.path, output, project.typeOf(image)),
-        image.geo.captureTime,
-        output,
-        project.coordinateSystems.site);
-    const Eigen::ArrayXd factor = radiometry::correction::sunPosition(info, sunlight);
-    applied.sun = {info.angles.elevation / kDegree,
-                   info.angles.azimuth / kDegree,
-                   std::acos(info.cosSensorTilt) / kDegree};
-    for (std::size_t b = 0; b < image.exif.sunIrradiance.size(); ++b) {
-        applied.levelIrradiance.push_back(image.exif.sunIrradiance[b] *
-                                          factor(static_cast<Eigen::Index>(b)));
-    }
-    TESSIK_LOG(logging::kInfo) << "Sun angle: elevation " << info.angles.elevation / kDegree
-                               << " deg, azimuth " << info.angles.azimuth / kDegree
-                               << " deg, cosine of incidence " << info.cosSunIncidence
-                               << ", cosine of sensor tilt " << info.cosSensorTilt
-                               << ", direct sunlight " << sunlight.transpose() << ", factor "
-                               << factor.transpose();
+/// What a step tells of itself; null = it did not act.
+const radiometry::Account* accountOf(const char* step, const radiometry::Accounts& accounts) {
+    const auto found =
+        std::find_if(accounts.begin(), accounts.end(), [step](const radiometry::Account& account) {
+            return account.name == step;
+        });
+    return found == accounts.end() ? nullptr : &*found;
+}
+
+/// What the last step counted.
+std::vector<double> lastOf(const char* value, const radiometry::Accounts& accounts) {
+    return accounts.empty() ? std::vector<double>() : accounts.back().numbersOf(value);
+}
+
+std::int64_t sumOf(const std::vector<double>& counts) {
+    return static_cast<std::int64_t>(std::accumulate(counts.begin(), counts.end(), 0.0));
+}
+
+constexpr const char* kLight = radiometry::corrector::SunSensor::kName;
+
+std::optional<double> firstOf(const std::vector<double>& numbers) {
+    return numbers.empty() ? std::nullopt : std::optional(numbers.front());
+}
+
+/// How the sun stood by what the light sensor's step tells.
+SunGeometry sunGeometryOf(const radiometry::Account& light) {
+    return {firstOf(light.numbersOf("sun_elevation")),
+            firstOf(light.numbersOf("sun_azimuth")),
+            firstOf(light.numbersOf("sensor_tilt"))};
 }
 
 /// Where the sun stood, for an image that is not corrected for it.
@@ -74,6 +78,24 @@ SunGeometry sunGeometryOf(const InputImage& image) {
 }
 
 } // namespace
+
+std::vector<double> Applied::levelIrradiance() const {
+    const radiometry::Account* light = accountOf(kLight, accounts);
+    const bool isLevelled = light != nullptr && !light->numbersOf("sun_elevation").empty();
+    return isLevelled ? light->numbersOf("irradiance") : std::vector<double>();
+}
+
+std::int64_t Applied::pixels() const {
+    return sumOf(lastOf("pixels", accounts));
+}
+
+std::int64_t Applied::maskedPixels() const {
+    return sumOf(lastOf("masked", accounts));
+}
+
+std::vector<double> Applied::means() const {
+    return lastOf("mean", accounts);
+}
 
 image::Raster openPixels(InputImage& image) {
     image::Raster raster = image::Raster::open(image.path.toStdString());
@@ -163,43 +185,33 @@ Eigen::ArrayXd ImageCorrector::sunlightOf(const InputImage& image) const {
 
 Applied ImageCorrector::correct(const InputImage& image, BandImage& bands) {
     if (image.exif.isThermal) {
-        Applied applied;
-        applied.sun = sunGeometryOf(image);
-        radiometry::toCelsius(bands);
-        applied.pixels = summaryOf(bands);
-        return applied;
+        return {{radiometry::toCelsius(bands)}, sunGeometryOf(image)};
     }
     const CameraParams camera = exif::cameraParams(image.exif);
     const radiometry::sequoia::ModelParameter* model = m_project.sequoiaModelOf(image);
     const CameraExternals externals = externalsOf(image, m_project.coordinateSystems);
     const Eigen::ArrayXd sunlight = sunlightOf(image);
     Applied applied;
-    if (doSunAngleCorrection(m_project.typeOf(image))) {
-        describeSunAngle(image, externals, sunlight, m_project, applied);
-    } else {
-        applied.sun = sunGeometryOf(image);
-    }
-    const auto sources = radiometry::datasource::create(image,
-                                                        camera,
-                                                        externals,
-                                                        m_project.coordinateSystems,
-                                                        m_project.sensitivityOf(image),
-                                                        sunlight,
-                                                        {m_project.typeOf(image)},
-                                                        model,
-                                                        m_maps.mapsFor(image, camera, model));
-    radiometry::corrector::Chain chain = radiometry::corrector::create(image.exif);
-    chain.push_back(std::make_unique<Summarise>(applied.pixels));
-    radiometry::corrector::apply(chain, sources, bands, {0, 0});
-    chain.pop_back();
-    for (const auto& corrector : chain) {
-        if (corrector->wouldAct()) {
-            applied.correctors.push_back(radiometry::corrector::name(*corrector));
+    radiometry::correct(image,
+                        camera,
+                        externals,
+                        m_project.sensitivityOf(image),
+                        sunlight,
+                        {m_project.typeOf(image)},
+                        m_project.coordinateSystems,
+                        model,
+                        m_maps.mapsFor(image, camera, model),
+                        bands,
+                        {0, 0},
+                        applied.accounts);
+    applied.sun = applied.levelIrradiance().empty()
+                      ? sunGeometryOf(image)
+                      : sunGeometryOf(*accountOf(kLight, applied.accounts));
+    eraseUseless(image.exif, bands);
+    for (radiometry::Account& account : applied.accounts) {
+        for (radiometry::Account::Value& value : account.values) {
+            eraseUseless(image.exif, value.numbers);
         }
-    }
-    if (!image.exif.uselessBands.empty()) {
-        eraseUseless(image.exif, bands);
-        applied.pixels = summaryOf(bands);
     }
     return applied;
 }
@@ -221,12 +233,12 @@ ChainDescription ImageCorrector::describeChain(const InputImage& image) {
     if (image.exif.isThermal) {
         return description;
     }
-    for (const auto& corrector : radiometry::corrector::create(image.exif)) {
-        radiometry::corrector::feed(*corrector, sources);
-        description.chain.push_back(radiometry::corrector::name(*corrector));
-        if (corrector->wouldAct()) {
-            description.applicable.push_back(description.chain.back());
+    for (auto& [name, isApplicable] :
+         radiometry::corrector::outlook(radiometry::corrector::create(image.exif), sources)) {
+        if (isApplicable) {
+            description.applicable.push_back(name);
         }
+        description.chain.push_back(std::move(name));
     }
     return description;
 }

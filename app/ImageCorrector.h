@@ -1,12 +1,13 @@
 #pragma once
 
 #include "MapCache.h"
-#include "PixelSummary.h"
 #include "Project.h"
 #include "platform/camera/InputImage.h"
 #include "platform/image/Raster.h"
+#include "radiometry/Account.h"
 #include "radiometry/Types.h"
 
+#include <cstdint>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -50,13 +51,19 @@ struct SunGeometry {
     std::optional<double> sensorTilt; ///< of the irradiance sensor, from level
 };
 
-/// What was done to an image.
+/// What was done to an image. Lists have one value a band.
 struct Applied {
-    std::vector<std::string> correctors; ///< those that acted, in order
+    radiometry::Accounts accounts;
     SunGeometry sun;
-    /// Readings of a level sensor, one a band; empty = not corrected for the sun angle.
-    std::vector<double> levelIrradiance;
-    PixelSummary pixels;
+
+    /// Readings of a level sensor; empty = not corrected for the sun angle.
+    [[nodiscard]] std::vector<double> levelIrradiance() const;
+    /// Of all bands.
+    [[nodiscard]] std::int64_t pixels() const;
+    /// Of them, those without a valid value.
+    [[nodiscard]] std::int64_t maskedPixels() const;
+    /// Of the valid pixels; NaN = none is valid.
+    [[nodiscard]] std::vector<double> means() const;
 };
 
 /// Corrects the images of a project. Thread safe.

@@ -40,17 +40,15 @@ Json listOrNull(const std::vector<double>& numbers) {
     return numbers.empty() ? Json() : Json(numbers);
 }
 
-/// Each corrector that acted, with what it said of itself.
-Json correctorsJson(const Record& record) {
+/// Each step that acted, with what it did.
+Json correctorsJson(const radiometry::Accounts& accounts) {
     Json list = Json::array();
-    for (const std::string& name : record.applied.correctors) {
-        Json values = Json::array();
-        for (const Trace& trace : record.traces) {
-            if (trace.step == name) {
-                values.push_back(trace.text);
-            }
+    for (const radiometry::Account& account : accounts) {
+        Json values = Json::object();
+        for (const radiometry::Account::Value& value : account.values) {
+            values[value.name] = {{"unit", value.unit}, {"numbers", value.numbers}};
         }
-        list.push_back({{"name", name}, {"values", std::move(values)}});
+        list.push_back({{"name", account.name}, {"values", std::move(values)}});
     }
     return list;
 }
@@ -77,14 +75,14 @@ Json doneJson(const Record& record) {
             {"iso", image.exif.iso},
             {"f_number", image.exif.apertureFNumber},
             {"sun_irradiance", listOrNull(image.exif.sunIrradiance)},
-            {"irradiance_corrected", listOrNull(record.applied.levelIrradiance)},
+            {"irradiance_corrected", listOrNull(record.applied.levelIrradiance())},
             {"sun_elevation_deg", known(record.applied.sun.elevation)},
             {"sun_azimuth_deg", known(record.applied.sun.azimuth)},
             {"sensor_tilt_deg", known(record.applied.sun.sensorTilt)},
-            {"correctors", correctorsJson(record)},
-            {"masked_pixels", record.applied.pixels.maskedCount},
-            {"pixels", record.applied.pixels.pixelCount},
-            {"mean", record.applied.pixels.means},
+            {"correctors", correctorsJson(record.applied.accounts)},
+            {"masked_pixels", record.applied.maskedPixels()},
+            {"pixels", record.applied.pixels()},
+            {"mean", record.applied.means()},
             {"sensitivity", listOrNull(record.sensitivity)}};
 }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Console.h"
 #include "ImageCorrector.h"
 #include "platform/camera/InputImage.h"
 
@@ -20,7 +19,6 @@ struct Record {
     std::string correctionType;
     const InputImage& image;
     const Applied& applied;
-    const std::vector<Trace>& traces;
     const std::vector<double>& sensitivity;
 };
 

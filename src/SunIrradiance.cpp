@@ -1,6 +1,7 @@
 #include "radiometry/SunIrradiance.h"
 
 #include "Fail.h"
+#include "LevelIrradiance.h"
 #include "platform/camera/CameraExternals.h"
 #include "platform/camera/GeoData.h"
 #include "platform/exif/ExifInfo.h"
@@ -118,6 +119,32 @@ Eigen::Vector3d sunIrradianceSensorPoseVector(const ExifInfo& exif,
     return *outFromSensor * -Eigen::Vector3d::UnitZ();
 }
 
+LevelIrradiance levelIrradiance(const ExifInfo& exif,
+                                const GeoData& geo,
+                                const QString& imagePath,
+                                const GlobalShutter& externals,
+                                const Eigen::ArrayXd& directSunlightFraction,
+                                const geo::OutCoordSystem& outCS,
+                                const geo::SiteCalibration& siteCalibration,
+                                CorrectionType type) {
+    LevelIrradiance result;
+    result.reading = exif::sunIrradiance(exif);
+    result.irradiance = result.reading;
+    if (!doSunAngleCorrection(type)) {
+        return result;
+    }
+    const Eigen::Vector3d sensorPose =
+        sunIrradianceSensorPoseVector(exif, externals, imagePath, outCS, type);
+    result.sun = sunPositionInfo(
+        outCS.proc2out(externals.position), sensorPose, geo.captureTime, outCS, siteCalibration);
+    verifyConsistentNumberOfBands(static_cast<std::size_t>(directSunlightFraction.size()),
+                                  static_cast<std::size_t>(result.reading.size()),
+                                  QStringLiteral("Correcting for sun irradiance"));
+    result.factor = sunPosition(*result.sun, directSunlightFraction);
+    result.irradiance = result.reading * result.factor;
+    return result;
+}
+
 Eigen::ArrayXd correctedSunIrradiance(const ExifInfo& exif,
                                       const GeoData& geo,
                                       const QString& imagePath,
@@ -126,18 +153,15 @@ Eigen::ArrayXd correctedSunIrradiance(const ExifInfo& exif,
                                       const geo::OutCoordSystem& outCS,
                                       const geo::SiteCalibration& siteCalibration,
                                       CorrectionType type) {
-    Eigen::ArrayXd irradiance = exif::sunIrradiance(exif);
-    if (!doSunAngleCorrection(type)) {
-        return irradiance;
-    }
-    verifyConsistentNumberOfBands(static_cast<std::size_t>(directSunlightFraction.size()),
-                                  static_cast<std::size_t>(irradiance.size()),
-                                  QStringLiteral("Correcting for sun irradiance"));
-    const Eigen::Vector3d sensorPose =
-        sunIrradianceSensorPoseVector(exif, externals, imagePath, outCS, type);
-    const SunInfo info = sunPositionInfo(
-        outCS.proc2out(externals.position), sensorPose, geo.captureTime, outCS, siteCalibration);
-    return irradiance * sunPosition(info, directSunlightFraction);
+    return levelIrradiance(exif,
+                           geo,
+                           imagePath,
+                           externals,
+                           directSunlightFraction,
+                           outCS,
+                           siteCalibration,
+                           type)
+        .irradiance;
 }
 
 } // namespace tessik::radiometry::correction

@@ -1,18 +1,33 @@
 #include "radiometry/Thermal.h"
 
+#include <cstdint>
+
 namespace tessik::radiometry {
 
-void toCelsius(BandImage& bands) {
+Account toCelsius(BandImage& bands) {
     // In double: two decimals of 300 K are close to what a float resolves.
     constexpr double kKelvinPerSample = 0.01;
     constexpr double kZeroCelsius = 273.15; // K
+    Account account{"Celsius", {{"pixels", "", {}}, {"masked", "", {}}, {"mean", "degree_Celsius", {}}}};
     for (BandMatrix& band : bands) {
-        for (float& value : band.reshaped()) {
-            value = value > 0.0F ? static_cast<float>(
-                                       static_cast<double>(value) * kKelvinPerSample - kZeroCelsius)
-                                 : kNoData;
+        double sum = 0.0;
+        std::int64_t masked = 0;
+        for (float& value : band.reshaped<Eigen::RowMajor>()) {
+            if (value > 0.0F) {
+                value = static_cast<float>(static_cast<double>(value) * kKelvinPerSample - kZeroCelsius);
+                sum += static_cast<double>(value);
+            } else {
+                value = kNoData;
+                ++masked;
+            }
         }
+        const auto pixels = static_cast<double>(band.size());
+        account.values[0].numbers.push_back(pixels);
+        account.values[1].numbers.push_back(static_cast<double>(masked));
+        // No valid pixel has no mean.
+        account.values[2].numbers.push_back(sum / (pixels - static_cast<double>(masked)));
     }
+    return account;
 }
 
 } // namespace tessik::radiometry

@@ -60,25 +60,28 @@ const kMissing = {
 const typeName = (word) => (kTypes[word] || [word || "unknown"])[0];
 const missingName = (word) => kMissing[word] || word;
 
+/** By the names that correctors have in the records. */
 const kSteps = {
+  IntensityShift: "8 bits made 16",
   GammaRelinearisation: "tone curve",
   BadPixelMasking: "defective pixels",
   BadExposureMasking: "saturated and dark pixels",
   DarkCurrent: "dark level",
   Vignetting: "vignetting",
   ColorMatrix: "colour matrix",
+  MicaSenseRedEdgeOpticalCamera: "exposure and sensitivity, row by row",
+  AirinovMultispec4COpticalCameraV2_32: "sensitivity",
+  ParrotSequoiaBias: "bias",
+  ParrotSequoiaOpticalCameraV1: "exposure and sensitivity",
+  ParrotSequoiaOpticalCameraV2: "exposure and sensitivity, pixel by pixel",
+  BasicOpticalCamera: "exposure and sensitivity",
   SunSensor: "light sensor",
   CalibrationTarget: "reflectance target",
   ConvertNanToNodata: "pixels without a value",
 };
 
-/** Others, such as "GainCurve", as "Gain curve". */
-function stepName(name) {
-  if (kSteps[name]) return kSteps[name];
-  if (name.includes("OpticalCamera")) return "exposure and sensitivity";
-  const words = name.replace(/([a-z])([A-Z])/g, "$1 $2");
-  return words.charAt(0) + words.slice(1).toLowerCase();
-}
+/** What an application's correctors call themselves stays as it is. */
+const stepName = (name) => kSteps[name] || name || "a step without a name";
 
 const baseName = (path) => String(path || "").split(/[\\/]/).pop();
 

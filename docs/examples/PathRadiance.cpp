@@ -19,8 +19,12 @@ void PathRadiance::apply(BandImage& bands, const Eigen::Vector2i& /*blockOffset*
     radiometry::verifyConsistentNumberOfBands(
         bands.size(), m_radiance.size(), QStringLiteral("Correcting for path radiance"));
     for (std::size_t b = 0; b < bands.size(); ++b) {
-        bands[b].array() -= m_radiance[b];
+        bands[b].array() -= static_cast<float>(m_radiance[b]);
     }
+}
+
+radiometry::Account PathRadiance::account() const {
+    return {"PathRadiance", {{"radiance", "", m_radiance}}};
 }
 
 } // namespace example

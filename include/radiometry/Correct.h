@@ -1,5 +1,6 @@
 #pragma once
 
+#include "radiometry/Account.h"
 #include "radiometry/Types.h"
 #include "radiometry/datasource/DataSources.h"
 
@@ -53,5 +54,20 @@ RADIOMETRY_EXPORT void correct(const InputImage& image,
                                const datasource::Cache& cache,
                                BandImage& bands,
                                Eigen::Vector2i blockOffset);
+
+/// As above, and tells what was done.
+/// @param accounts what each step that acted did is added, in their order; also where one fails
+RADIOMETRY_EXPORT void correct(const InputImage& image,
+                               const CameraParams& camera,
+                               const GlobalShutter& externals,
+                               const std::vector<double>& sensitivity,
+                               const Eigen::ArrayXd& directSunlightFraction,
+                               const Settings& settings,
+                               const geo::ProjectCoordinateSystems& coordinateSystems,
+                               const sequoia::ModelParameter* sequoiaModel,
+                               const datasource::Cache& cache,
+                               BandImage& bands,
+                               Eigen::Vector2i blockOffset,
+                               Accounts& accounts);
 
 } // namespace tessik::radiometry

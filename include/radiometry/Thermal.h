@@ -1,5 +1,6 @@
 #pragma once
 
+#include "radiometry/Account.h"
 #include "radiometry/Types.h"
 
 namespace tessik::radiometry {
@@ -8,6 +9,7 @@ namespace tessik::radiometry {
 /// sample / 100 - 273.15. A sample of 0, which no body can have, becomes kNoData. Exposure,
 /// vignetting and light have no part in it, so that such a band does not go through correct.
 /// Source: cameras that state their images in this unit (ExifInfo::isThermal).
-RADIOMETRY_EXPORT void toCelsius(BandImage& bands);
+/// @return pixels, masked pixels and mean of each band, under the name "Celsius"
+RADIOMETRY_EXPORT Account toCelsius(BandImage& bands);
 
 } // namespace tessik::radiometry

@@ -1,6 +1,7 @@
 #include "radiometry/corrector/AirinovMultispec4COpticalCameraV2_32.h"
 
-#include "Kernels.h"
+#include "Rows.h"
+#include "Tell.h"
 #include "platform/log/Log.h"
 #include "radiometry/Consistency.h"
 #include "radiometry/ExposureMetadata.h"
@@ -28,16 +29,16 @@ bool AirinovMultispec4COpticalCameraV2_32::isApplicable() const {
     return m_data->sensitivity.size() > 0 && doAnyCorrection(m_data->correctionType);
 }
 
-void AirinovMultispec4COpticalCameraV2_32::apply(BandImage& bands,
-                                                 const Eigen::Vector2i& /*blockOffset*/) const {
+RowWork AirinovMultispec4COpticalCameraV2_32::prepare(const BandImage& bands,
+                                                      const Eigen::Vector2i& /*blockOffset*/,
+                                                      Account* account) const {
     verifyConsistentNumberOfBands(bands.size(),
                                   static_cast<std::size_t>(m_data->sensitivity.size()),
                                   QStringLiteral("Correcting for optical effects"));
     const Eigen::ArrayXd factors = m_data->sensitivity.inverse();
-    for (std::size_t b = 0; b < bands.size(); ++b) {
-        scale(bands[b], factors(static_cast<Eigen::Index>(b)));
-    }
     TESSIK_LOG(logging::kInfo) << "AirinovMultispec4C optical correction: " << factors.transpose();
+    tell(account, "factor", "", factors);
+    return scaling(factors.cast<float>());
 }
 
 } // namespace tessik::radiometry::corrector

@@ -1,6 +1,8 @@
 #include "radiometry/corrector/BadExposureMasking.h"
 
 #include "DarkLevel.h"
+#include "Rows.h"
+#include "Tell.h"
 #include "platform/camera/CameraParams.h"
 #include "platform/exif/ExifInfo.h"
 #include "platform/log/Log.h"
@@ -32,7 +34,7 @@ PixelValueRange linearRange(const std::vector<gamma_t>& gammas) {
 struct BadExposureMasking::Data {
     const ExifInfo* exif = nullptr;
     const CameraParams* camera = nullptr;
-    const datasource::DarkCurrentModel* darkCurrent = nullptr;
+    DarkLevel::Maps darkCurrent;
 };
 
 BadExposureMasking::BadExposureMasking() : m_data(std::make_unique<Data>()) {}
@@ -47,30 +49,29 @@ void BadExposureMasking::useData(const datasource::Sensor& source) {
 }
 
 void BadExposureMasking::useData(const datasource::DarkCurrentModel& source) {
-    m_data->darkCurrent = &source;
+    m_data->darkCurrent = source.maps();
 }
 
 bool BadExposureMasking::isApplicable() const {
     return m_data->exif != nullptr && m_data->camera != nullptr;
 }
 
-RowWork BadExposureMasking::prepareRows(const BandImage& bands,
-                                        const Eigen::Vector2i& blockOffset) const {
+RowWork BadExposureMasking::prepare(const BandImage& bands,
+                                    const Eigen::Vector2i& blockOffset,
+                                    Account* account) const {
     const PixelValueRange range = isGammaTransformationApplied(*m_data->exif)
                                       ? linearRange(m_data->exif->gamma)
                                       : originalPixelRange(*m_data->exif, *m_data->camera);
     TESSIK_LOG(logging::kInfo) << "Masking badly exposed pixels outside range [" << range.min
                                << ", " << range.max << "]";
-    const datasource::DarkCurrentModel* model = m_data->darkCurrent;
-    const bool hasDarkCurrent = model != nullptr && !model->darkCurrentMap().empty();
+    const DarkLevel::Maps& maps = m_data->darkCurrent;
+    const bool hasDarkCurrent = maps && !maps->bands.empty();
     if (hasDarkCurrent) {
-        verifyConsistentNumberOfBands(
-            bands.size(), model->darkCurrentMap().size(), kBadExposureContext);
+        verifyConsistentNumberOfBands(bands.size(), maps->bands.size(), kBadExposureContext);
     }
     std::vector<DarkLevel> darks;
-    darks.reserve(bands.size());
-    for (std::size_t b = 0; b < bands.size() && hasDarkCurrent; ++b) {
-        darks.emplace_back(*model, b, bands[b], blockOffset, kBadExposureContext);
+    if (hasDarkCurrent) {
+        darks = DarkLevel::ofBands(maps, bands, blockOffset, kBadExposureContext);
     }
     const auto lo = static_cast<float>(range.min);
     const auto limit = [line = m_data->camera->clipLine,
@@ -79,26 +80,24 @@ RowWork BadExposureMasking::prepareRows(const BandImage& bands,
         return static_cast<float>(
             line ? std::min(max, line->ofRow(static_cast<double>(firstRow + row))) : max);
     };
-    return {[darks, lo, limit](BandImage& images, Eigen::Index first, Eigen::Index last) {
-                for (std::size_t b = 0; b < images.size(); ++b) {
-                    forRows(images[b],
-                            first,
-                            last,
-                            [&](Eigen::Index r, float* pixels, std::size_t size) {
-                                const float hi = limit(r);
-                                if (darks.empty()) {
-                                    loops::maskOutside(pixels, size, lo, hi);
-                                } else {
-                                    loops::maskOutside(pixels, size, darks[b].ofRow(r), lo, hi);
-                                }
-                            });
-                }
+    const char* unit = isGammaTransformationApplied(*m_data->exif) ? "" : "DN";
+    tell(account, "lower_limit", unit, {range.min});
+    tell(account, "upper_limit", unit, {range.max});
+    if (m_data->camera->clipLine) {
+        tell(account, "upper_limit_of_first_row", unit, {m_data->camera->clipLine->atFirstRow});
+        tell(account, "upper_limit_per_row", unit, {m_data->camera->clipLine->perRow});
+    }
+    if (darks.empty()) {
+        return {[lo, limit](const Row& row) {
+                    loops::maskOutside(row.pixels, row.size, lo, limit(row.index));
+                },
+                {}};
+    }
+    return {[darks, lo, limit](const Row& row) {
+                const float* dark = darks[row.band].ofRow(row.index);
+                loops::maskOutside(row.pixels, row.size, dark, lo, limit(row.index));
             },
             {}};
-}
-
-void BadExposureMasking::apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const {
-    applyByRows(bands, blockOffset);
 }
 
 } // namespace tessik::radiometry::corrector

@@ -1,5 +1,6 @@
 #include "radiometry/corrector/BadPixelMasking.h"
 
+#include "Tell.h"
 #include "platform/exif/ExifInfo.h"
 #include "radiometry/Consistency.h"
 
@@ -22,17 +23,22 @@ bool BadPixelMasking::isApplicable() const {
     return m_data->badPixels != nullptr && !m_data->badPixels->empty();
 }
 
-void BadPixelMasking::apply(BandImage& bands, const Eigen::Vector2i& /*blockOffset*/) const {
+void BadPixelMasking::act(BandImage& bands,
+                          const Eigen::Vector2i& /*blockOffset*/,
+                          Account* account) const {
     const auto& lists = *m_data->badPixels;
     verifyConsistentNumberOfBands(bands.size(), lists.size(), QStringLiteral("Masking bad pixels"));
+    Eigen::ArrayXd counts = Eigen::ArrayXd::Zero(static_cast<Eigen::Index>(bands.size()));
     for (std::size_t b = 0; b < bands.size(); ++b) {
         BandMatrix& band = bands[b];
         for (const auto& [column, row] : lists[b]) {
             if (column >= 0 && column < band.cols() && row >= 0 && row < band.rows()) {
                 band(row, column) = std::numeric_limits<float>::quiet_NaN();
+                counts(static_cast<Eigen::Index>(b)) += 1.0;
             }
         }
     }
+    tell(account, "masked", "px", counts);
 }
 
 } // namespace tessik::radiometry::corrector

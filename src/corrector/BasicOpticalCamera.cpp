@@ -1,6 +1,7 @@
 #include "radiometry/corrector/BasicOpticalCamera.h"
 
-#include "Kernels.h"
+#include "Rows.h"
+#include "Tell.h"
 #include "platform/log/Log.h"
 #include "radiometry/Consistency.h"
 #include "radiometry/ExposureMetadata.h"
@@ -33,8 +34,9 @@ bool BasicOpticalCamera::isApplicable() const {
     return m_data->sensitivity.size() > 0 && doAnyCorrection(m_data->correctionType);
 }
 
-RowWork BasicOpticalCamera::prepareRows(const BandImage& bands,
-                                        const Eigen::Vector2i& /*blockOffset*/) const {
+RowWork BasicOpticalCamera::prepare(const BandImage& bands,
+                                    const Eigen::Vector2i& /*blockOffset*/,
+                                    Account* account) const {
     verifyConsistentNumberOfBands(bands.size(),
                                   static_cast<std::size_t>(m_data->sensitivity.size()),
                                   QStringLiteral("Correcting for optical effects"));
@@ -44,11 +46,8 @@ RowWork BasicOpticalCamera::prepareRows(const BandImage& bands,
             m_data->apertureFNumber, m_data->exposure, m_data->iso, m_data->sensitivity(b));
     }
     TESSIK_LOG(logging::kInfo) << "Camera optical correction: " << factors.transpose();
+    tell(account, "factor", "", factors);
     return scaling(factors.cast<float>());
-}
-
-void BasicOpticalCamera::apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const {
-    applyByRows(bands, blockOffset);
 }
 
 } // namespace tessik::radiometry::corrector

@@ -1,6 +1,7 @@
 #include "radiometry/corrector/CalibrationTarget.h"
 
-#include "Kernels.h"
+#include "Rows.h"
+#include "Tell.h"
 #include "platform/log/Log.h"
 #include "radiometry/Consistency.h"
 
@@ -23,18 +24,16 @@ bool CalibrationTarget::isApplicable() const {
     return m_data->factors.size() > 0;
 }
 
-RowWork CalibrationTarget::prepareRows(const BandImage& bands,
-                                       const Eigen::Vector2i& /*blockOffset*/) const {
+RowWork CalibrationTarget::prepare(const BandImage& bands,
+                                   const Eigen::Vector2i& /*blockOffset*/,
+                                   Account* account) const {
     verifyConsistentNumberOfBands(bands.size(),
                                   static_cast<std::size_t>(m_data->factors.size()),
                                   QStringLiteral("Correcting for target sensitivity"));
     TESSIK_LOG(logging::kInfo) << "Calibration target derived sensitivity correction: "
-                               << m_data->factors.transpose();
+                               << m_data->factors;
+    tell(account, "factor", "", m_data->factors.cast<double>());
     return scaling(m_data->factors);
-}
-
-void CalibrationTarget::apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const {
-    applyByRows(bands, blockOffset);
 }
 
 } // namespace tessik::radiometry::corrector

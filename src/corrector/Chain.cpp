@@ -1,4 +1,3 @@
-#include "Kernels.h"
 #include "platform/exif/ExifInfo.h"
 #include "platform/exif/Predicates.h"
 #include "radiometry/Gamma.h"
@@ -18,8 +17,6 @@
 #include "radiometry/corrector/SunSensor.h"
 #include "radiometry/corrector/Vignetting.h"
 
-#include <algorithm>
-
 namespace tessik::radiometry::corrector {
 namespace {
 
@@ -37,27 +34,6 @@ void appendOpticalCamera(const ExifInfo& exif, Chain& chain) {
         chain.push_back(std::make_unique<ParrotSequoiaOpticalCameraV2>());
     } else {
         chain.push_back(std::make_unique<BasicOpticalCamera>());
-    }
-}
-
-/// A few rows at a time, so that what one step has written the next one finds in the cache.
-void runTogether(const std::vector<RowWork>& works, BandImage& bands) {
-    constexpr Eigen::Index kTileSamples = 4096; // 16 KiB a band
-    if (works.empty() || bands.empty()) {
-        return;
-    }
-    const Eigen::Index rows = bands.front().rows();
-    const Eigen::Index step =
-        std::max<Eigen::Index>(1, kTileSamples / std::max<Eigen::Index>(1, bands.front().cols()));
-    for (Eigen::Index first = 0; first < rows; first += step) {
-        for (const RowWork& work : works) {
-            work.run(bands, first, std::min(first + step, rows));
-        }
-    }
-    for (const RowWork& work : works) {
-        if (work.finish) {
-            work.finish();
-        }
     }
 }
 
@@ -82,35 +58,6 @@ Chain create(const ExifInfo& exif) {
     chain.push_back(std::make_unique<CalibrationTarget>());
     chain.push_back(std::make_unique<ConvertNanToNodata>());
     return chain;
-}
-
-void feed(ICorrector& corrector, const std::vector<datasource::DataSourcePointer>& dataSources) {
-    for (const datasource::DataSourcePointer& source : dataSources) {
-        source->accept(corrector);
-    }
-}
-
-void apply(const Chain& correctors,
-           const std::vector<datasource::DataSourcePointer>& dataSources,
-           BandImage& bands,
-           const Eigen::Vector2i& blockOffset) {
-    verifyOneSize(bands);
-    std::vector<RowWork> works;
-    for (const std::unique_ptr<ICorrector>& corrector : correctors) {
-        feed(*corrector, dataSources);
-        if (!corrector->wouldAct()) {
-            continue;
-        }
-        RowWork work = corrector->prepareRows(bands, blockOffset);
-        if (work.run) {
-            works.push_back(std::move(work));
-            continue;
-        }
-        runTogether(works, bands);
-        works.clear();
-        corrector->correct(bands, blockOffset);
-    }
-    runTogether(works, bands);
 }
 
 } // namespace tessik::radiometry::corrector

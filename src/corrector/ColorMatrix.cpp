@@ -1,13 +1,21 @@
 #include "radiometry/corrector/ColorMatrix.h"
 
+#include "Fail.h"
+#include "Tell.h"
 #include "platform/exif/ExifInfo.h"
 #include "platform/exif/Predicates.h"
 #include "platform/log/Log.h"
 #include "radiometry/Consistency.h"
 
 #include <limits>
+#include <string>
 
 namespace tessik::radiometry::corrector {
+namespace {
+
+constexpr auto kColorContext = "Correcting for color matrix";
+
+} // namespace
 
 struct ColorMatrix::Data {
     Eigen::MatrixXd matrix;
@@ -28,11 +36,21 @@ bool ColorMatrix::isApplicable() const {
     return m_data->matrix.size() > 0;
 }
 
-void ColorMatrix::apply(BandImage& bands, const Eigen::Vector2i& /*blockOffset*/) const {
-    verifyConsistentNumberOfBands(bands.size(),
-                                  static_cast<std::size_t>(m_data->matrix.rows()),
-                                  QStringLiteral("Correcting for color matrix"));
+void ColorMatrix::act(BandImage& bands,
+                      const Eigen::Vector2i& /*blockOffset*/,
+                      Account* account) const {
+    verifyConsistentNumberOfBands(
+        bands.size(), static_cast<std::size_t>(m_data->matrix.rows()), kColorContext);
+    for (const BandMatrix& band : bands) {
+        if (band.rows() != bands.front().rows() || band.cols() != bands.front().cols()) {
+            fail(kColorContext, ": bands differ in size");
+        }
+    }
     TESSIK_LOG(logging::kInfo) << "Color conversion matrix:\n" << m_data->matrix;
+    for (Eigen::Index b = 0; b < m_data->matrix.cols(); ++b) {
+        const std::string name = "share_of_band_" + std::to_string(b);
+        tell(account, name.c_str(), "", m_data->matrix.col(b));
+    }
     Eigen::VectorXd in(m_data->matrix.cols());
     Eigen::VectorXd out(m_data->matrix.rows());
     const Eigen::Index size = bands.front().size();

@@ -1,20 +1,26 @@
 #include "radiometry/corrector/GammaRelinearisation.h"
 
+#include "Rows.h"
+#include "Tell.h"
 #include "platform/camera/Gamma.h"
 #include "platform/exif/ExifInfo.h"
 #include "platform/log/Log.h"
 #include "radiometry/Consistency.h"
 #include "radiometry/Gamma.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
+#include <vector>
 
 namespace tessik::radiometry::corrector {
 namespace {
 
+using Table = LUT<unsigned short, double>;
+
 /// Truncated towards zero, then the low 16 bits. A value that no 64-bit integer holds has no place
 /// in the table, nor has a NaN.
-float lookUp(const LUT<unsigned short, double>& lut, float value) {
+float lookUp(const Table& lut, float value) {
     constexpr float kLimit = 9.2e18F;
     if (!(value > -kLimit && value < kLimit)) {
         return std::numeric_limits<float>::quiet_NaN();
@@ -45,7 +51,9 @@ bool GammaRelinearisation::isApplicable() const {
     return m_data->gammas != nullptr;
 }
 
-void GammaRelinearisation::apply(BandImage& bands, const Eigen::Vector2i& /*blockOffset*/) const {
+RowWork GammaRelinearisation::prepare(const BandImage& bands,
+                                      const Eigen::Vector2i& /*blockOffset*/,
+                                      Account* account) const {
     const std::vector<gamma_t>& gammas = *m_data->gammas;
     verifyConsistentNumberOfBands(
         bands.size(), gammas.size(), QStringLiteral("Correcting for gamma transformation"));
@@ -53,15 +61,27 @@ void GammaRelinearisation::apply(BandImage& bands, const Eigen::Vector2i& /*bloc
     for (const gamma_t& gamma : gammas) {
         TESSIK_LOG(logging::kInfo) << gamma;
     }
+    const auto ofCurves = [&gammas](double gamma_t::*member) {
+        Eigen::ArrayXd numbers(static_cast<Eigen::Index>(gammas.size()));
+        std::transform(gammas.begin(), gammas.end(), numbers.begin(), [member](const gamma_t& g) {
+            return g.*member;
+        });
+        return numbers;
+    };
+    tell(account, "alpha", "", ofCurves(&gamma_t::alpha));
+    tell(account, "gamma", "", ofCurves(&gamma_t::gamma));
+    tell(account, "beta", "", ofCurves(&gamma_t::beta));
     const auto [min, max] = minMaxForPixelType(m_data->pixelType);
-    for (std::size_t b = 0; b < bands.size(); ++b) {
-        const LUT<unsigned short, double> lut = makeGammaLut(gammas[b], min, max);
-        float* pixel = bands[b].data();
-        const Eigen::Index size = bands[b].size();
-        for (Eigen::Index i = 0; i < size; ++i) {
-            pixel[i] = lookUp(lut, pixel[i]);
-        }
+    std::vector<Table> tables;
+    for (const gamma_t& gamma : gammas) {
+        tables.push_back(makeGammaLut(gamma, min, max));
     }
+    return {[tables](const Row& row) {
+                for (std::size_t i = 0; i < row.size; ++i) {
+                    row.pixels[i] = lookUp(tables[row.band], row.pixels[i]);
+                }
+            },
+            {}};
 }
 
 } // namespace tessik::radiometry::corrector

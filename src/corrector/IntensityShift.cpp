@@ -1,5 +1,7 @@
 #include "radiometry/corrector/IntensityShift.h"
 
+#include "Rows.h"
+#include "Tell.h"
 #include "platform/log/Log.h"
 
 namespace tessik::radiometry::corrector {
@@ -8,11 +10,13 @@ bool IntensityShift::isApplicable() const {
     return true;
 }
 
-void IntensityShift::apply(BandImage& bands, const Eigen::Vector2i& /*blockOffset*/) const {
+RowWork IntensityShift::prepare(const BandImage& /*bands*/,
+                                const Eigen::Vector2i& /*blockOffset*/,
+                                Account* account) const {
     TESSIK_LOG(logging::kInfo) << "Image shifted by " << m_factor;
-    for (BandMatrix& band : bands) {
-        band *= m_factor;
-    }
+    tell(account, "factor", "", {static_cast<double>(m_factor)});
+    return {[factor = m_factor](const Row& row) { loops::multiply(row.pixels, row.size, factor); },
+            {}};
 }
 
 } // namespace tessik::radiometry::corrector

@@ -1,6 +1,7 @@
 #include "radiometry/corrector/MicaSenseRedEdgeOpticalCamera.h"
 
-#include "Kernels.h"
+#include "Rows.h"
+#include "Tell.h"
 #include "platform/exif/ExifInfo.h"
 #include "platform/exif/Predicates.h"
 #include "platform/log/Log.h"
@@ -41,22 +42,32 @@ bool MicaSenseRedEdgeOpticalCamera::isApplicable() const {
            doAnyCorrection(m_data->correctionType);
 }
 
-RowWork MicaSenseRedEdgeOpticalCamera::prepareRows(const BandImage& bands,
-                                                   const Eigen::Vector2i& /*blockOffset*/) const {
+RowWork MicaSenseRedEdgeOpticalCamera::prepare(const BandImage& bands,
+                                               const Eigen::Vector2i& /*blockOffset*/,
+                                               Account* account) const {
     verifyConsistentNumberOfBands(bands.size(),
                                   static_cast<std::size_t>(m_data->sensitivity.size()),
                                   QStringLiteral("Correcting for optical effects"));
     TESSIK_LOG(logging::kInfo) << "MicaSense 3k coefficients: " << m_data->model.k1 << " "
                                << m_data->model.k2;
-    return {[this](BandImage& images, Eigen::Index first, Eigen::Index last) {
-                for (std::size_t b = 0; b < images.size(); ++b) {
-                    forRows(images[b],
-                            first,
-                            last,
-                            [this, b](Eigen::Index r, float* pixels, std::size_t size) {
-                                loops::multiply(pixels, size, rowFactor(b, r));
-                            });
-                }
+    tell(account, "k1", "s/row", {m_data->model.k1});
+    tell(account, "k2", "1/row", {m_data->model.k2});
+    const auto factorsOf = [&](auto rowOf) {
+        Eigen::ArrayXd factors(static_cast<Eigen::Index>(bands.size()));
+        for (std::size_t b = 0; b < bands.size(); ++b) {
+            factors(static_cast<Eigen::Index>(b)) =
+                static_cast<double>(rowFactor(b, rowOf(bands[b])));
+        }
+        return factors;
+    };
+    if (account != nullptr) {
+        const auto first = [](const BandMatrix& /*band*/) { return Eigen::Index{0}; };
+        const auto last = [](const BandMatrix& band) { return band.rows() - 1; };
+        tell(account, "factor_first_row", "", factorsOf(first));
+        tell(account, "factor_last_row", "", factorsOf(last));
+    }
+    return {[this](const Row& row) {
+                loops::multiply(row.pixels, row.size, rowFactor(row.band, row.index));
             },
             {}};
 }
@@ -70,11 +81,6 @@ float MicaSenseRedEdgeOpticalCamera::rowFactor(std::size_t band, Eigen::Index r)
     const double range = minMaxForPixelType(data.pixelType).second + 1.0;
     return static_cast<float>(
         opticalCorrection(data.apertureFNumber, rowExposure, data.iso, sensitivity) / range);
-}
-
-void MicaSenseRedEdgeOpticalCamera::apply(BandImage& bands,
-                                          const Eigen::Vector2i& blockOffset) const {
-    applyByRows(bands, blockOffset);
 }
 
 } // namespace tessik::radiometry::corrector

@@ -1,5 +1,7 @@
 #include "radiometry/corrector/ParrotSequoiaBias.h"
 
+#include "Rows.h"
+#include "Tell.h"
 #include "platform/exif/ExifInfo.h"
 #include "radiometry/Consistency.h"
 
@@ -47,18 +49,23 @@ bool ParrotSequoiaBias::isApplicable() const {
     return m_data->hasCmos && doAnyCorrection(m_data->correctionType);
 }
 
-void ParrotSequoiaBias::apply(BandImage& bands, const Eigen::Vector2i& /*blockOffset*/) const {
+RowWork ParrotSequoiaBias::prepare(const BandImage& bands,
+                                   const Eigen::Vector2i& /*blockOffset*/,
+                                   Account* account) const {
     const std::optional<float> bias = biasOf(m_data->bandName);
     if (!bias) {
-        return;
+        return {};
     }
     verifyConsistentNumberOfBands(bands.size(), 1, QStringLiteral("Correcting bias"));
-    BandMatrix& band = bands.front();
-    for (Eigen::Index i = 0; i < band.size(); ++i) {
-        float& value = band.data()[i];
-        // A NaN is the first argument of both, which is the one that they return then.
-        value = std::max(value + *bias, std::min(value, 0.0F));
-    }
+    tell(account, "bias", "", {static_cast<double>(*bias)});
+    return {[bias = *bias](const Row& row) {
+                for (std::size_t i = 0; i < row.size; ++i) {
+                    float& value = row.pixels[i];
+                    // A NaN is the first argument of both, which is the one that they return then.
+                    value = std::max(value + bias, std::min(value, 0.0F));
+                }
+            },
+            {}};
 }
 
 } // namespace tessik::radiometry::corrector

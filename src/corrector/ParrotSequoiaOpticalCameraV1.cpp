@@ -1,7 +1,9 @@
 #include "radiometry/corrector/ParrotSequoiaOpticalCameraV1.h"
 
-#include "Kernels.h"
+#include "Fail.h"
+#include "Rows.h"
 #include "SequoiaExposure.h"
+#include "Tell.h"
 #include "radiometry/Consistency.h"
 #include "radiometry/ExposureMetadata.h"
 
@@ -50,15 +52,17 @@ bool ParrotSequoiaOpticalCameraV1::isApplicable() const {
     return m_data->cmos == nullptr && doAnyCorrection(m_data->correctionType);
 }
 
-void ParrotSequoiaOpticalCameraV1::apply(BandImage& bands,
-                                         const Eigen::Vector2i& /*blockOffset*/) const {
+RowWork ParrotSequoiaOpticalCameraV1::prepare(const BandImage& bands,
+                                              const Eigen::Vector2i& /*blockOffset*/,
+                                              Account* account) const {
     verifyConsistentNumberOfBands(
         bands.size(), 1, QStringLiteral("Correcting for optical effects"));
     const auto& [fNumber, exposure, iso] = m_data->exposure;
     const double factor =
         fNumber * fNumber / (exposure * m_data->sensitivity * iso + m_data->cmosCorrection);
-    scale(bands.front(), factor);
     TESSIK_LOG(logging::kInfo) << "Sequoia V1 model optical correction: " << factor;
+    tell(account, "factor", "", {factor});
+    return scaling(Eigen::ArrayXf::Constant(1, static_cast<float>(factor)));
 }
 
 } // namespace tessik::radiometry::corrector

@@ -1,26 +1,38 @@
 #include "radiometry/corrector/ParrotSequoiaOpticalCameraV2.h"
 
-#include "Kernels.h"
+#include "Blocks.h"
 #include "RowFields.h"
+#include "Rows.h"
 #include "SequoiaExposure.h"
+#include "Tell.h"
+#include "platform/log/Log.h"
 #include "radiometry/Consistency.h"
 #include "radiometry/sequoia/Physics.h"
 
-#include <sstream>
+#include <limits>
+#include <memory>
 
 namespace tessik::radiometry::corrector {
 namespace {
 
 constexpr auto kExposureContext = "Sequoia delta exposure model";
+constexpr double kNoFactor = std::numeric_limits<double>::quiet_NaN();
+
+/// Of the factors of a block.
+struct FactorRange {
+    double least;
+    double largest;
+    double mean;
+};
 
 template <typename Block>
-std::string summary(const Block& factors) {
-    std::ostringstream text;
-    if (factors.size() > 0) {
-        text << "min " << factors.minCoeff() << " max " << factors.maxCoeff() << " mean "
-             << factors.template cast<double>().mean();
+FactorRange rangeOf(const Block& factors) {
+    if (factors.size() == 0) {
+        return {kNoFactor, kNoFactor, kNoFactor};
     }
-    return text.str();
+    return {static_cast<double>(factors.minCoeff()),
+            static_cast<double>(factors.maxCoeff()),
+            factors.template cast<double>().mean()};
 }
 
 } // namespace
@@ -60,8 +72,9 @@ bool ParrotSequoiaOpticalCameraV2::isApplicable() const {
     return m_data->cmos != nullptr && doAnyCorrection(m_data->correctionType);
 }
 
-void ParrotSequoiaOpticalCameraV2::apply(BandImage& bands,
-                                         const Eigen::Vector2i& blockOffset) const {
+RowWork ParrotSequoiaOpticalCameraV2::prepare(const BandImage& bands,
+                                              const Eigen::Vector2i& blockOffset,
+                                              Account* account) const {
     verifyConsistentNumberOfBands(
         bands.size(), 1, QStringLiteral("Correcting for optical effects"));
     const sequoia::ParameterMatrix& deltaTau = m_data->cmos->deltaTau;
@@ -72,12 +85,26 @@ void ParrotSequoiaOpticalCameraV2::apply(BandImage& bands,
                                  deltaTau.cols(),
                                  kExposureContext);
     const auto& [fNumber, exposure, iso] = m_data->exposure;
-    const BandMatrix map =
+    const auto map = std::make_shared<const BandMatrix>(
         zoomRowFields(sequoia::opticalCorrection(iso, fNumber, exposure, *m_data->cmos),
-                      static_cast<int>(width / deltaTau.cols()));
-    const auto factors = blockOf(map, bands.front(), blockOffset, kExposureContext);
-    bands.front().array() *= factors.array();
-    TESSIK_LOG(logging::kInfo) << "Sequoia V2 model optical correction: " << summary(factors);
+                      static_cast<int>(width / deltaTau.cols())));
+    const BandMatrix& band = bands.front();
+    verifyInside(*map, band, blockOffset, kExposureContext);
+    if (account != nullptr || logging::takes(logging::kInfo)) {
+        const FactorRange range =
+            rangeOf(map->block(blockOffset[1], blockOffset[0], band.rows(), band.cols()));
+        TESSIK_LOG(logging::kInfo) << "Sequoia V2 model optical correction: min " << range.least
+                                   << " max " << range.largest << " mean " << range.mean;
+        tell(account, "factor_least", "", {range.least});
+        tell(account, "factor_largest", "", {range.largest});
+        tell(account, "factor_mean", "", {range.mean});
+    }
+    return {[map, blockOffset](const Row& row) {
+                const float* factors =
+                    map->data() + (blockOffset[1] + row.index) * map->cols() + blockOffset[0];
+                loops::multiply(row.pixels, row.size, factors);
+            },
+            {}};
 }
 
 } // namespace tessik::radiometry::corrector

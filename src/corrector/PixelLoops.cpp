@@ -1,6 +1,8 @@
 #include "PixelLoops.h"
 
+#include <array>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 // A sanitizer is not ready yet when the loader asks which of the clones to take.
@@ -57,6 +59,41 @@ RADIOMETRY_CLONES void replaceNan(float* pixels, std::size_t size, float replace
     for (std::size_t i = 0; i < size; ++i) {
         pixels[i] = std::isnan(pixels[i]) ? replacement : pixels[i];
     }
+}
+
+Sums sumsWithout(const float* pixels, std::size_t size, float excluded) {
+    // In lanes: a single sum would wait for each addition.
+    constexpr std::size_t kLanes = 4;
+    constexpr std::size_t kStep = 4 * kLanes;
+    using Values = float __attribute__((vector_size(kLanes * sizeof(float))));
+    using Counts = std::int32_t __attribute__((vector_size(kLanes * sizeof(std::int32_t))));
+    const Values zeros = {};
+    std::array<Values, kStep / kLanes> sums = {};
+    std::array<Counts, kStep / kLanes> hits = {};
+    std::size_t at = 0;
+    for (; at + kStep <= size; at += kStep) {
+        for (std::size_t i = 0; i < sums.size(); ++i) {
+            Values values;
+            std::memcpy(&values, pixels + at + i * kLanes, sizeof(values));
+            const Counts isHit = values == excluded; // all ones where it is
+            sums[i] += isHit ? zeros : values;
+            hits[i] -= isHit;
+        }
+    }
+    const Values sum = (sums[0] + sums[1]) + (sums[2] + sums[3]);
+    const Counts count = (hits[0] + hits[1]) + (hits[2] + hits[3]);
+    Sums total;
+    total.count = static_cast<std::int64_t>(size);
+    for (std::size_t lane = 0; lane < kLanes; ++lane) {
+        total.sum += static_cast<double>(sum[lane]);
+        total.excluded += count[lane];
+    }
+    for (; at < size; ++at) {
+        const bool isHit = pixels[at] == excluded;
+        total.sum += isHit ? 0.0 : static_cast<double>(pixels[at]);
+        total.excluded += isHit ? 1 : 0;
+    }
+    return total;
 }
 
 } // namespace tessik::radiometry::corrector::loops

@@ -1,13 +1,36 @@
 #include "radiometry/corrector/SunSensor.h"
 
-#include "Kernels.h"
+#include "LevelIrradiance.h"
+#include "Rows.h"
+#include "Tell.h"
 #include "platform/exif/ExifInfo.h"
 #include "platform/geo/ProjectCoordinateSystems.h"
 #include "platform/log/Log.h"
+#include "platform/math/Angle.h"
 #include "radiometry/Consistency.h"
-#include "radiometry/SunIrradiance.h"
+
+#include <cmath>
 
 namespace tessik::radiometry::corrector {
+namespace {
+
+void tellLight(const correction::LevelIrradiance& light,
+               const Eigen::ArrayXd& directSunlightFraction,
+               Account* account) {
+    tell(account, "reading", "", light.reading);
+    tell(account, "irradiance", "", light.irradiance);
+    if (light.sun) {
+        const correction::SunInfo& sun = *light.sun;
+        tell(account, "direct_fraction", "", directSunlightFraction);
+        tell(account, "factor", "", light.factor);
+        tell(account, "sun_elevation", "deg", {sun.angles.elevation / kDegree});
+        tell(account, "sun_azimuth", "deg", {sun.angles.azimuth / kDegree});
+        tell(account, "sun_incidence", "deg", {std::acos(sun.cosSunIncidence) / kDegree});
+        tell(account, "sensor_tilt", "deg", {std::acos(sun.cosSensorTilt) / kDegree});
+    }
+}
+
+} // namespace
 
 /// The sources outlive the corrector: it refers to what they hold.
 struct SunSensor::Data {
@@ -60,28 +83,26 @@ bool SunSensor::isApplicable() const {
            doIrradianceCorrection(data.correctionType);
 }
 
-RowWork SunSensor::prepareRows(const BandImage& bands,
-                               const Eigen::Vector2i& /*blockOffset*/) const {
+RowWork SunSensor::prepare(const BandImage& bands,
+                           const Eigen::Vector2i& /*blockOffset*/,
+                           Account* account) const {
     const Data& data = *m_data;
+    const correction::LevelIrradiance light =
+        correction::levelIrradiance(*data.exif,
+                                    *data.geoData,
+                                    data.imagePath,
+                                    *data.externals,
+                                    *data.directSunlightFraction,
+                                    *data.outCS,
+                                    *data.siteCalibration,
+                                    data.correctionType);
     // Without a reading the bands would come out as they are, and look like corrected ones.
     verifyConsistentNumberOfBands(bands.size(),
-                                  data.exif->sunIrradiance.size(),
+                                  static_cast<std::size_t>(light.irradiance.size()),
                                   QStringLiteral("Correcting for sun irradiance"));
-    const Eigen::ArrayXd irradiance =
-        correction::correctedSunIrradiance(*data.exif,
-                                           *data.geoData,
-                                           data.imagePath,
-                                           *data.externals,
-                                           *data.directSunlightFraction,
-                                           *data.outCS,
-                                           *data.siteCalibration,
-                                           data.correctionType);
-    TESSIK_LOG(logging::kInfo) << "Sun irradiance correction: " << irradiance.transpose();
-    return scaling(irradiance.inverse().cast<float>());
-}
-
-void SunSensor::apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const {
-    applyByRows(bands, blockOffset);
+    TESSIK_LOG(logging::kInfo) << "Sun irradiance correction: " << light.irradiance.transpose();
+    tellLight(light, *data.directSunlightFraction, account);
+    return scaling(light.irradiance.inverse().cast<float>());
 }
 
 } // namespace tessik::radiometry::corrector

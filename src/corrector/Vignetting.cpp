@@ -1,6 +1,7 @@
 #include "radiometry/corrector/Vignetting.h"
 
-#include "Kernels.h"
+#include "Blocks.h"
+#include "Rows.h"
 
 namespace tessik::radiometry::corrector {
 
@@ -19,30 +20,19 @@ bool Vignetting::isApplicable() const {
     return m_data->inverseMap != nullptr;
 }
 
-RowWork Vignetting::prepareRows(const BandImage& bands, const Eigen::Vector2i& blockOffset) const {
-    using Map = decltype(blockOf(*m_data->inverseMap, bands.front(), blockOffset, ""));
-    std::vector<Map> maps;
-    maps.reserve(bands.size());
+RowWork Vignetting::prepare(const BandImage& bands,
+                            const Eigen::Vector2i& blockOffset,
+                            Account* /*account*/) const {
+    const BandMatrix& map = *m_data->inverseMap;
     for (const BandMatrix& band : bands) {
-        maps.push_back(
-            blockOf(*m_data->inverseMap, band, blockOffset, "Correcting for vignetting"));
+        verifyInside(map, band, blockOffset, "Correcting for vignetting");
     }
-    return {[maps](BandImage& images, Eigen::Index first, Eigen::Index last) {
-                for (std::size_t b = 0; b < images.size(); ++b) {
-                    const Map& map = maps[b];
-                    forRows(images[b],
-                            first,
-                            last,
-                            [&map](Eigen::Index r, float* pixels, std::size_t size) {
-                                loops::multiply(pixels, size, &map.coeffRef(r, 0));
-                            });
-                }
+    return {[&map, blockOffset](const Row& row) {
+                const float* inverse =
+                    map.data() + (blockOffset[1] + row.index) * map.cols() + blockOffset[0];
+                loops::multiply(row.pixels, row.size, inverse);
             },
             {}};
-}
-
-void Vignetting::apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const {
-    applyByRows(bands, blockOffset);
 }
 
 } // namespace tessik::radiometry::corrector

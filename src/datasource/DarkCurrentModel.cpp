@@ -1,12 +1,12 @@
 #include "radiometry/DarkCurrentModel.h"
 
-#include "RunningMean.h"
 #include "platform/log/Log.h"
 #include "radiometry/corrector/ICorrector.h"
 #include "radiometry/datasource/DataSources.h"
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace tessik::radiometry::datasource {
 namespace {
@@ -27,27 +27,17 @@ Eigen::Index rowPeriod(const BandMatrix& map) {
     return map.rows();
 }
 
-bool isConstant(const BandMatrix& map) {
-    return map.size() > 0 && (map.array() == map(0, 0)).all();
-}
-
 } // namespace
 
-DarkCurrentModel::DarkCurrentModel(const IDarkCurrentModel& model) : m_map(model.map()) {
-    m_rowPeriods.reserve(m_map.size());
-    for (const BandMatrix& map : m_map) {
-        m_rowPeriods.push_back(rowPeriod(map));
+DarkCurrentModel::DarkCurrentModel(const IDarkCurrentModel& model) {
+    auto maps = std::make_shared<Maps>();
+    maps->bands = model.map();
+    maps->rowPeriods.reserve(maps->bands.size());
+    for (const BandMatrix& map : maps->bands) {
+        maps->rowPeriods.push_back(rowPeriod(map));
     }
+    m_maps = std::move(maps);
     TESSIK_LOG(logging::kInfo) << "Dark current: " << model;
-}
-
-float DarkCurrentModel::runningMean(std::size_t band) const {
-    std::call_once(m_meansAreKnown, [this] {
-        for (const BandMatrix& map : m_map) {
-            m_means.push_back(isConstant(map) ? map(0, 0) : radiometry::runningMean(map));
-        }
-    });
-    return m_means[band];
 }
 
 void DarkCurrentModel::accept(corrector::ICorrector& corrector) const {

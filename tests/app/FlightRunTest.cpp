@@ -184,12 +184,15 @@ TEST(FlightRun, recordsSayWhatWasDoneToEachImage) {
     const Json& record = records.at("IMG_0000_1.tif");
     EXPECT_EQ(record.at("status"), "done");
     std::vector<std::string> names;
+    std::map<std::string, Json> values;
     for (const Json& corrector : record.at("correctors")) {
         names.push_back(corrector.at("name"));
-        if (names.back() == "DarkCurrent") {
-            EXPECT_THAT(corrector.at("values").dump(), testing::HasSubstr("Dark current"));
-        }
+        values[names.back()] = corrector.at("values");
     }
+    EXPECT_EQ(values.at("SunSensor").at("irradiance").at("numbers"), record.at("sun_irradiance"));
+    EXPECT_EQ(values.at("ConvertNanToNodata").at("mean").at("numbers"), record.at("mean"));
+    EXPECT_EQ(values.at("DarkCurrent").at("dark_level").at("unit"), "DN");
+    EXPECT_GT(record.at("masked_pixels"), 0);
     EXPECT_THAT(names,
                 testing::ElementsAre("BadPixelMasking",
                                      "BadExposureMasking",

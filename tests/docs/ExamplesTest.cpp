@@ -1,6 +1,7 @@
 #include "ExampleCamera.h"
 #include "PathRadiance.h"
 #include "platform/TagBuilders.h"
+#include "radiometry/corrector/SunSensor.h"
 #include "support/Support.h"
 
 #include <gtest/gtest.h>
@@ -8,6 +9,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <set>
 
 namespace tessik {
@@ -15,14 +17,16 @@ namespace {
 
 using radiometry::CorrectionType;
 
-BandImage withoutPathRadiance(const test::ImageSetup& setup, CorrectionType type) {
+BandImage withoutPathRadiance(const test::ImageSetup& setup,
+                              CorrectionType type,
+                              radiometry::Accounts& accounts) {
     BandImage bands = {test::band(1, 3, {0.0F, 100.0F, 350.0F})};
     radiometry::corrector::Chain chain = radiometry::corrector::create(setup.image.exif);
     const auto before = std::find_if(chain.begin(), chain.end(), [](const auto& corrector) {
-        return radiometry::corrector::name(*corrector) == "SunSensor";
+        return dynamic_cast<const radiometry::corrector::SunSensor*>(corrector.get()) != nullptr;
     });
-    chain.insert(before, std::make_unique<example::PathRadiance>(std::vector<float>{50.0F}));
-    radiometry::corrector::apply(chain, setup.sources(type), bands, {0, 0});
+    chain.insert(before, std::make_unique<example::PathRadiance>(std::vector<double>{50.0}));
+    radiometry::corrector::apply(chain, setup.sources(type), bands, {0, 0}, accounts);
     return bands;
 }
 
@@ -31,10 +35,15 @@ TEST(ExampleCorrector, actsInAChainWhereItWasPut) {
     exif.exposureTime = 0.5; // the camera's factor is 1 / 0.5
     exif.sunIrradiance = {10.0};
     const test::ImageSetup setup(exif);
+    radiometry::Accounts accounts;
     const BandMatrix corrected =
-        withoutPathRadiance(setup, CorrectionType::CameraAndSunIrradiance)[0];
+        withoutPathRadiance(setup, CorrectionType::CameraAndSunIrradiance, accounts)[0];
     EXPECT_EQ(corrected, test::band(1, 3, {radiometry::kNoData, 15.0F, 65.0F}));
-    const BandMatrix asStored = withoutPathRadiance(setup, CorrectionType::NoCorrection)[0];
+    ASSERT_EQ(accounts.size(), 5U);
+    EXPECT_EQ(accounts[2].name, "PathRadiance");
+    EXPECT_EQ(accounts[2].numbersOf("radiance"), std::vector<double>{50.0});
+    const BandMatrix asStored =
+        withoutPathRadiance(setup, CorrectionType::NoCorrection, accounts)[0];
     EXPECT_EQ(asStored, test::band(1, 3, {radiometry::kNoData, 100.0F, 350.0F}));
 }
 
@@ -52,6 +61,11 @@ TEST(ExampleCamera, isReadOrMarkedAsNotToBeCorrected) {
     EXPECT_FALSE(exif::kExample.matches(test::tagFile({}).tags));
 }
 
+std::string textOf(const std::filesystem::path& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
 std::vector<std::string> linesOf(const std::filesystem::path& path) {
     std::ifstream file(path);
     std::vector<std::string> lines;
@@ -60,6 +74,17 @@ std::vector<std::string> linesOf(const std::filesystem::path& path) {
         lines.push_back(line);
     }
     return lines;
+}
+
+TEST(FileFormats, theNamesOfAllCorrectorsAreDocumentedAndHaveWordsInTheReport) {
+    const std::filesystem::path sources = RADIOMETRY_SOURCE_DIR;
+    const std::string page = textOf(sources / "app/report/format.js");
+    const std::string formats = textOf(sources / "docs/file-formats.md");
+    EXPECT_EQ(radiometry::corrector::names().size(), 16U);
+    for (const std::string& name : radiometry::corrector::names()) {
+        EXPECT_NE(page.find("\n  " + name + ": \""), std::string::npos) << name;
+        EXPECT_NE(formats.find("\n| `" + name + "` | "), std::string::npos) << name;
+    }
 }
 
 TEST(Guides, showCodeThatIsCompiled) {

@@ -37,31 +37,10 @@ void correctWith(const ImageSetup& setup,
 
 std::vector<std::string> chainOf(const ExifInfo& exif) {
     std::vector<std::string> names;
-    for (const auto& corrector : corrector::create(exif)) {
-        names.push_back(corrector::name(*corrector));
+    for (const corrector::Outlook& step : corrector::outlook(corrector::create(exif), {})) {
+        names.push_back(step.name);
     }
     return names;
-}
-
-TEST(Chain, takenAFewRowsAtATimeGivesWhatEachStepGivesOverTheWholeImage) {
-    constexpr std::uint64_t kWidth = 700; // 46 rows a tile: the last one is cut off
-    constexpr std::uint64_t kHeight = 130;
-    ImageSetup setup(test::redEdgeExif(kWidth, kHeight));
-    setup.image.exif.sunIrradiance = {1.25};
-    BandImage together = {test::redEdgeBand(kWidth, kHeight, 3)};
-    BandImage stepwise = together;
-    const auto sources = setup.sources(CorrectionType::CameraAndSunIrradiance, {655.36});
-    corrector::apply(corrector::create(setup.image.exif), sources, together, {0, 0});
-    for (const auto& step : corrector::create(setup.image.exif)) {
-        corrector::feed(*step, sources);
-        step->correct(stepwise, {0, 0});
-    }
-    EXPECT_TRUE((together[0].array() == stepwise[0].array()).all());
-    BandImage uneven = {test::ramp(2, 3), test::ramp(3, 2)};
-    EXPECT_EQ(test::messageOf<error>([&] {
-                  corrector::apply(corrector::create(setup.image.exif), sources, uneven, {0, 0});
-              }),
-              "Bands differ in size");
 }
 
 TEST(Chain, hasItsCamerasModelAtItsPlace) {
@@ -100,38 +79,6 @@ TEST(Chain, shiftsEightBitSequoiaImagesThatHaveNoToneCurve) {
     EXPECT_EQ(chainOf(exif).front(), "IntensityShift");
     exif.gamma.resize(1);
     EXPECT_NE(chainOf(exif).front(), "IntensityShift");
-}
-
-/// Notes what it is offered; acts only if it is told to.
-class Recorder final : public corrector::ICorrector {
-public:
-    explicit Recorder(bool isApplicable) : m_isApplicable(isApplicable) {}
-    using ICorrector::useData;
-    void useData(const datasource::Sensor& /*source*/) override { ++fed; }
-    int fed = 0;
-
-protected:
-    [[nodiscard]] bool isApplicable() const override { return m_isApplicable; }
-    void apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const override {
-        bands.at(0)(0, 0) += static_cast<float>(blockOffset[0] * 10 + blockOffset[1]);
-    }
-
-private:
-    bool m_isApplicable;
-};
-
-TEST(Chain, feedsEveryCorrectorAndRunsTheApplicableOnes) {
-    corrector::Chain chain;
-    for (const bool isApplicable : {false, true}) {
-        chain.push_back(std::make_unique<Recorder>(isApplicable));
-    }
-    BandImage bands = {BandMatrix::Zero(1, 1)};
-    const ImageSetup setup(test::plainExif(1, 1));
-    corrector::apply(chain, setup.sources(CorrectionType::CameraOnly), bands, {3, 4});
-    EXPECT_EQ(bands[0](0, 0), 34.0F);
-    for (const auto& corrector : chain) {
-        EXPECT_EQ(dynamic_cast<Recorder&>(*corrector).fed, 1);
-    }
 }
 
 template <typename... Sources>

@@ -59,13 +59,20 @@ ImageSetup::sources(radiometry::CorrectionType type, const std::vector<double>& 
                                           {});
 }
 
+bool isApplicable(const radiometry::corrector::ICorrector& corrector) {
+    struct Opened : radiometry::corrector::ICorrector {
+        static auto question() { return &Opened::isApplicable; }
+    };
+    return (corrector.*Opened::question())();
+}
+
 bool run(radiometry::corrector::ICorrector& corrector,
          const std::vector<radiometry::datasource::DataSourcePointer>& sources,
          BandImage& bands,
          const Eigen::Vector2i& blockOffset) {
     radiometry::corrector::feed(corrector, sources);
     corrector.correct(bands, blockOffset);
-    return corrector.wouldAct();
+    return isApplicable(corrector);
 }
 
 LogCapture::LogCapture(int level) : m_oldLevel(logging::level()) {

@@ -41,6 +41,9 @@ struct ImageSetup {
     sources(radiometry::CorrectionType type, const std::vector<double>& sensitivity = {}) const;
 };
 
+/// Asks a corrector as a chain does.
+bool isApplicable(const radiometry::corrector::ICorrector& corrector);
+
 /// Feeds a corrector and lets it act if it is applicable. @return whether it was applicable
 bool run(radiometry::corrector::ICorrector& corrector,
          const std::vector<radiometry::datasource::DataSourcePointer>& sources,

@@ -1,14 +1,16 @@
 #pragma once
 
-#include "radiometry/corrector/ICorrector.h"
+#include "radiometry/corrector/detail/Step.h"
 
 #include <memory>
 
 namespace tessik::radiometry::corrector {
 
 /// The Airinov multiSPEC 4C delivers values already normalised for exposure: 1 / S_b is left.
-class RADIOMETRY_EXPORT AirinovMultispec4COpticalCameraV2_32 final : public ICorrector {
+class RADIOMETRY_EXPORT AirinovMultispec4COpticalCameraV2_32 : public RowStep {
 public:
+    static constexpr const char* kName = "AirinovMultispec4COpticalCameraV2_32"; ///< in accounts
+
     AirinovMultispec4COpticalCameraV2_32();
     ~AirinovMultispec4COpticalCameraV2_32() override;
 
@@ -18,9 +20,12 @@ public:
 
 protected:
     [[nodiscard]] bool isApplicable() const override;
-    void apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const override;
 
 private:
+    [[nodiscard]] RowWork prepare(const BandImage& bands,
+                                  const Eigen::Vector2i& blockOffset,
+                                  Account* account) const override;
+
     struct Data;
     std::unique_ptr<Data> m_data;
 };

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "radiometry/corrector/ICorrector.h"
+#include "radiometry/corrector/detail/Step.h"
 
 #include <memory>
 
@@ -8,8 +8,10 @@ namespace tessik::radiometry::corrector {
 
 /// Masks with NaN the values that are not strictly inside the range of the raw encoding, whose
 /// lower end is raised by the dark current where that is known: value = 0 light or saturated.
-class RADIOMETRY_EXPORT BadExposureMasking final : public ICorrector {
+class RADIOMETRY_EXPORT BadExposureMasking : public RowStep {
 public:
+    static constexpr const char* kName = "BadExposureMasking"; ///< in accounts
+
     BadExposureMasking();
     ~BadExposureMasking() override;
 
@@ -18,14 +20,14 @@ public:
     void useData(const datasource::Sensor& source) override;
     void useData(const datasource::DarkCurrentModel& source) override;
 
-    [[nodiscard]] RowWork prepareRows(const BandImage& bands,
-                                      const Eigen::Vector2i& blockOffset) const override;
-
 protected:
     [[nodiscard]] bool isApplicable() const override;
-    void apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const override;
 
 private:
+    [[nodiscard]] RowWork prepare(const BandImage& bands,
+                                  const Eigen::Vector2i& blockOffset,
+                                  Account* account) const override;
+
     struct Data;
     std::unique_ptr<Data> m_data;
 };

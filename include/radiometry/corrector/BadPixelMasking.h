@@ -1,6 +1,6 @@
 #pragma once
 
-#include "radiometry/corrector/ICorrector.h"
+#include "radiometry/corrector/detail/Step.h"
 
 #include <memory>
 
@@ -8,8 +8,10 @@ namespace tessik::radiometry::corrector {
 
 /// Masks the sensor's known defective pixels with NaN. Positions are (column, row) in the matrix
 /// that is passed; those outside it are skipped.
-class RADIOMETRY_EXPORT BadPixelMasking final : public ICorrector {
+class RADIOMETRY_EXPORT BadPixelMasking : public Step {
 public:
+    static constexpr const char* kName = "BadPixelMasking"; ///< in accounts
+
     BadPixelMasking();
     ~BadPixelMasking() override;
 
@@ -18,9 +20,10 @@ public:
 
 protected:
     [[nodiscard]] bool isApplicable() const override;
-    void apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const override;
 
 private:
+    void act(BandImage& bands, const Eigen::Vector2i& blockOffset, Account* account) const override;
+
     struct Data;
     std::unique_ptr<Data> m_data;
 };

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "radiometry/corrector/ICorrector.h"
+#include "radiometry/corrector/detail/Step.h"
 
 #include <memory>
 
@@ -9,8 +9,10 @@ namespace tessik::radiometry::corrector {
 /// Makes values of different exposures comparable: N^2 / (t * S_b * ISO), with aperture f-number N,
 /// exposure time t in s and sensitivity S_b of the band. What the metadata do not state counts
 /// as 1.
-class RADIOMETRY_EXPORT BasicOpticalCamera final : public ICorrector {
+class RADIOMETRY_EXPORT BasicOpticalCamera : public RowStep {
 public:
+    static constexpr const char* kName = "BasicOpticalCamera"; ///< in accounts
+
     BasicOpticalCamera();
     ~BasicOpticalCamera() override;
 
@@ -18,14 +20,14 @@ public:
     void useData(const datasource::ImageMetadata& source) override;
     void useData(const datasource::UserSettings& source) override;
 
-    [[nodiscard]] RowWork prepareRows(const BandImage& bands,
-                                      const Eigen::Vector2i& blockOffset) const override;
-
 protected:
     [[nodiscard]] bool isApplicable() const override;
-    void apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const override;
 
 private:
+    [[nodiscard]] RowWork prepare(const BandImage& bands,
+                                  const Eigen::Vector2i& blockOffset,
+                                  Account* account) const override;
+
     struct Data;
     std::unique_ptr<Data> m_data;
 };

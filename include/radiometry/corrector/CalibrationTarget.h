@@ -1,6 +1,6 @@
 #pragma once
 
-#include "radiometry/corrector/ICorrector.h"
+#include "radiometry/corrector/detail/Step.h"
 
 #include <memory>
 
@@ -8,22 +8,24 @@ namespace tessik::radiometry::corrector {
 
 /// Divides each band by its sensitivity, the value of a surface of reflectance 1: values become
 /// reflectance.
-class RADIOMETRY_EXPORT CalibrationTarget final : public ICorrector {
+class RADIOMETRY_EXPORT CalibrationTarget : public RowStep {
 public:
+    static constexpr const char* kName = "CalibrationTarget"; ///< in accounts
+
     CalibrationTarget();
     ~CalibrationTarget() override;
 
     using ICorrector::useData;
     void useData(const datasource::CalibrationTarget& source) override;
 
-    [[nodiscard]] RowWork prepareRows(const BandImage& bands,
-                                      const Eigen::Vector2i& blockOffset) const override;
-
 protected:
     [[nodiscard]] bool isApplicable() const override;
-    void apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const override;
 
 private:
+    [[nodiscard]] RowWork prepare(const BandImage& bands,
+                                  const Eigen::Vector2i& blockOffset,
+                                  Account* account) const override;
+
     struct Data;
     std::unique_ptr<Data> m_data;
 };

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "radiometry/corrector/ICorrector.h"
+#include "radiometry/corrector/detail/Step.h"
 
 #include <memory>
 
@@ -9,8 +9,10 @@ namespace tessik::radiometry::corrector {
 /// Separates bands that leak into each other: multiplies the vector of a pixel's band values by the
 /// camera's matrix, in double. A NaN in one band is a NaN in all. For unsigned pixel types, results
 /// below 0 from inputs that are not are numerical leakage and become 0.
-class RADIOMETRY_EXPORT ColorMatrix final : public ICorrector {
+class RADIOMETRY_EXPORT ColorMatrix : public Step {
 public:
+    static constexpr const char* kName = "ColorMatrix"; ///< in accounts
+
     ColorMatrix();
     ~ColorMatrix() override;
 
@@ -19,9 +21,10 @@ public:
 
 protected:
     [[nodiscard]] bool isApplicable() const override;
-    void apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const override;
 
 private:
+    void act(BandImage& bands, const Eigen::Vector2i& blockOffset, Account* account) const override;
+
     struct Data;
     std::unique_ptr<Data> m_data;
 };

@@ -1,18 +1,21 @@
 #pragma once
 
-#include "radiometry/corrector/ICorrector.h"
+#include "radiometry/corrector/detail/Step.h"
 
 namespace tessik::radiometry::corrector {
 
 /// Turns every NaN into kNoData. Infinities stay.
-class RADIOMETRY_EXPORT ConvertNanToNodata final : public ICorrector {
+class RADIOMETRY_EXPORT ConvertNanToNodata : public RowStep {
 public:
-    [[nodiscard]] RowWork prepareRows(const BandImage& bands,
-                                      const Eigen::Vector2i& blockOffset) const override;
+    static constexpr const char* kName = "ConvertNanToNodata"; ///< in accounts
 
 protected:
     [[nodiscard]] bool isApplicable() const override;
-    void apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const override;
+
+private:
+    [[nodiscard]] RowWork prepare(const BandImage& bands,
+                                  const Eigen::Vector2i& blockOffset,
+                                  Account* account) const override;
 };
 
 } // namespace tessik::radiometry::corrector

@@ -1,28 +1,30 @@
 #pragma once
 
-#include "radiometry/corrector/ICorrector.h"
+#include "radiometry/corrector/detail/Step.h"
 
 #include <memory>
 
 namespace tessik::radiometry::corrector {
 
 /// Subtracts the dark current map of each band, in DN. Negative results stay, with a warning.
-class RADIOMETRY_EXPORT DarkCurrent final : public ICorrector {
+class RADIOMETRY_EXPORT DarkCurrent : public RowStep {
 public:
+    static constexpr const char* kName = "DarkCurrent"; ///< in accounts
+
     DarkCurrent();
     ~DarkCurrent() override;
 
     using ICorrector::useData;
     void useData(const datasource::DarkCurrentModel& source) override;
 
-    [[nodiscard]] RowWork prepareRows(const BandImage& bands,
-                                      const Eigen::Vector2i& blockOffset) const override;
-
 protected:
     [[nodiscard]] bool isApplicable() const override;
-    void apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const override;
 
 private:
+    [[nodiscard]] RowWork prepare(const BandImage& bands,
+                                  const Eigen::Vector2i& blockOffset,
+                                  Account* account) const override;
+
     struct Data;
     std::unique_ptr<Data> m_data;
 };

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "radiometry/corrector/ICorrector.h"
+#include "radiometry/corrector/detail/Step.h"
 
 #include <memory>
 
@@ -8,8 +8,10 @@ namespace tessik::radiometry::corrector {
 
 /// Maps stored values back to linear intensity (0..1 scale of the tone curve) by a table a band.
 /// Values that no stored image holds (beyond the table) become NaN.
-class RADIOMETRY_EXPORT GammaRelinearisation final : public ICorrector {
+class RADIOMETRY_EXPORT GammaRelinearisation : public RowStep {
 public:
+    static constexpr const char* kName = "GammaRelinearisation"; ///< in accounts
+
     GammaRelinearisation();
     ~GammaRelinearisation() override;
 
@@ -18,9 +20,12 @@ public:
 
 protected:
     [[nodiscard]] bool isApplicable() const override;
-    void apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const override;
 
 private:
+    [[nodiscard]] RowWork prepare(const BandImage& bands,
+                                  const Eigen::Vector2i& blockOffset,
+                                  Account* account) const override;
+
     struct Data;
     std::unique_ptr<Data> m_data;
 };

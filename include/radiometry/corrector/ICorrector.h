@@ -1,29 +1,18 @@
 #pragma once
 
+#include "radiometry/Account.h"
 #include "radiometry/Types.h"
 #include "radiometry/datasource/DataSources.h"
 
 #include <Eigen/Core>
 #include <boost/noncopyable.hpp>
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 /// The steps of a correction.
 namespace tessik::radiometry::corrector {
-
-/// What a corrector has to do to the rows of an image, once everything that can fail is checked.
-/// Correctors whose work on a pixel depends on that pixel alone offer it, so that a chain can take
-/// a few rows through all steps while they are in the processor's cache.
-struct RowWork {
-    /// Works on rows [first, last) of all bands. Each row is done once, in any order. Empty = the
-    /// corrector does not offer it.
-    std::function<void(BandImage& bands, Eigen::Index first, Eigen::Index last)> run;
-    /// To be called after the last row; may be empty.
-    std::function<void()> finish;
-};
 
 /// One step: takes what it needs from the data sources, decides whether it can act on this image,
 /// and if so changes the bands in place. Built, fed and run once.
@@ -42,44 +31,55 @@ public:
     virtual void useData(const datasource::CoordinateSystems& source);
     virtual void useData(const datasource::CalibrationTarget& source);
 
-    /// True when it would act with the data that it has.
-    [[nodiscard]] bool wouldAct() const { return isApplicable(); }
-
-    /// Acts, if it is applicable.
+    /// Acts, if it is applicable, which is asked once.
     /// @param blockOffset (column, row) of the block's first pixel in the image
     void correct(BandImage& bands, const Eigen::Vector2i& blockOffset) const;
-
-    /// Checks that it can act on these bands, and says what it will do to their rows. The bands
-    /// stay as they are; the work refers to this and to the data sources.
-    /// @throws error as apply
-    [[nodiscard]] virtual RowWork prepareRows(const BandImage& bands,
-                                              const Eigen::Vector2i& blockOffset) const;
 
 protected:
     [[nodiscard]] virtual bool isApplicable() const = 0;
     virtual void apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const = 0;
 
-    /// apply of a corrector that offers its work by rows.
-    void applyByRows(BandImage& bands, const Eigen::Vector2i& blockOffset) const;
+private:
+    friend class Pipeline; ///< asks and runs the steps of a chain
 };
 
 using Chain = std::vector<std::unique_ptr<ICorrector>>;
 
-/// The chain for an image, from its metadata alone; which correctors act is theirs to decide.
+/// The chain for an image, from its metadata only; which correctors act is theirs to decide.
 RADIOMETRY_EXPORT Chain create(const ExifInfo& exif);
 
 /// Feeds one corrector with all sources.
 RADIOMETRY_EXPORT void feed(ICorrector& corrector,
                             const std::vector<datasource::DataSourcePointer>& dataSources);
 
-/// Runs the chain: each corrector is fed, then acts if it is applicable. Steps that follow each
-/// other and offer their work by rows are run together, a few rows at a time.
+/// Runs the chain: each corrector in turn is fed when those before it have acted, is asked once
+/// whether it is applicable, and then acts.
+/// @throws what a corrector throws; those before it have then acted on all pixels, those after it
+/// are not run
 RADIOMETRY_EXPORT void apply(const Chain& correctors,
                              const std::vector<datasource::DataSourcePointer>& dataSources,
                              BandImage& bands,
                              const Eigen::Vector2i& blockOffset);
 
-/// Class name of a corrector without its name space, for people and reports.
-RADIOMETRY_EXPORT std::string name(const ICorrector& corrector);
+/// As above, and tells what was done.
+/// @param accounts what each step that acted did is added, in their order; also where one fails
+RADIOMETRY_EXPORT void apply(const Chain& correctors,
+                             const std::vector<datasource::DataSourcePointer>& dataSources,
+                             BandImage& bands,
+                             const Eigen::Vector2i& blockOffset,
+                             Accounts& accounts);
+
+/// What a step of a chain would do.
+struct Outlook {
+    std::string name; ///< as in accounts; empty for a corrector of an application
+    bool isApplicable = false;
+};
+
+/// Feeds and asks all correctors, and runs none; nor may they be run later.
+RADIOMETRY_EXPORT std::vector<Outlook>
+outlook(const Chain& correctors, const std::vector<datasource::DataSourcePointer>& dataSources);
+
+/// All names that the library's correctors have in accounts.
+RADIOMETRY_EXPORT std::vector<std::string> names();
 
 } // namespace tessik::radiometry::corrector

@@ -1,20 +1,25 @@
 #pragma once
 
-#include "radiometry/corrector/ICorrector.h"
+#include "radiometry/corrector/detail/Step.h"
 
 namespace tessik::radiometry::corrector {
 
 /// Multiplies every value by a factor: brings the 8-bit images of a camera whose calibration speaks
 /// of 16 bits back to that scale.
-class RADIOMETRY_EXPORT IntensityShift final : public ICorrector {
+class RADIOMETRY_EXPORT IntensityShift : public RowStep {
 public:
+    static constexpr const char* kName = "IntensityShift"; ///< in accounts
+
     explicit IntensityShift(float factor) : m_factor(factor) {}
 
 protected:
     [[nodiscard]] bool isApplicable() const override;
-    void apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const override;
 
 private:
+    [[nodiscard]] RowWork prepare(const BandImage& bands,
+                                  const Eigen::Vector2i& blockOffset,
+                                  Account* account) const override;
+
     float m_factor;
 };
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "radiometry/corrector/ICorrector.h"
+#include "radiometry/corrector/detail/Step.h"
 
 #include <memory>
 
@@ -11,8 +11,10 @@ namespace tessik::radiometry::corrector {
 /// the matrix.
 ///
 /// Source: MicaSense, radiometric calibration model: L = V a1/g (p - p_BL) / (t + a2 y - a3 t y).
-class RADIOMETRY_EXPORT MicaSenseRedEdgeOpticalCamera final : public ICorrector {
+class RADIOMETRY_EXPORT MicaSenseRedEdgeOpticalCamera : public RowStep {
 public:
+    static constexpr const char* kName = "MicaSenseRedEdgeOpticalCamera"; ///< in accounts
+
     MicaSenseRedEdgeOpticalCamera();
     ~MicaSenseRedEdgeOpticalCamera() override;
 
@@ -20,14 +22,14 @@ public:
     void useData(const datasource::ImageMetadata& source) override;
     void useData(const datasource::UserSettings& source) override;
 
-    [[nodiscard]] RowWork prepareRows(const BandImage& bands,
-                                      const Eigen::Vector2i& blockOffset) const override;
-
 protected:
     [[nodiscard]] bool isApplicable() const override;
-    void apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const override;
 
 private:
+    [[nodiscard]] RowWork prepare(const BandImage& bands,
+                                  const Eigen::Vector2i& blockOffset,
+                                  Account* account) const override;
+
     /// Factor of a row of the block.
     [[nodiscard]] float rowFactor(std::size_t band, Eigen::Index row) const;
 

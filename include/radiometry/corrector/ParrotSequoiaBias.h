@@ -1,6 +1,6 @@
 #pragma once
 
-#include "radiometry/corrector/ICorrector.h"
+#include "radiometry/corrector/detail/Step.h"
 
 #include <memory>
 
@@ -9,8 +9,10 @@ namespace tessik::radiometry::corrector {
 /// Adds a fixed bias to the red edge and near infrared bands of a Sequoia corrected by the
 /// factory's model. The biases are negative: a value of 0 or more never goes below 0, a negative
 /// one stays as it is, NaN stays NaN. Not part of the chain.
-class RADIOMETRY_EXPORT ParrotSequoiaBias final : public ICorrector {
+class RADIOMETRY_EXPORT ParrotSequoiaBias : public RowStep {
 public:
+    static constexpr const char* kName = "ParrotSequoiaBias"; ///< in accounts
+
     ParrotSequoiaBias();
     ~ParrotSequoiaBias() override;
 
@@ -21,9 +23,12 @@ public:
 
 protected:
     [[nodiscard]] bool isApplicable() const override;
-    void apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const override;
 
 private:
+    [[nodiscard]] RowWork prepare(const BandImage& bands,
+                                  const Eigen::Vector2i& blockOffset,
+                                  Account* account) const override;
+
     struct Data;
     std::unique_ptr<Data> m_data;
 };

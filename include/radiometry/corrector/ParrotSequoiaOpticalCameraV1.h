@@ -1,6 +1,6 @@
 #pragma once
 
-#include "radiometry/corrector/ICorrector.h"
+#include "radiometry/corrector/detail/Step.h"
 
 #include <memory>
 
@@ -10,8 +10,10 @@ namespace tessik::radiometry::corrector {
 /// N^2 / (t * S * ISO + C), with aperture f-number N, exposure time t in s, and sensitivity S and
 /// CMOS correction C of the band from its metadata. Acts where there is no factory model; any value
 /// that is missing or not positive (C may be) keeps it from acting, with a warning.
-class RADIOMETRY_EXPORT ParrotSequoiaOpticalCameraV1 final : public ICorrector {
+class RADIOMETRY_EXPORT ParrotSequoiaOpticalCameraV1 : public RowStep {
 public:
+    static constexpr const char* kName = "ParrotSequoiaOpticalCameraV1"; ///< in accounts
+
     ParrotSequoiaOpticalCameraV1();
     ~ParrotSequoiaOpticalCameraV1() override;
 
@@ -23,9 +25,13 @@ public:
 
 protected:
     [[nodiscard]] bool isApplicable() const override;
-    void apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const override;
 
 private:
+    [[nodiscard]] bool isHeardWhenAsked() const override { return true; }
+    [[nodiscard]] RowWork prepare(const BandImage& bands,
+                                  const Eigen::Vector2i& blockOffset,
+                                  Account* account) const override;
+
     struct Data;
     std::unique_ptr<Data> m_data;
 };

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "radiometry/corrector/ICorrector.h"
+#include "radiometry/corrector/detail/Step.h"
 
 #include <memory>
 
@@ -11,8 +11,10 @@ namespace tessik::radiometry::corrector {
 /// one whole factor; its even and odd rows belong to two row fields and are enlarged apart. Acts
 /// where there is a factory model; exposure values that are missing or not positive keep it from
 /// acting, with a warning.
-class RADIOMETRY_EXPORT ParrotSequoiaOpticalCameraV2 final : public ICorrector {
+class RADIOMETRY_EXPORT ParrotSequoiaOpticalCameraV2 : public RowStep {
 public:
+    static constexpr const char* kName = "ParrotSequoiaOpticalCameraV2"; ///< in accounts
+
     ParrotSequoiaOpticalCameraV2();
     ~ParrotSequoiaOpticalCameraV2() override;
 
@@ -23,11 +25,15 @@ public:
 
 protected:
     [[nodiscard]] bool isApplicable() const override;
-    /// @throws error when the grid does not fit the image, or the block does not lie in it
-    /// @throws std::runtime_error when a row field of the grid is smaller than 2 x 2
-    void apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const override;
 
 private:
+    [[nodiscard]] bool isHeardWhenAsked() const override { return true; }
+    /// @throws error when the grid does not fit the image, or the block does not lie in it
+    /// @throws std::runtime_error when a row field of the grid is smaller than 2 x 2
+    [[nodiscard]] RowWork prepare(const BandImage& bands,
+                                  const Eigen::Vector2i& blockOffset,
+                                  Account* account) const override;
+
     struct Data;
     std::unique_ptr<Data> m_data;
 };

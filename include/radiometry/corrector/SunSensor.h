@@ -1,6 +1,6 @@
 #pragma once
 
-#include "radiometry/corrector/ICorrector.h"
+#include "radiometry/corrector/detail/Step.h"
 
 #include <memory>
 
@@ -9,8 +9,10 @@ namespace tessik::radiometry::corrector {
 /// Divides each band by the sun irradiance at the moment of the capture: values of a flight become
 /// comparable when the light changes. From type CameraSunIrradianceAndSunAngle on, the reading is
 /// first turned into that of a level sensor (correction::correctedSunIrradiance).
-class RADIOMETRY_EXPORT SunSensor final : public ICorrector {
+class RADIOMETRY_EXPORT SunSensor : public RowStep {
 public:
+    static constexpr const char* kName = "SunSensor"; ///< in accounts
+
     SunSensor();
     ~SunSensor() override;
 
@@ -22,14 +24,14 @@ public:
     void useData(const datasource::Sensor& source) override;
     void useData(const datasource::UserSettings& source) override;
 
-    [[nodiscard]] RowWork prepareRows(const BandImage& bands,
-                                      const Eigen::Vector2i& blockOffset) const override;
-
 protected:
     [[nodiscard]] bool isApplicable() const override;
-    void apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const override;
 
 private:
+    [[nodiscard]] RowWork prepare(const BandImage& bands,
+                                  const Eigen::Vector2i& blockOffset,
+                                  Account* account) const override;
+
     struct Data;
     std::unique_ptr<Data> m_data;
 };

@@ -1,28 +1,30 @@
 #pragma once
 
-#include "radiometry/corrector/ICorrector.h"
+#include "radiometry/corrector/detail/Step.h"
 
 #include <memory>
 
 namespace tessik::radiometry::corrector {
 
 /// Multiplies every band by one over the relative brightness of each pixel.
-class RADIOMETRY_EXPORT Vignetting final : public ICorrector {
+class RADIOMETRY_EXPORT Vignetting : public RowStep {
 public:
+    static constexpr const char* kName = "Vignetting"; ///< in accounts
+
     Vignetting();
     ~Vignetting() override;
 
     using ICorrector::useData;
     void useData(const datasource::VignettingModel& source) override;
 
-    [[nodiscard]] RowWork prepareRows(const BandImage& bands,
-                                      const Eigen::Vector2i& blockOffset) const override;
-
 protected:
     [[nodiscard]] bool isApplicable() const override;
-    void apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const override;
 
 private:
+    [[nodiscard]] RowWork prepare(const BandImage& bands,
+                                  const Eigen::Vector2i& blockOffset,
+                                  Account* account) const override;
+
     struct Data;
     std::unique_ptr<Data> m_data;
 };

@@ -10,7 +10,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -143,21 +142,22 @@ private:
 /// Dark current map of every band, in DN, height x width, computed once from a model.
 class RADIOMETRY_EXPORT DarkCurrentModel final : public IDataSource {
 public:
+    struct Maps {
+        std::vector<BandMatrix> bands;
+        /// After how many rows each band's map repeats itself; its height where it does not. A
+        /// sensor's pattern is a few rows, and those stay in the processor's cache where the map
+        /// would not.
+        std::vector<Eigen::Index> rowPeriods;
+    };
+
     explicit DarkCurrentModel(const IDarkCurrentModel& model);
     void accept(corrector::ICorrector& corrector) const override;
-    [[nodiscard]] const std::vector<BandMatrix>& darkCurrentMap() const { return m_map; }
-    /// After how many rows each band's map repeats itself; its height where it does not. A sensor's
-    /// pattern is a few rows, and those stay in the processor's cache where the map would not.
-    [[nodiscard]] const std::vector<Eigen::Index>& rowPeriods() const { return m_rowPeriods; }
-    /// Mean of a band's map in storage order, m + (d - m) / n in float; NaN for an empty map.
-    /// Computed when it is first asked for. Thread safe.
-    [[nodiscard]] float runningMean(std::size_t band) const;
+    [[nodiscard]] const std::vector<BandMatrix>& darkCurrentMap() const { return m_maps->bands; }
+    /// The maps, for those who may outlive this.
+    [[nodiscard]] const std::shared_ptr<const Maps>& maps() const { return m_maps; }
 
 private:
-    std::vector<BandMatrix> m_map;
-    std::vector<Eigen::Index> m_rowPeriods;
-    mutable std::once_flag m_meansAreKnown;
-    mutable std::vector<float> m_means;
+    std::shared_ptr<const Maps> m_maps;
 };
 
 /// One over the relative brightness of every pixel, height x width, computed once from a model.

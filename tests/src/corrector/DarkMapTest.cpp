@@ -46,7 +46,7 @@ class DarkMap : public testing::TestWithParam<RowsCase> {};
 TEST_P(DarkMap, isTheLeastValidValueAndWhatIsSubtractedAtEachPixel) {
     const BandMatrix map = mapOf(GetParam());
     const auto source = std::make_shared<datasource::DarkCurrentModel>(GivenModel(map));
-    EXPECT_EQ(source->rowPeriods().front(), GetParam().rowPeriod);
+    EXPECT_EQ(source->maps()->rowPeriods.front(), GetParam().rowPeriod);
 
     const test::ImageSetup setup(test::plainExif(5, 4));
     auto sources = setup.sources(CorrectionType::CameraOnly);
@@ -81,6 +81,15 @@ TEST_P(DarkMap, aResultBelowZeroIsWarnedOfWhereverItIs) {
                             "Negative pixel value(s) found after dark current correction"),
                   dim >= 0 ? 1 : 0);
     }
+}
+
+TEST(DarkMap, outlivesTheSourceThatACorrectorWasFedFrom) {
+    BandImage bands = {test::ramp(2, 3, 100.0F)};
+    const BandMatrix expected = test::ramp(2, 3, 0.0F);
+    corrector::DarkCurrent subtraction;
+    subtraction.useData(datasource::DarkCurrentModel(GivenModel(BandMatrix::Constant(2, 3, 100))));
+    subtraction.correct(bands, {0, 0});
+    EXPECT_EQ(bands.front(), expected);
 }
 
 INSTANTIATE_TEST_SUITE_P(Maps,

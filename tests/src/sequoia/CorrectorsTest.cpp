@@ -271,9 +271,9 @@ TEST(ParrotSequoiaOpticalCameraV2, theFactorsThatItAppliesAreSummarised) {
 TEST(Chain, aSequoiaHasBothModelsInOrderAndOtherCamerasTakePrecedence) {
     const auto opticalModels = [](const ExifInfo& exif) {
         std::string names;
-        for (const auto& corrector : create(exif)) {
-            if (name(*corrector).find("Optical") != std::string::npos) {
-                names += name(*corrector) + " ";
+        for (const Outlook& step : outlook(create(exif), {})) {
+            if (step.name.find("Optical") != std::string::npos) {
+                names += step.name + " ";
             }
         }
         return names;

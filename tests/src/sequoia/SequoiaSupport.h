@@ -60,7 +60,7 @@ template <typename Corrector>
 bool wouldAct(const SequoiaSources& sources) {
     Corrector corrector;
     radiometry::corrector::feed(corrector, sources.list);
-    return corrector.wouldAct();
+    return isApplicable(corrector);
 }
 
 /// Feeds a corrector and lets it act on one band. @return the band
