@@ -10,12 +10,14 @@
 #include "SensitivityFile.h"
 #include "TargetPictures.h"
 #include "platform/exif/Tags.h"
+#include "platform/text/Text.h"
 #include "radiometry/TargetCalibration.h"
 
 #include <cmath>
 #include <cstdio>
 #include <limits>
 #include <sstream>
+#include <stdexcept>
 
 namespace tessik::app {
 namespace {
@@ -37,8 +39,25 @@ public:
         }
     }
 
+    /// @throws std::runtime_error when it leaves the image
     [[nodiscard]] target::Detection find(const InputImage& /*image*/,
-                                         const BandImage& /*raw*/) const override {
+                                         const BandImage& raw) const override {
+        const Eigen::Index width = raw.front().cols();
+        const Eigen::Index height = raw.front().rows();
+        for (const image::Point& corner : m_target.region) {
+            if (corner.x() < 0 || corner.y() < 0 || corner.x() >= width || corner.y() >= height) {
+                throw std::runtime_error(text::compose("--region: the corner ",
+                                                       corner.x(),
+                                                       ",",
+                                                       corner.y(),
+                                                       " does not lie in the image of ",
+                                                       static_cast<qint64>(width),
+                                                       " x ",
+                                                       static_cast<qint64>(height),
+                                                       " pixels")
+                                             .toStdString());
+            }
+        }
         return {{m_target}, {}};
     }
 

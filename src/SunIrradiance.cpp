@@ -11,45 +11,10 @@
 #include "platform/math/RotationMatrix.h"
 #include "radiometry/Consistency.h"
 
-#include <Eigen/Geometry>
-
 #include <cmath>
 #include <optional>
 
 namespace tessik::radiometry::correction {
-namespace {
-
-/// North, east and up as columns. @return false where there are none
-bool tangentAxes(const geo::OutCoordSystem& outCS,
-                 const Eigen::Vector3d& position,
-                 Eigen::Matrix3d& axes) {
-    Eigen::Vector3d north;
-    Eigen::Vector3d east;
-    Eigen::Vector3d up;
-    if (!outCS.getTangentAxes(position, north, east, up)) {
-        return false;
-    }
-    axes << north, east, up;
-    return true;
-}
-
-/// The axes of the output system at a position are those of the site there. They are not where a
-/// site is turned against its system, or so far from where its coordinates would be in it that
-/// north is another direction.
-bool siteKeepsAxes(const geo::OutCoordSystem& outCS,
-                   const geo::SiteCalibration& site,
-                   const Eigen::Vector3d& position,
-                   const Eigen::Matrix3d& axes) {
-    constexpr double kLargest = 0.1 / 180.0 * kPi; // less than an attitude sensor resolves
-    Eigen::Matrix3d systemAxes;
-    if (!tangentAxes(outCS, site.toSystem(position), systemAxes)) {
-        return false;
-    }
-    const Eigen::Matrix3d siteAxes = site.rotation.transpose() * systemAxes;
-    return Eigen::AngleAxisd(axes * siteAxes.transpose()).angle() < kLargest;
-}
-
-} // namespace
 
 SunAnglesSunRayAndUpDirection getSunRayAndUpDirection(const Eigen::Vector3d& position,
                                                       double time,
@@ -67,12 +32,13 @@ SunAnglesSunRayAndUpDirection getSunRayAndUpDirection(const Eigen::Vector3d& pos
     if (angles.elevation <= 0.0) {
         fail("The sun is behind the horizon.");
     }
-    Eigen::Matrix3d axes;
-    if (!tangentAxes(outCS, position, axes) ||
-        !siteKeepsAxes(outCS, siteCalibration, position, axes)) {
+    Eigen::Vector3d north;
+    Eigen::Vector3d east;
+    Eigen::Vector3d up;
+    if (!outCS.getTangentAxes(position, north, east, up)) {
         fail("Unable to obtain east, north, up axes for output coordinate system");
     }
-    return {angles, sunRay(position, angles, outCS), axes.col(2)};
+    return {angles, sunRay(position, angles, outCS), up};
 }
 
 SunInfo sunPositionInfo(const Eigen::Vector3d& position,
@@ -89,7 +55,7 @@ SunInfo sunPositionInfo(const Eigen::Vector3d& position,
 Eigen::ArrayXd sunPosition(const SunInfo& info, const Eigen::ArrayXd& directSunlightFraction) {
     const double tilt = info.cosSensorTilt;
     const double view = tilt * tilt * (tilt >= 0.0 ? 0.5 : -0.5) + 0.5;
-    const double direct = info.cosSunIncidence < 0.0 ? 0.0 : info.cosSunIncidence; // NaN stays
+    const double direct = info.cosSunIncidence > 0.0 ? info.cosSunIncidence : 0.0; // so a NaN
     const Eigen::ArrayXd& d = directSunlightFraction;
     return (d * std::sin(info.angles.elevation) + (1.0 - d)) / (d * direct + (1.0 - d) * view);
 }

@@ -35,8 +35,8 @@ struct CalibrationTarget {
     std::vector<double> reflectanceFactors; ///< 0..1, one a band; 0 = not known
 };
 
-/// @return none when nothing is stored, or nothing that reads as a number; a number typed as text
-/// into the settings file does
+/// @return none when nothing is stored, or nothing that converts to a number. Text does: a number
+/// typed into the settings file is that number, any other text 0.
 RADIOMETRY_EXPORT boost::optional<float>
 getCalibrationTargetReflectanceFromDb(const CalibrationTargetKey& key);
 

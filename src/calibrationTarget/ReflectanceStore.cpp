@@ -43,9 +43,7 @@ boost::optional<float> getCalibrationTargetReflectanceFromDb(const CalibrationTa
     if (!value.canConvert(QMetaType::Float)) {
         return boost::none;
     }
-    bool isNumber = false;
-    const float reflectance = value.toFloat(&isNumber);
-    return isNumber ? boost::optional<float>(reflectance) : boost::none;
+    return value.toFloat(); // 0 for a text that is no number
 }
 
 void saveCalibrationTargetReflectanceInDb(const CalibrationTargetKey& key, float reflectance) {

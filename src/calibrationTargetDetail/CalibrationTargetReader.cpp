@@ -28,25 +28,14 @@ image::Raster open(const QString& path) {
     }
 }
 
-void verifyInside(const image::Box& box, const image::Raster& raster) {
-    const auto width = static_cast<qint64>(raster.width());
-    const auto height = static_cast<qint64>(raster.height());
-    if (box.min_corner().x() < 0 || box.min_corner().y() < 0 || box.max_corner().x() >= width ||
-        box.max_corner().y() >= height) {
-        fail("Image region: columns ",
-             box.min_corner().x(),
-             " to ",
-             box.max_corner().x(),
-             " and rows ",
-             box.min_corner().y(),
-             " to ",
-             box.max_corner().y(),
-             " do not lie in the image of ",
-             width,
-             " x ",
-             height,
-             " pixels");
-    }
+bool liesIn(const image::Box& box, const image::Raster& raster) {
+    return box.min_corner().x() >= 0 && box.min_corner().y() >= 0 &&
+           box.max_corner().x() < static_cast<qint64>(raster.width()) &&
+           box.max_corner().y() < static_cast<qint64>(raster.height());
+}
+
+[[noreturn]] void failToRead(const QString& path) {
+    fail("Unable to read image '", path, "'.");
 }
 
 /// A region may be as thin as a line: what counts is how many pixels it has. One that crosses
@@ -74,7 +63,9 @@ image::Raster openVerified(const CalibrationTargetReader& reader) {
     if (isEmpty(box)) {
         fail("Empty image region");
     }
-    verifyInside(box, raster);
+    if (!liesIn(box, raster)) {
+        failToRead(reader.imagePath());
+    }
     verifySimple(reader.polygon(), box);
     return raster;
 }
@@ -84,7 +75,7 @@ std::vector<BandMatrix> readOrFail(const QString& path, const Read& read) {
     try {
         return read();
     } catch (const image::Error&) {
-        fail("Unable to read image '", path, "'.");
+        failToRead(path);
     }
 }
 

@@ -109,6 +109,15 @@ TEST_F(CalibrateCommand, aKnownPatchOfASimulatedFlightGivesTheMakersConstant) {
     EXPECT_THAT(other.err, HasSubstr("no image has a band Bleu; there are: Blue"));
 }
 
+TEST_F(CalibrateCommand, aRegionThatLeavesTheImageIsSaidToDoSo) {
+    const Result result = radiometry(folder,
+                                     "calibrate flight/images/IMG_0000_1.tif --reflectance "
+                                     "BLUE=0.5 --region '1,1 5,1 5,9999 1,5'");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.err,
+                HasSubstr("IMG_0000_1.tif: --region: the corner 5,9999 does not lie in the image"));
+}
+
 TEST_F(CalibrateCommand, imagesWithoutTargetAreNamed) {
     const Result none = radiometry(folder, "calibrate flight/images/IMG_0001_1.tif -o out.json");
     EXPECT_EQ(none.status, 1);

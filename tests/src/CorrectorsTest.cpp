@@ -18,6 +18,7 @@
 #include <functional>
 #include <limits>
 #include <memory>
+#include <sstream>
 
 namespace tessik::radiometry::corrector {
 namespace {
@@ -239,7 +240,11 @@ TEST(CalibrationTarget, dividesByTheSensitivity) {
     const ImageSetup setup(test::plainExif(5, 3, 2));
     BandImage bands = {test::ramp(1, 3), test::band(1, 3, {kNan, -10000.0F, 8.0F})};
     ::tessik::radiometry::corrector::CalibrationTarget corrector;
+    const test::LogCapture log;
     EXPECT_TRUE(test::run(corrector, setup.sources(kCamera, {2.0, 4.0}), bands));
+    std::ostringstream text;
+    text << "Calibration target derived sensitivity correction: " << Eigen::Array2f(0.5F, 0.25F);
+    EXPECT_EQ(log.count(logging::kInfo, text.str()), 1) << log.all();
     expectSame(bands[0], test::ramp(1, 3) * 0.5F);
     EXPECT_TRUE(std::isnan(bands[1](0, 0)));
     EXPECT_EQ(bands[1](0, 1), -2500.0F);

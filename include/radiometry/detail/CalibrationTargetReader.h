@@ -56,8 +56,9 @@ public:
     [[nodiscard]] image::Box boundingRect() const;
 
     /// The pixels of boundingRect, DN, one matrix a band.
-    /// @throws error "Unable to open image file '..': ..", "Unable to read image '..'.", "Empty
-    /// image region"; and where the region leaves the image or crosses itself
+    /// @throws error "Unable to open image file '..': ..", "Unable to read image '..'." (so too
+    /// where the region leaves the image), "Empty image region"; and where the region crosses
+    /// itself
     [[nodiscard]] std::vector<BandMatrix> loadReflectImageBlock();
 
     /// All pixels, after the same checks of the region. @throws error as loadReflectImageBlock

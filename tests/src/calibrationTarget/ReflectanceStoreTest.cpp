@@ -37,7 +37,7 @@ TEST(ReflectanceStore, keysNameTypeTargetAndBandToOneDecimal) {
     EXPECT_EQ(getCalibrationTargetKeysFromDb().size(), 2U);
 }
 
-TEST(ReflectanceStore, readsNumbersTypedAsTextAndNothingElse) {
+TEST(ReflectanceStore, readsWhatTheSettingsConvertToANumber) {
     const TemporarySettings settings;
     const CalibrationTargetKey key{TargetType::Tags6, "7", {475.0, 20.0}};
     const auto read = [&key](const QVariant& value) {
@@ -45,7 +45,8 @@ TEST(ReflectanceStore, readsNumbersTypedAsTextAndNothingElse) {
         return getCalibrationTargetReflectanceFromDb(key);
     };
     EXPECT_EQ(read(QStringLiteral("0.25")), 0.25F);
-    EXPECT_FALSE(read(QStringLiteral("a quarter")));
+    EXPECT_EQ(read(0.1), 0.1F);
+    EXPECT_EQ(read(QStringLiteral("a quarter")), 0.0F);
     EXPECT_FALSE(read(QStringList{"0.25", "0.5"}));
 }
 

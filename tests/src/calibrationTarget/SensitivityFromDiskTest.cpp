@@ -85,10 +85,11 @@ TEST(SensitivityFromDisk, refusesRegionsItCannotMeasure) {
     EXPECT_EQ(target.failure({}), "Empty image region");
     EXPECT_EQ(target.failure({{1, 1}, {4, 4}, {4, 1}, {1, 4}, {1, 1}}),
               "Image region: the polygon crosses itself");
-    for (const image::Ring& outside :
-         {rectangle(-1, 0, 3, 3), rectangle(0, -1, 3, 3), rectangle(0, 0, 7, 3)}) {
-        EXPECT_THAT(target.failure(outside),
-                    testing::EndsWith("do not lie in the image of 7 x 5 pixels"));
+    for (const image::Ring& outside : {rectangle(-1, 0, 3, 3),
+                                       rectangle(0, -1, 3, 3),
+                                       rectangle(0, 0, 7, 3),
+                                       rectangle(0, 0, 6, 5)}) {
+        EXPECT_EQ(target.failure(outside), "Unable to read image '" + target.path() + "'.");
     }
     std::filesystem::remove(target.path());
     EXPECT_THAT(target.failure(rectangle(1, 1, 3, 3)),
