@@ -11,7 +11,9 @@ bool matchesExample(const Tags& tags) {
 
 void readExample(const Tags& tags, ImageMetadata& metadata) {
     ExifInfo& exif = metadata.exif;
-    exif.storedRange = {0.0, 16380.0}; // 12 bits, shifted left by 2
+    if (exif.pixelType == DataType::UInt16) {
+        exif.storedRange = {0.0, 16380.0}; // 12 bits, shifted left by 2
+    }
     const auto gain = tags.xmpNumber("Example", "Gain");
     if (!gain || !std::isfinite(*gain) || *gain <= 0.0) {
         metadata.warnings.emplace_back("Gain is missing: not corrected unless asked for");

@@ -14,6 +14,10 @@ namespace tessik::radiometry {
 
 /// Where the sun stands.
 struct SunAngle {
+    SunAngle() = default;
+    SunAngle(double azimuthRadians, double elevationRadians)
+        : azimuth(azimuthRadians), elevation(elevationRadians) {}
+
     double azimuth = 0.0;   ///< rad, from north, clockwise
     double elevation = 0.0; ///< rad above the horizon, refracted for 15 degrees Celsius, 1010 hPa
 };

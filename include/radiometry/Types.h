@@ -7,6 +7,16 @@
 #include <stdexcept>
 #include <string>
 
+namespace tessik {
+namespace sequoia {} // namespace sequoia
+
+/// Inside tessik::radiometry, `sequoia` is the library's own namespace; what platform calls so is
+/// found in it too.
+namespace radiometry::sequoia {
+using namespace tessik::sequoia; // NOLINT(google-build-using-namespace)
+} // namespace radiometry::sequoia
+} // namespace tessik
+
 namespace tessik::radiometry {
 
 using tessik::BandImage;

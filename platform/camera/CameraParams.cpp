@@ -6,9 +6,8 @@ VignettingData CameraParams::vignettingModel(double /*apertureFNumber*/) const {
     return vignetting;
 }
 
-bool CameraParams::pixelValue(DataType type, double& min, double& max) const {
-    // What cameras state concerns their 16-bit files; 8-bit ones use all their values.
-    if (!storedRange || type != DataType::UInt16) {
+bool CameraParams::pixelValue(DataType /*type*/, double& min, double& max) const {
+    if (!storedRange) {
         return false;
     }
     min = storedRange->first;

@@ -26,8 +26,10 @@ struct TESSIK_PLATFORM_EXPORT CameraParams {
     double principalPointX = 0.0; ///< px, from the centre of the first pixel
     double principalPointY = 0.0; ///< px
     VignettingData vignetting;    ///< empty coefficients = none
-    /// Smallest and largest sample value that the camera writes, where it does not use the full
-    /// range of the stored type (12 bits in a 16-bit file); absent = the type's range.
+    /// Smallest and largest sample value that the camera writes into its images, where it does not
+    /// use the full range of their type (12 bits in a 16-bit file); absent = the type's range. Who
+    /// states it knows the type: the range of a camera's 16-bit images is not that of its 8-bit
+    /// ones.
     std::optional<std::pair<double, double>> storedRange;
     /// Samples at or above it are saturated, besides those outside the range; absent = no line.
     std::optional<ClipLine> clipLine;
@@ -36,7 +38,8 @@ struct TESSIK_PLATFORM_EXPORT CameraParams {
     /// that are supported.
     [[nodiscard]] VignettingData vignettingModel(double apertureFNumber) const;
 
-    /// The camera's own sample range for images stored as `type`.
+    /// The camera's own sample range, which holds for the images that it describes, of whatever
+    /// type they are.
     /// @return false, and min and max untouched, when the camera states none.
     bool pixelValue(DataType type, double& min, double& max) const;
 };

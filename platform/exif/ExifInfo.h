@@ -70,7 +70,8 @@ struct ExifInfo {
     /// The samples are temperatures, in hundredths of a kelvin: neither exposure nor light has a
     /// part in them.
     bool isThermal = false;
-    /// Range of the samples where the camera does not use the whole type; absent = whole type.
+    /// Range of the samples, of this pixel type, where the camera does not use the whole type;
+    /// absent = whole type.
     std::optional<std::pair<double, double>> storedRange;
     /// Where samples clip when it depends on the row; absent = it does not.
     std::optional<ClipLine> clipLine;

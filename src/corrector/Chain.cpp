@@ -28,7 +28,7 @@ void appendOpticalCamera(const ExifInfo& exif, Chain& chain) {
         chain.push_back(std::make_unique<MicaSenseRedEdgeOpticalCamera>());
     } else if (exif.isAirinovMultispec4C) {
         chain.push_back(std::make_unique<AirinovMultispec4COpticalCameraV2_32>());
-    } else if (tessik::sequoia::isSequoia(exif)) {
+    } else if (sequoia::isSequoia(exif)) {
         // One acts without the factory's model of the band, the other with it.
         chain.push_back(std::make_unique<ParrotSequoiaOpticalCameraV1>());
         chain.push_back(std::make_unique<ParrotSequoiaOpticalCameraV2>());
@@ -41,7 +41,7 @@ void appendOpticalCamera(const ExifInfo& exif, Chain& chain) {
 
 Chain create(const ExifInfo& exif) {
     Chain chain;
-    if (tessik::sequoia::isSequoia(exif) && exif.pixelType == DataType::UInt8 &&
+    if (sequoia::isSequoia(exif) && exif.pixelType == DataType::UInt8 &&
         !isGammaTransformationApplied(exif)) {
         chain.push_back(std::make_unique<IntensityShift>(kSequoiaShift));
     }

@@ -83,6 +83,13 @@ TEST(Sequoia, theSensorModelReplacesWhatOlderFirmwareStates) {
     EXPECT_FALSE(interpret(tagFile(narrow)).exif.storedRange);
 }
 
+TEST(MicaSense, onlySixteenBitImagesHaveTheRangeOfTwelveBits) {
+    const TagList redEdge = {{"Exif.Image.Make", {"MicaSense"}}, {"Exif.Image.Model", {"RedEdge"}}};
+    EXPECT_EQ(interpret(tagFile(redEdge)).exif.storedRange, std::pair(0.0, 65520.0));
+    const TagList narrow = changed(redEdge, {{"Exif.Image.BitsPerSample", {"8"}}});
+    EXPECT_FALSE(interpret(tagFile(narrow)).exif.storedRange);
+}
+
 TEST(Sequoia, aBrokenListLeavesNoReadingAndSaysWhy) {
     const ImageMetadata read = interpret(tagFile({{"Exif.Image.Make", {"Parrot"}},
                                                   {"Exif.Image.Model", {"Sequoia"}},

@@ -1,7 +1,11 @@
 #include "radiometry/Config.h"
 
+#include "platform/camera/CamerasData.h"
+#include "platform/exif/Predicates.h"
 #include "radiometry/Consistency.h"
 #include "radiometry/ExposureMetadata.h"
+#include "radiometry/SunPosition.h"
+#include "radiometry/sequoia/ModelParameter.h"
 #include "support/Support.h"
 
 #include <gtest/gtest.h>
@@ -36,6 +40,17 @@ struct GuessCase {
     /// Flags for the types 1, 2, 3 and 4.
     std::array<unsigned, 4> missing;
 };
+
+TEST(Names, ofThePlatformAreFoundInsideTheLibrarysNamespace) {
+    ExifInfo exif = test::plainExif(5, 3);
+    EXPECT_FALSE(sequoia::isSequoia(exif));
+    exif.make = QStringLiteral("Parrot");
+    exif.model = QStringLiteral("Sequoia");
+    EXPECT_TRUE(sequoia::isSequoia(exif));
+    EXPECT_FALSE(sequoia::isSequoia(CameraData()));
+    EXPECT_EQ(sequoia::ModelParameter().cmos.gain, 0.0);
+    EXPECT_EQ(SunAngle(0.25, 0.5).elevation, 0.5);
+}
 
 TEST(CorrectionTypeSelection, theRichestTypeThatTheMetadataSupport) {
     const std::vector<GuessCase> cases = {
@@ -150,6 +165,11 @@ TEST(ExposureMetadata, theCamerasOwnRangeIsHonoured) {
         EXPECT_EQ(range.min, c.expectedMin);
         EXPECT_EQ(range.max, c.expectedMax);
     }
+    setup.image.exif.pixelType = DataType::UInt8;
+    setup.camera.storedRange = {16.0, 235.0};
+    EXPECT_EQ(originalPixelRange(setup.image.exif, setup.camera).min, 16.0);
+    EXPECT_EQ(originalPixelRange(setup.image.exif, setup.camera).max, 235.0);
+    setup.image.exif.pixelType = DataType::UInt16;
     for (const auto& outside : {std::pair(-1.0, 100.0), std::pair(0.0, 65536.0)}) {
         setup.camera.storedRange = outside;
         EXPECT_EQ(test::messageOf<error>(

@@ -29,8 +29,9 @@ RADIOMETRY_EXPORT std::uint64_t serialNumberKey(const QString& serialNumber);
 /// both.
 ///
 /// A body has four cameras, one a band, and one serial number: the model in this map is that of the
-/// first of them, in the order of `cameras`, whose band the model file holds. Where every camera
-/// needs its own, use loadFactoryCalibrationByCamera.
+/// first of them, in the order of `cameras`, whose band the model file holds; with a warning that
+/// of band Green where none names such a band. Where every camera needs its own, use
+/// loadFactoryCalibrationByCamera.
 ///
 /// Never throws for a bad file: it warns and does without. A file that cannot be read, or that
 /// belongs to another body (w0501), leaves the body out; without a thermal profile (w0502) the
@@ -45,7 +46,8 @@ loadFactoryCalibration(const CalibrationFiles& calibrationFiles,
                        const std::vector<InputImage>& images);
 
 /// As above, each camera with the model of its own band. A camera whose images state different
-/// serial numbers is left out: no model is right for all of them.
+/// serial numbers is left out: no model is right for all of them; so is, with a warning, one that
+/// names no band of its body's model file.
 /// @return models by camera identifier
 RADIOMETRY_EXPORT std::unordered_map<std::uint64_t, ModelParameter>
 loadFactoryCalibrationByCamera(const CalibrationFiles& calibrationFiles,

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "radiometry/Types.h"
+
 #include <Eigen/Core>
 
 namespace tessik::radiometry::sequoia {

@@ -163,7 +163,9 @@ void readMicaSense(const Tags& tags, ImageMetadata& metadata) {
         readVignetting(tags, exif);
     }
     readLight(tags, metadata);
-    exif.storedRange = storedRange(exif.model);
+    if (exif.pixelType == DataType::UInt16) {
+        exif.storedRange = storedRange(exif.model);
+    }
 }
 
 } // namespace

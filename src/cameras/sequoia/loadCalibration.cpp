@@ -39,7 +39,7 @@ std::map<std::uint64_t, CameraIdentity> sequoiaCameras(const CamerasData& camera
                                                        const std::vector<InputImage>& images) {
     std::map<std::uint64_t, CameraIdentity> result;
     for (const auto& [id, camera] : cameras) {
-        if (tessik::sequoia::isSequoia(camera)) {
+        if (isSequoia(camera)) {
             result.emplace(id, CameraIdentity());
         }
     }
@@ -100,32 +100,28 @@ std::optional<BandModels> loadModels(const CalibrationFiles& calibrationFiles,
     }
 }
 
-/// Calls take(camera identifier, camera, serial number, model) for each camera and each of its
-/// serial numbers for which there is a model of the camera's band.
-template <typename Take>
-void forEachModel(const CalibrationFiles& calibrationFiles,
-                  const CamerasData& cameras,
-                  const std::vector<InputImage>& images,
-                  const Take& take) {
-    // The four cameras of a body share a file: it is read, and warned of, once.
-    std::map<QString, std::optional<BandModels>> loaded;
-    for (const auto& [id, camera] : sequoiaCameras(cameras, images)) {
-        for (const QString& serialNumber : camera.serialNumbers) {
-            auto models = loaded.find(serialNumber);
-            if (models == loaded.end()) {
-                models =
-                    loaded.emplace(serialNumber, loadModels(calibrationFiles, serialNumber)).first;
-            }
-            if (!models->second) {
-                continue;
-            }
-            const auto model = models->second->find(camera.bandName);
-            if (model != models->second->end()) {
-                take(id, camera, serialNumber, model->second);
-            }
+/// The model files of bodies. The four cameras of a body share one: it is read, and warned of,
+/// once.
+class ModelFiles {
+public:
+    explicit ModelFiles(const CalibrationFiles& files) : m_files(files) {}
+
+    /// @return null when there is no file that can be used
+    const BandModels* of(const QString& serialNumber) {
+        auto models = m_loaded.find(serialNumber);
+        if (models == m_loaded.end()) {
+            models = m_loaded.emplace(serialNumber, loadModels(m_files, serialNumber)).first;
         }
+        return models->second ? &*models->second : nullptr;
     }
-}
+
+private:
+    const CalibrationFiles& m_files;
+    std::map<QString, std::optional<BandModels>> m_loaded;
+};
+
+/// What a body is given whose cameras do not tell which band they are.
+constexpr auto kAnyBand = "Green";
 
 } // namespace
 
@@ -142,16 +138,29 @@ std::unordered_map<std::uint64_t, ModelParameter>
 loadFactoryCalibration(const CalibrationFiles& calibrationFiles,
                        const CamerasData& cameras,
                        const std::vector<InputImage>& images) {
+    ModelFiles files(calibrationFiles);
     std::unordered_map<std::uint64_t, ModelParameter> result;
-    forEachModel(calibrationFiles,
-                 cameras,
-                 images,
-                 [&result](std::uint64_t /*id*/,
-                           const CameraIdentity& /*camera*/,
-                           const QString& serialNumber,
-                           const ModelParameter& model) {
-                     result.emplace(serialNumberKey(serialNumber), model); // the first stays
-                 });
+    std::map<QString, const BandModels*> bodies;
+    for (const auto& [id, camera] : sequoiaCameras(cameras, images)) {
+        for (const QString& serialNumber : camera.serialNumbers) {
+            const BandModels* models = files.of(serialNumber);
+            if (models == nullptr) {
+                continue;
+            }
+            bodies.emplace(serialNumber, models);
+            if (const auto model = models->find(camera.bandName); model != models->end()) {
+                result.emplace(serialNumberKey(serialNumber), model->second); // the first stays
+            }
+        }
+    }
+    for (const auto& [serialNumber, models] : bodies) {
+        if (result.emplace(serialNumberKey(serialNumber), models->at(kAnyBand)).second) {
+            TESSIK_LOG(logging::kWarning)
+                << "Sequoia with serial number " << serialNumber
+                << ": no camera of it names a band of its model file; the model of band "
+                << kAnyBand << " is taken.";
+        }
+    }
     return result;
 }
 
@@ -159,18 +168,26 @@ std::unordered_map<std::uint64_t, ModelParameter>
 loadFactoryCalibrationByCamera(const CalibrationFiles& calibrationFiles,
                                const CamerasData& cameras,
                                const std::vector<InputImage>& images) {
+    ModelFiles files(calibrationFiles);
     std::unordered_map<std::uint64_t, ModelParameter> result;
-    forEachModel(calibrationFiles,
-                 cameras,
-                 images,
-                 [&result](std::uint64_t id,
-                           const CameraIdentity& camera,
-                           const QString& /*serialNumber*/,
-                           const ModelParameter& model) {
-                     if (camera.serialNumbers.size() == 1) {
-                         result.emplace(id, model);
-                     }
-                 });
+    for (const auto& [id, camera] : sequoiaCameras(cameras, images)) {
+        if (camera.serialNumbers.size() != 1) {
+            continue;
+        }
+        const BandModels* models = files.of(camera.serialNumbers.front());
+        if (models == nullptr) {
+            continue;
+        }
+        if (const auto model = models->find(camera.bandName); model != models->end()) {
+            result.emplace(id, model->second);
+        } else {
+            TESSIK_LOG(logging::kWarning)
+                << "Camera ID " << id << " of Sequoia with serial number "
+                << camera.serialNumbers.front() << " names no band of its model file ("
+                << (camera.bandName.isEmpty() ? QStringLiteral("none") : camera.bandName)
+                << "): it is corrected without.";
+        }
+    }
     return result;
 }
 

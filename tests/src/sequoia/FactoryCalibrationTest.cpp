@@ -77,8 +77,7 @@ protected:
 };
 
 TEST_F(SequoiaFactoryCalibration, everyCameraGetsTheModelOfItsBand) {
-    project.add(9, "Blue"); // no band of the file
-    project.cameras[11];    // of another maker
+    project.cameras[11]; // of another maker
     const LogCapture log;
     const auto models = byCamera();
     EXPECT_EQ(log.records().size(), 0U) << log.all();
@@ -93,6 +92,39 @@ TEST_F(SequoiaFactoryCalibration, aSerialNumberLeadsToTheModelOfItsFirstCamera) 
     const auto models = loadFactoryCalibration(files(), project.cameras, project.images);
     ASSERT_EQ(models.size(), 1U);
     EXPECT_NEAR(models.at(serialNumberKey(kSerial)).cmos.gain, 3000.0, 1e-3); // camera 3
+}
+
+TEST_F(SequoiaFactoryCalibration, aCameraWithoutABandOfTheFileIsWarnedOfWhereItDoesWithout) {
+    project.add(9, "Blue");
+    project.add(10, "NIR");
+    project.images.back().exif.bandNames.clear();
+    const LogCapture log;
+    EXPECT_EQ(byCamera().size(), 3U);
+    for (const char* camera : {"9 of Sequoia with serial number PI040378AA6C000181 names no band "
+                               "of its model file (Blue)",
+                               "10 of Sequoia with serial number PI040378AA6C000181 names no band "
+                               "of its model file (none)"}) {
+        EXPECT_EQ(log.count(logging::kWarning,
+                            std::string("Camera ID ") + camera + ": it is corrected without."),
+                  1)
+            << log.all();
+    }
+    const LogCapture bySerial; // where another camera of the body leads to the model
+    EXPECT_EQ(loadFactoryCalibration(files(), project.cameras, project.images).size(), 1U);
+    EXPECT_EQ(bySerial.records().size(), 0U) << bySerial.all();
+}
+
+TEST_F(SequoiaFactoryCalibration, aSerialNumberHasAModelWhateverTheBands) {
+    project = SequoiaProject();
+    project.add(7, "Blue");
+    const LogCapture log;
+    const auto models = loadFactoryCalibration(files(), project.cameras, project.images);
+    EXPECT_NEAR(models.at(serialNumberKey(kSerial)).cmos.gain, 1000.0, 1e-3); // Green
+    EXPECT_EQ(log.count(logging::kWarning,
+                        "Sequoia with serial number PI040378AA6C000181: no camera of it names a "
+                        "band of its model file; the model of band Green is taken."),
+              1)
+        << log.all();
 }
 
 TEST_F(SequoiaFactoryCalibration, camerasThatAreNoSequoiaAndUnknownBodiesHaveNone) {
