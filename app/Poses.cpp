@@ -10,10 +10,10 @@ namespace tessik::app {
 namespace {
 
 /// Camera axes in body axes (forward, right, down), for a camera that looks down with the upper
-/// edge of its image forward: x is the body's right, y its rear, z its down.
+/// edge of its image forward: x is the body's right, y its front, z its top.
 Eigen::Matrix3d bodyFromCamera() {
     Eigen::Matrix3d axes;
-    axes << 0, -1, 0, 1, 0, 0, 0, 0, 1;
+    axes << 0, 1, 0, 1, 0, 0, 0, 0, -1;
     return axes;
 }
 

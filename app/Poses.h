@@ -23,8 +23,8 @@ geo::ProjectCoordinateSystems coordinateSystemsAt(const std::optional<GeoPositio
 geo::ProjectCoordinateSystems coordinateSystemsOf(const Flight& flight);
 
 /// The pose of an image: position from the receiver, rotation from the camera's yaw, pitch and roll
-/// where they are stated, else a level camera looking down, its upper edge north. Camera axes are x
-/// right, y down in the image, z into the scene. Without a position its coordinates are NaN, which
+/// where they are stated, else a level camera looking down, its upper edge north. Camera axes are
+/// those of GlobalShutter. Without a position its coordinates are NaN, which
 /// nothing converts.
 CameraExternals externalsOf(const InputImage& image, const geo::ProjectCoordinateSystems& systems);
 

@@ -4,10 +4,12 @@
 #include "CorrectionWords.h"
 #include "Poses.h"
 #include "platform/exif/Predicates.h"
+#include "platform/math/Angle.h"
 #include "radiometry/Config.h"
 #include "radiometry/sequoia/FactoryCalibration.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace tessik::app {
 namespace {
@@ -75,6 +77,12 @@ std::string Project::fingerprint(std::uint64_t cameraId) const {
 }
 
 void mountSensor(const std::optional<Eigen::Vector3f>& mount, InputImage& image) {
+    if (mount && std::cos((*mount)[0] * kDegree) * std::cos((*mount)[1] * kDegree) < 0.0) {
+        sayWarning(
+            {},
+            "--sensor-mount: the irradiance sensor looks down when the camera does; 0,0,0 is "
+            "a sensor on its back");
+    }
     if (mount && exif::hasSunIrradiance(image.exif) && !image.exif.isSunIrradianceLevel &&
         !image.exif.sunSensorRelativeOrientation) {
         image.exif.sunSensorRelativeOrientation = mount;

@@ -15,6 +15,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <iterator>
 
 namespace tessik::app {
 namespace {
@@ -34,6 +35,33 @@ bool isSound(const SunlightFractionFitResult& fit) {
            fit.fraction < 1.0;
 }
 
+/// The images that a fit can use. Says how many have readings and cannot be used.
+/// @param kept where they are put if they are not all
+const std::vector<InputImage>& imagesToFit(const Flight& flight, std::vector<InputImage>& kept) {
+    const auto isUsable = [](const InputImage& image) {
+        const std::vector<double>& readings = image.exif.sunIrradiance;
+        return image.enabled && image.geo.position && image.geo.captureTime != 0.0 &&
+               std::isfinite(image.geo.captureTime) &&
+               std::all_of(
+                   readings.begin(), readings.end(), [](double e) { return std::isfinite(e); });
+    };
+    const auto& all = flight.images;
+    if (std::all_of(all.begin(), all.end(), isUsable)) {
+        return all;
+    }
+    std::copy_if(all.begin(), all.end(), std::back_inserter(kept), isUsable);
+    const auto unusable = std::count_if(all.begin(), all.end(), [&](const InputImage& image) {
+        return exif::hasSunIrradiance(image.exif) && !isUsable(image);
+    });
+    if (unusable > 0) {
+        sayWarning({},
+                   "images without capture time or position, which take no part in the fit of "
+                   "direct sunlight: " +
+                       std::to_string(unusable));
+    }
+    return kept;
+}
+
 /// Empty where a fit is not sound and only sound ones are wanted.
 Sunlight fitted(const Flight& flight,
                 const SettingsByCamera& settings,
@@ -41,8 +69,9 @@ Sunlight fitted(const Flight& flight,
                 bool onlySound) {
     Sunlight sunlight;
     sunlight.model = "fit";
+    std::vector<InputImage> kept;
     for (const auto& [band, fit] :
-         radiometry::computeDirectSunlightFraction(flight.images,
+         radiometry::computeDirectSunlightFraction(imagesToFit(flight, kept),
                                                    flight.cameras,
                                                    settings,
                                                    systems.output,
@@ -199,8 +228,9 @@ int sunlight(const SunlightOptions& options) {
     } else {
         const auto start = std::chrono::steady_clock::now();
         std::size_t readings = 0;
+        std::vector<InputImage> kept;
         for (const auto& [band, fit] :
-             radiometry::computeDirectSunlightFraction(flight.images,
+             radiometry::computeDirectSunlightFraction(imagesToFit(flight, kept),
                                                        flight.cameras,
                                                        settings,
                                                        systems.output,

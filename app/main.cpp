@@ -81,7 +81,7 @@ void addSensorMount(CLI::App& command, std::optional<Eigen::Vector3f>& mount) {
                 }
             },
             "OMEGA,PHI,KAPPA: the irradiance sensor's orientation relative to the camera, degrees, "
-            "where the metadata do not state it")
+            "where the metadata do not state it; 0,0,0 is level when the camera looks down")
         ->delimiter(',')
         ->expected(3);
 }

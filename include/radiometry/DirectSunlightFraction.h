@@ -98,13 +98,15 @@ struct SunlightFractionFitResult {
 /// Fits the fraction of one band: over a flight the direct part of the readings follows the angle
 /// between sensor and sun, the diffuse part the sensor's tilt, both the drift of the illumination.
 ///
-/// Readings that are not positive or have no valid time, pose or sun are left out, as are images of
-/// other cameras and those with another number of readings than bands.
+/// Readings that are not positive are left out, as are images of other cameras and those with
+/// another number of readings than bands; and, where the sensor's attitude is known, readings that
+/// cannot be related to the sun: without time, pose or daylight. Where the sensor's orientation is
+/// fitted, such a reading is an error: leave it out of `images`.
 ///
 /// @param cameraById asked once for each accepted reading's camera
 /// @param polynomialDegree of the drift
 /// @param useSensorAngles for cameras of correction type 3, fit the sensor's orientation relative
-/// to the camera, from the metadata's as the start
+/// to the camera, from that of the first accepted image's metadata as the start
 /// @throws error "Not enough measurements" with fewer than polynomialDegree + 2 readings; "Fit of
 /// the direct sunlight fraction: .." when the solver fails
 RADIOMETRY_EXPORT SunlightFractionFitResult computeDirectSunlightFractionForBand(

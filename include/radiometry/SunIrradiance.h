@@ -66,7 +66,8 @@ RADIOMETRY_EXPORT Eigen::ArrayXd sunPosition(const SunInfo& info,
                                              const Eigen::ArrayXd& directSunlightFraction);
 
 /// The sensor's normal, in output axes. With type 3 it comes from the camera's rotation and the
-/// sensor's orientation relative to it; with any other from the sensor's own yaw, pitch and roll.
+/// sensor's orientation relative to it, (0, 0, 0) being a sensor that is level when the camera
+/// looks straight down; with any other from the sensor's own yaw, pitch and roll.
 /// @param imagePath for diagnostics alone
 /// @throws error "No valid sensor pose"
 RADIOMETRY_EXPORT Eigen::Vector3d sunIrradianceSensorPoseVector(const ExifInfo& exif,

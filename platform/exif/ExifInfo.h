@@ -118,8 +118,9 @@ struct ExifInfo {
     bool isSunIrradianceLevel = false;
     /// The maker asks for a mean of the readings over so many seconds; 0 = each stands by itself.
     double lightAveragingSeconds = 0.0;
-    /// (omega, phi, kappa) of the irradiance sensor relative to the camera, degrees; absent =
-    /// unknown.
+    /// (omega, phi, kappa) of the irradiance sensor relative to the camera, degrees, as
+    /// RotationMatrix::setOmegaPhiKappaRelative takes them: (0, 0, 0) is level when the camera
+    /// looks straight down. Absent = unknown.
     std::optional<Eigen::Vector3f> sunSensorRelativeOrientation;
     /// The irradiance sensor's own (yaw, pitch, roll), degrees; absent = unknown.
     std::optional<Eigen::Vector3d> sunSensorYawPitchRoll;

@@ -10,8 +10,8 @@ namespace tessik {
 class TESSIK_PLATFORM_EXPORT RotationMatrix {
 public:
     /// The orientation of an instrument relative to a camera: Rx(omega) Ry(phi) Rz(kappa), which
-    /// turns the instrument's axes into the camera's. Its z axis is then
-    /// (sin phi, -sin omega cos phi, cos omega cos phi).
+    /// turns the instrument's axes into the camera's (x right, y to the upper edge of the image, z
+    /// out of the back). Its z axis is then (sin phi, -sin omega cos phi, cos omega cos phi).
     /// @param omega,phi,kappa radians
     void setOmegaPhiKappaRelative(double omega, double phi, double kappa);
 

@@ -50,7 +50,7 @@ horizontalCameraAtGpsPosition(const GeoData& geo,
     }
     GlobalShutter pose;
     pose.position = position - out.proc2out(Eigen::Vector3d::Zero());
-    pose.rotation << east, -north, -up; // x to the right, y down in the image, z into the scene
+    pose.rotation << east, north, up; // x right, y to the upper edge, z out of the back
     return pose;
 }
 

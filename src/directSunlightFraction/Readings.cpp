@@ -27,13 +27,23 @@ bool hasConsistentBands(const ExifInfo& exif) {
            (exif.bands.empty() || exif.bands.size() == exif.bandCount);
 }
 
-/// @return nothing when the image has no usable reading of the band
+/// @return nothing when the image has no reading of the band, or one that is not positive
 std::optional<double> readingOf(const InputImage& image, std::uint64_t band) {
     if (!hasConsistentBands(image.exif) || band >= image.exif.bandCount) {
         return std::nullopt;
     }
     const double reading = exif::sunIrradiance(image.exif)[static_cast<Eigen::Index>(band)];
-    return reading > 0.0 && std::isfinite(reading) ? std::optional(reading) : std::nullopt;
+    return reading <= 0.0 ? std::nullopt : std::optional(reading);
+}
+
+/// @throws error where it is not known
+const CameraExternals& poseOf(const InputImage& image, const CalibCamera* camera) {
+    const CameraExternals* externals =
+        camera == nullptr ? nullptr : camera->externalsOf(image.path);
+    if (externals == nullptr) {
+        fail(image.path, ": no camera pose");
+    }
+    return *externals;
 }
 
 SunlightResidual posedReading(const InputImage& image,
@@ -63,9 +73,6 @@ SunlightAngleResidual mountedReading(const InputImage& image,
                                      double irradiance,
                                      const CameraExternals& externals,
                                      const Flight& flight) {
-    if (!exif::hasSunIrradianceRelativeOrientation(image.exif) || !externals.rotation.allFinite()) {
-        fail("No valid sensor pose");
-    }
     const auto sun =
         correction::getSunRayAndUpDirection(flight.outCoordSystem.proc2out(externals.position),
                                             image.geo.captureTime,
@@ -79,22 +86,12 @@ SunlightAngleResidual mountedReading(const InputImage& image,
             flight.coefficientCount};
 }
 
-/// Adds one reading, of which everything is known.
-void add(Readings& readings,
-         const InputImage& image,
-         double irradiance,
-         const CameraExternals& externals,
-         CorrectionType type,
-         bool useSensorAngles,
-         const Flight& flight) {
-    if (!useSensorAngles || type != CorrectionType::CameraSunIrradianceAndSunAngle) {
-        readings.posed.push_back(posedReading(image, irradiance, externals, type, flight));
-        return;
+/// What the fit of the sensor's mounting begins with.
+Eigen::Vector3d statedOrientation(const InputImage& image) {
+    if (!exif::hasSunIrradianceRelativeOrientation(image.exif)) {
+        fail("No valid sensor pose");
     }
-    readings.mounted.push_back(mountedReading(image, irradiance, externals, flight));
-    if (!readings.orientation) {
-        readings.orientation = image.exif.sunSensorRelativeOrientation->cast<double>();
-    }
+    return image.exif.sunSensorRelativeOrientation->cast<double>();
 }
 
 } // namespace
@@ -120,22 +117,22 @@ Readings collectReadings(const BandIndexByCamera& bandIndexByCamera,
             continue;
         }
         const std::optional<double> irradiance = readingOf(image, band->second);
-        if (!irradiance || !std::isfinite(image.geo.captureTime - flight.startTime)) {
+        if (!irradiance) {
             continue;
         }
+        const CorrectionType type = settings->second.correctionType;
         const auto camera = cameraById(image.cameraId);
-        const CameraExternals* externals = camera ? camera->externalsOf(image.path) : nullptr;
-        if (externals == nullptr) {
+        if (useSensorAngles && type == CorrectionType::CameraSunIrradianceAndSunAngle) {
+            if (!readings.orientation) {
+                readings.orientation = statedOrientation(image);
+            }
+            readings.mounted.push_back(
+                mountedReading(image, *irradiance, poseOf(image, camera.get()), flight));
             continue;
         }
         try {
-            add(readings,
-                image,
-                *irradiance,
-                *externals,
-                settings->second.correctionType,
-                useSensorAngles,
-                flight);
+            readings.posed.push_back(
+                posedReading(image, *irradiance, poseOf(image, camera.get()), type, flight));
         } catch (const error&) {
             // A reading that cannot be related to the sun is none; too few are refused later.
             continue;

@@ -19,7 +19,7 @@ struct Readings {
     [[nodiscard]] std::size_t size() const { return posed.size() + mounted.size(); }
 };
 
-/// Parameters as computeDirectSunlightFractionForBand.
+/// Parameters and errors as computeDirectSunlightFractionForBand.
 Readings collectReadings(const BandIndexByCamera& bandIndexByCamera,
                          const std::vector<InputImage>& images,
                          const geo::OutCoordSystem& outCoordSystem,

@@ -159,7 +159,7 @@ TEST(CorrectCommand, eachLevelIsClearlyBetterWhenTheLightChangesAndTheSensorTilt
         {"camera", "--type camera"},
         {"irradiance", "--type irradiance"},
         {"absolute", "--type sun-angle-absolute"},
-        {"relative", "--type auto --sensor-mount 180,0,0"},
+        {"relative", "--type auto --sensor-mount 0,0,0"},
         {"known", "--type sun-angle-absolute --sunlight 0.8"}};
     for (const auto& [name, arguments] : runs) {
         const Result result =
@@ -183,6 +183,16 @@ TEST(CorrectCommand, eachLevelIsClearlyBetterWhenTheLightChangesAndTheSensorTilt
         EXPECT_NEAR(band["fraction"].get<double>(), 0.8, 4 * band["standard_error"].get<double>());
         EXPECT_EQ(band["coefficients"].size(), 3U);
     }
+    // An image without a place is left out, by name of none but with their number.
+    exif::writeTags(folder.file("flight/images/IMG_0030_1.tif"),
+                    {{"Exif.GPSInfo.GPSStatus", {"V"}}});
+    const std::string mounted = "sunlight flight/images --sensor-mount ";
+    const Result without = radiometry(folder, mounted + "1,-1,5 --sensor-angles --json");
+    EXPECT_EQ(without.status, 0) << without.err;
+    EXPECT_NE(without.err.find("take no part in the fit of direct sunlight: 1 "), std::string::npos)
+        << without.err;
+    EXPECT_EQ(Json::parse(without.out)[0]["readings"], 59);
+    EXPECT_NE(radiometry(folder, mounted + "180,0,0").err.find("looks down"), std::string::npos);
 }
 
 TEST(CorrectCommand, whatTheSunAngleLacksIsSaidOfEachImage) {

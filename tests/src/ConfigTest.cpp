@@ -26,7 +26,7 @@ InputImage richImage() {
     image.exif = test::plainExif(5, 3);
     image.exif.sensitivity = {0.3};
     image.exif.sunIrradiance = {1.2};
-    image.exif.sunSensorRelativeOrientation = Eigen::Vector3f(180, 0, 0);
+    image.exif.sunSensorRelativeOrientation = Eigen::Vector3f(0, 0, 0);
     image.exif.sunSensorYawPitchRoll = Eigen::Vector3d(10, 1, 2);
     image.geo.captureTime = 1.5e9;
     image.cameraId = 7;

@@ -233,15 +233,17 @@ TEST(SensorPose, comesFromTheCameraOrFromTheSensorItself) {
     for (const CorrectionType type : {kRelative, kAbsolute}) {
         EXPECT_EQ(messageOf<error>([&] { pose(type); }), "No valid sensor pose");
     }
-    // A camera that looks down, its top towards the north, with a sensor on its back: up.
-    camera.rotation = Vector3d(1, -1, -1).asDiagonal();
-    exif.sunSensorRelativeOrientation = Eigen::Vector3f(180, 0, 0);
-    expectPose(kRelative, {0, 0, 1});
-    // 30 degrees about the camera's y axis, then half a turn about its x axis: towards the west, by
-    // the camera's right. Turned by a quarter to the west, the camera's right is the north.
+    // A camera that looks down, its upper edge towards the north, with a sensor on its back: up.
+    exif.sunSensorRelativeOrientation = Eigen::Vector3f(0, 0, 0);
+    EXPECT_EQ(pose(kRelative), Vector3d::UnitZ());
+    // 30 degrees about the camera's x axis: towards its lower edge, the south.
     const double s = std::sin(30.0 * kDegree);
     const double c = std::cos(30.0 * kDegree);
-    exif.sunSensorRelativeOrientation = Eigen::Vector3f(180, -30, 75);
+    exif.sunSensorRelativeOrientation = Eigen::Vector3f(30, 0, 75);
+    expectPose(kRelative, {0, -s, c});
+    // As much about its y axis, backwards: towards its left, the west. Turned by a quarter to the
+    // west, the camera's left is the south.
+    exif.sunSensorRelativeOrientation = Eigen::Vector3f(0, -30, 75);
     expectPose(kRelative, {-s, 0, c});
     camera.rotation = Eigen::AngleAxisd(90.0 * kDegree, Vector3d::UnitZ()) * camera.rotation;
     expectPose(kRelative, {0, -s, c});

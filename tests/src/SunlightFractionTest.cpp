@@ -147,33 +147,42 @@ TEST(SunlightFit, needsTwoReadingsMoreThanTheDegree) {
     }
 }
 
+struct OutCase {
+    const char* what;
+    void (*change)(SunlitFlight& flight, InputImage& image);
+    /// Of a fit of the sensor's mounting; null = it leaves the reading out.
+    const char* mountedError = nullptr;
+};
+
+const OutCase kOut[] = {
+    {"zero", [](SunlitFlight&, InputImage& i) { i.exif.sunIrradiance[1] = 0.0; }},
+    {"negative", [](SunlitFlight&, InputImage& i) { i.exif.sunIrradiance[1] = -2.0; }},
+    {"none", [](SunlitFlight&, InputImage& i) { i.exif.sunIrradiance.clear(); }},
+    {"too many", [](SunlitFlight&, InputImage& i) { i.exif.sunIrradiance.push_back(9.0); }},
+    {"a band unknown",
+     [](SunlitFlight&, InputImage& i) {
+         i.exif.bands = {{500, 20}};
+     }},
+    {"of another camera", [](SunlitFlight&, InputImage& i) { i.cameraId = 8; }},
+    {"no pose",
+     [](SunlitFlight& f, InputImage& i) { f.poses->externals.erase(i.path); },
+     "image1.tif: no camera pose"},
+    {"pose NaN",
+     [](SunlitFlight& f, InputImage& i) { f.poses->externals[i.path].rotation.setConstant(kNan); },
+     "Fit of the direct sunlight fraction: "},
+    {"no place",
+     [](SunlitFlight& f, InputImage& i) { f.poses->externals[i.path].position.setConstant(kNan); },
+     "Unable to convert from output coordinate system to WGS-84"},
+    {"no time", [](SunlitFlight&, InputImage& i) { i.geo.captureTime = 0.0; }, "No valid time"},
+    {"time NaN",
+     [](SunlitFlight&, InputImage& i) { i.geo.captureTime = kNan; },
+     "Unable to compute sun position"},
+    {"at night",
+     [](SunlitFlight&, InputImage& i) { i.geo.captureTime += 57600.0; },
+     "The sun is behind the horizon."},
+};
+
 TEST(SunlightFit, leavesOutWhatIsNoReading) {
-    struct OutCase {
-        const char* what;
-        void (*change)(SunlitFlight& flight, InputImage& image);
-    };
-    const std::vector<OutCase> cases = {
-        {"zero", [](SunlitFlight&, InputImage& i) { i.exif.sunIrradiance[1] = 0.0; }},
-        {"negative", [](SunlitFlight&, InputImage& i) { i.exif.sunIrradiance[1] = -2.0; }},
-        {"NaN", [](SunlitFlight&, InputImage& i) { i.exif.sunIrradiance[1] = kNan; }},
-        {"none", [](SunlitFlight&, InputImage& i) { i.exif.sunIrradiance.clear(); }},
-        {"too many", [](SunlitFlight&, InputImage& i) { i.exif.sunIrradiance.push_back(9.0); }},
-        {"a band unknown",
-         [](SunlitFlight&, InputImage& i) {
-             i.exif.bands = {{500, 20}};
-         }},
-        {"of another camera", [](SunlitFlight&, InputImage& i) { i.cameraId = 8; }},
-        {"no pose", [](SunlitFlight& f, InputImage& i) { f.poses->externals.erase(i.path); }},
-        {"pose NaN",
-         [](SunlitFlight& f, InputImage& i) {
-             f.poses->externals[i.path].rotation.setConstant(kNan);
-         }},
-        {"no orientation",
-         [](SunlitFlight&, InputImage& i) { i.exif.sunSensorRelativeOrientation.reset(); }},
-        {"no time", [](SunlitFlight&, InputImage& i) { i.geo.captureTime = 0.0; }},
-        {"time NaN", [](SunlitFlight&, InputImage& i) { i.geo.captureTime = kNan; }},
-        {"at night", [](SunlitFlight&, InputImage& i) { i.geo.captureTime += 57600.0; }},
-    };
     FlightPlan plan;
     plan.captures = 60;
     plan.fractions = {0.3, 0.6};
@@ -185,17 +194,60 @@ TEST(SunlightFit, leavesOutWhatIsNoReading) {
             without.images.push_back(whole.images[i]);
         }
         const auto expected = without.fit(1, 1, useSensorAngles);
-        for (const OutCase& c : cases) {
+        for (const OutCase& c : kOut) {
             SunlitFlight flight(plan);
             for (std::size_t i = 1; i < flight.images.size(); i += 2) {
                 flight.images[i].exif.sunIrradiance[1] *= 3.0;
                 c.change(flight, flight.images[i]);
+            }
+            if (useSensorAngles && c.mountedError != nullptr) {
+                EXPECT_EQ(test::messageOf<error>([&] {
+                              (void)flight.fit(1, 1, true);
+                          }).rfind(c.mountedError, 0),
+                          0U)
+                    << c.what;
+                continue;
             }
             const auto result = flight.fit(1, 1, useSensorAngles);
             EXPECT_EQ(result.readingCount, expected.readingCount) << c.what;
             EXPECT_EQ(result.fraction, expected.fraction) << c.what;
         }
     }
+}
+
+TEST(SunlightFit, aReadingThatIsNoNumberIsNotPassedOver) {
+    FlightPlan plan;
+    plan.captures = 30;
+    SunlitFlight flight(plan);
+    flight.images[5].exif.sunIrradiance[0] = kNan;
+    EXPECT_NE(test::messageOf<error>([&] { (void)flight.fit(0, 1); }), "no error");
+}
+
+TEST(SunlightFit, theMountingOfTheFirstAcceptedImageIsWhereItBegins) {
+    FlightPlan plan;
+    plan.captures = 60;
+    SunlitFlight flight(plan);
+    for (InputImage& image : flight.images) {
+        image.exif.sunSensorRelativeOrientation.reset();
+    }
+    EXPECT_EQ(test::messageOf<error>([&] { (void)flight.fit(0, 1, true); }),
+              "No valid sensor pose");
+    flight.images[0].exif.sunIrradiance[0] = 0.0; // no reading
+    flight.images[1].exif.sunSensorRelativeOrientation = plan.mounting.cast<float>();
+    const auto result = flight.fit(0, 1, true);
+    EXPECT_EQ(result.readingCount, plan.captures - 1);
+    EXPECT_EQ((*result.orientation)[2], plan.mounting[2]);
+    flight.images[0].exif.sunIrradiance[0] = 1.0;
+    EXPECT_EQ(test::messageOf<error>([&] { (void)flight.fit(0, 1, true); }),
+              "No valid sensor pose");
+}
+
+TEST(SunlightFit, withoutItsOrientationAPosedReadingIsLeftOut) {
+    FlightPlan plan;
+    plan.captures = 30;
+    SunlitFlight flight(plan);
+    flight.images[5].exif.sunSensorRelativeOrientation.reset();
+    EXPECT_EQ(flight.fit(0, 1).readingCount, plan.captures - 1);
 }
 
 TEST(SunlightFit, theFirstImageMayLackATime) {
@@ -238,7 +290,7 @@ TEST(SunlightFit, allBandsOrNone) {
 TEST(SunlightFit, findsHowTheSensorIsMounted) {
     FlightPlan plan = withFraction(0.6, 0.002);
     SunlitFlight flight(plan);
-    const Eigen::Vector3f stated(180.0F, 0.0F, 20.0F);
+    const Eigen::Vector3f stated(0.0F, 0.0F, 20.0F);
     for (InputImage& image : flight.images) {
         image.exif.sunSensorRelativeOrientation = stated;
     }
@@ -257,7 +309,7 @@ TEST(SunlightFit, findsHowTheSensorIsMounted) {
 
 TEST(SunlightFit, otherTypesTakeTheSensorsOwnAttitude) {
     FlightPlan plan = withFraction(0.6);
-    plan.mounting = {180.0, 0.0, 0.0};
+    plan.mounting = {0.0, 0.0, 0.0};
     SunlitFlight flight(plan);
     flight.settings.at(SunlitFlight::kCamera) = {static_cast<CorrectionType>(4)};
     EXPECT_EQ(test::messageOf<error>([&] { (void)flight.fit(0, 2); }), "Not enough measurements");
@@ -316,10 +368,10 @@ TEST(SunlightResiduals, derivativesAreThoseOfTheResidual) {
     }
     const Eigen::Vector3d sun = Eigen::Vector3d(0.3, -0.5, 0.7).normalized();
     const Eigen::Matrix3d camera =
-        Eigen::Quaterniond(0.2, 0.9, -0.3, 0.1).normalized().toRotationMatrix();
+        Eigen::Quaterniond(0.9, -0.2, -0.1, -0.3).normalized().toRotationMatrix();
     const detail::SunlightAngleResidual residual{
         0.7, sun, Eigen::Vector3d::UnitZ(), camera, 1.1, 3};
-    for (const double omega : {170.0, 80.0, -10.0}) { // up, sideways, down
+    for (const double omega : {-10.0, -100.0, 170.0}) { // up, sideways, down
         EXPECT_LT(gradientError(residual, {{0.6}, drift, {omega, 4.0, 15.0}}), 1e-9) << omega;
     }
 }

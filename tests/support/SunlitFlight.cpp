@@ -71,9 +71,9 @@ SunlitFlight::SunlitFlight(const FlightPlan& plan)
     for (std::size_t band = 0; band < plan.fractions.size(); ++band) {
         cameras[kCamera].bands.push_back({500.0 + 50.0 * static_cast<double>(band), 20.0});
     }
-    // Camera axes: x to the right of the flight, y backwards, z down.
+    // Camera axes: x to the right of the flight, y forward, z up.
     Eigen::Matrix3d cameraToBody;
-    cameraToBody << 0, -1, 0, 1, 0, 0, 0, 0, 1;
+    cameraToBody << 0, 1, 0, 1, 0, 0, 0, 0, -1;
     const Eigen::Matrix3d mounting = turned(plan.mounting);
 
     std::mt19937 generator(plan.seed);

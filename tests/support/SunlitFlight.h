@@ -26,7 +26,7 @@ struct FlightPlan {
     double noise = 0.01; ///< standard deviation, relative
     unsigned seed = 1;
     /// (omega, phi, kappa) of the sensor relative to the camera, degrees.
-    Eigen::Vector3d mounting = {178.0, -3.0, 20.0};
+    Eigen::Vector3d mounting = {-2.0, -3.0, 20.0};
     bool staysAsItIs = false; ///< one attitude, one moment
 };
 

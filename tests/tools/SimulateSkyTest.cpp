@@ -107,7 +107,7 @@ protected:
         options.sky = Sky::Clear;
         options.clearSky.directFraction = 0.7;
         options.clearSky.perBand = true;
-        options.clearSky.mount = {176.0, 3.0, 20.0};
+        options.clearSky.mount = {-4.0, 3.0, 20.0};
     }
     void render() {
         renderFlight(folder.path() / "flight", options);
@@ -182,13 +182,13 @@ TEST_F(ClearFlight, theNoiseOfTheReadingsIsTheOneAskedFor) {
 TEST_F(ClearFlight, theSensorHangsOnTheCameraByItsMount) {
     options.captures = 30;
     render();
-    EXPECT_EQ(manifest.at("sensor_omega_phi_kappa_deg"), (nlohmann::json{176.0, 3.0, 20.0}));
-    // The normal in camera axes (right, down in the image, view), then forward, right, down.
-    const double omega = 176.0 * kDegree;
+    EXPECT_EQ(manifest.at("sensor_omega_phi_kappa_deg"), (nlohmann::json{-4.0, 3.0, 20.0}));
+    // The normal in camera axes (right, upper edge of the image, back), then forward, right, down.
+    const double omega = -4.0 * kDegree;
     const double phi = 3.0 * kDegree;
     const Eigen::Vector3d inCamera(
         std::sin(phi), -std::sin(omega) * std::cos(phi), std::cos(omega) * std::cos(phi));
-    const Eigen::Vector3d inBody(-inCamera.y(), inCamera.x(), inCamera.z());
+    const Eigen::Vector3d inBody(inCamera.y(), inCamera.x(), -inCamera.z());
     for (const auto& record : manifest.at("files")) {
         const ExifInfo exif = exif::readMetadata(folder.path() / "flight" / kImagesFolder /
                                                  record.at("file").get<std::string>())
@@ -197,7 +197,7 @@ TEST_F(ClearFlight, theSensorHangsOnTheCameraByItsMount) {
         EXPECT_LT((turned(exif.sunSensorYawPitchRoll.value(), {0, 0, -1}) - normal).norm(), 1e-12);
     }
     // Kappa turns the sensor about its normal, anticlockwise seen from above, thus against yaw.
-    EXPECT_NEAR(sensorAttitude({30.0, 0.0, 0.0}, {180.0, 0.0, 20.0}).yawDegrees, 10.0, 1e-12);
+    EXPECT_NEAR(sensorAttitude({30.0, 0.0, 0.0}, {0.0, 0.0, 20.0}).yawDegrees, 10.0, 1e-12);
 }
 
 TEST(ClearSky, aLevelSensorReadsTheIrradianceOnTheGround) {

@@ -30,7 +30,7 @@ Attitude attitudeOf(const Eigen::Matrix3d& ned) {
 
 Attitude sensorAttitude(const Attitude& camera, const SensorMount& mount) {
     Eigen::Matrix3d bodyFromCamera;
-    bodyFromCamera << 0, -1, 0, /**/ 1, 0, 0, /**/ 0, 0, 1;
+    bodyFromCamera << 0, 1, 0, /**/ 1, 0, 0, /**/ 0, 0, -1;
     const Eigen::Matrix3d cameraFromSensor = turn(mount.omegaDegrees, Eigen::Vector3d::UnitX()) *
                                              turn(mount.phiDegrees, Eigen::Vector3d::UnitY()) *
                                              turn(mount.kappaDegrees, Eigen::Vector3d::UnitZ());

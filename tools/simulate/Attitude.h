@@ -14,12 +14,12 @@ struct Attitude {
 };
 
 /// How an irradiance sensor is mounted relative to a camera: Rx(omega) Ry(phi) Rz(kappa) turns the
-/// sensor's axes into the camera's. Camera axes: x to the right of the image, y down in the image,
-/// z where the camera looks. Sensor axes: x right, y forward, z its normal. So the normal is
-/// (sin phi, -sin omega cos phi, cos omega cos phi) in camera axes, and omega = 180 degrees makes a
-/// sensor that looks up on a camera that looks down.
+/// sensor's axes into the camera's. Camera axes: x to the right of the image, y to its upper edge,
+/// z out of the back of the camera. Sensor axes: x right, y forward, z its normal. So the normal is
+/// (sin phi, -sin omega cos phi, cos omega cos phi) in camera axes, and without a turn the sensor
+/// looks up on a camera that looks down.
 struct SensorMount {
-    double omegaDegrees = 180.0;
+    double omegaDegrees = 0.0;
     double phiDegrees = 0.0;
     double kappaDegrees = 0.0;
 };

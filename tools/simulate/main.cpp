@@ -47,7 +47,7 @@ void addSky(CLI::App& flight, FlightOptions& options) {
             [&sky](const std::vector<double>& angles) {
                 sky.mount = {angles[0], angles[1], angles[2]};
             },
-            "Sensor relative to the camera, OMEGA,PHI,KAPPA in degrees; 180,0,0 (default) looks up")
+            "Sensor relative to the camera, OMEGA,PHI,KAPPA in degrees; 0,0,0 (default) looks up")
         ->delimiter(',')
         ->expected(3)
         ->type_name("ANGLES");

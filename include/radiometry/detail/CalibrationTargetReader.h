@@ -128,7 +128,8 @@ sensitivityFromDisk(CalibrationTargetReader& reader,
                     const sequoia::ModelParameter* sequoiaModel);
 
 /// A level camera that looks straight down from the image's position, the upper edge of its image
-/// north. A position without a height is taken to lie on the ellipsoid.
+/// north (GlobalShutter says what its axes are). A position without a height is taken to lie on the
+/// ellipsoid.
 /// @throws error when the image has no position, or it has no place in the output's system
 RADIOMETRY_EXPORT GlobalShutter horizontalCameraAtGpsPosition(
     const GeoData& geo, const geo::ProjectCoordinateSystems& coordinateSystems);
