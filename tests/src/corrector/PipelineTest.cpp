@@ -191,10 +191,11 @@ TEST(Pipeline, anApplicationsSourceIsAskedWhenAllStepsBeforeHaveActed) {
     sources.push_back(witness);
     apply(create(setup.image.exif), sources, bands, {0, 0});
     const Chain chain = create(setup.image.exif);
+    const auto kept = setup.sources(kType); // correctors refer to them
     ASSERT_EQ(witness->seen.size(), chain.size());
     for (std::size_t i = 0; i < chain.size(); ++i) {
         EXPECT_TRUE(isSame(witness->seen[i], steps)) << i;
-        feed(*chain[i], setup.sources(kType));
+        feed(*chain[i], kept);
         chain[i]->correct(steps, {0, 0});
     }
 }
