@@ -33,9 +33,9 @@ double valueAt(const ReflectanceLine& line, double wavelengthNm) {
 } // namespace
 
 std::optional<PanelCode> parsePanelCode(const std::string& text) {
-    // Digits that follow are taken whatever their number: other ones than 14 are no line, but the
-    // code is a panel's all the same.
-    static const std::regex pattern("(RP([0-9]{2})-[0-9]{1,12}-[A-Z]{2})-?([0-9]{0,32})");
+    // Digits that follow are taken whatever their number and what stands before them: other ones
+    // than 14 are no line, but the code is a panel's all the same.
+    static const std::regex pattern("(RP([0-9]{2})-[0-9]{1,12}-[A-Z]{2})[-_]?([0-9]{0,32})");
     std::smatch parts;
     if (!std::regex_match(text, parts, pattern)) {
         return std::nullopt;

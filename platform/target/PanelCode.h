@@ -8,8 +8,9 @@
 #include <vector>
 
 /// The text of a reflectance panel's QR code: RPvv-ddddddd-LL, vv the version of the panel, the
-/// whole its serial. From version 4 on, 14 digits WWWWRRRWWWWRRR follow: wavelength in nm and
-/// reflectance in thousandths at both ends of a straight line.
+/// whole its serial. From version 4 on, an underscore and 14 digits WWWWRRRWWWWRRR follow:
+/// wavelength in nm and reflectance in thousandths at both ends of a straight line. So
+/// "RP04-1901231-SC_04005291000523" is 0.529 at 400 nm and 0.523 at 1000 nm.
 namespace tessik::target {
 
 /// Reflectance along a straight line over the wavelength.

@@ -80,27 +80,35 @@ TEST(PanelCode, theDigitsAreAStraightLineOverTheWavelength) {
     const bands_t red = {{650.0, 10.0}};
     const DigitsCase cases[] = {
         {"RP02-1603036-SC", "RP02-1603036-SC", red, {}, ""},
+        {"RP04-1901231-SC_04005291000523", "RP04-1901231-SC", red, {0.5265}, ""},
+        {"RP04-1234567-AB-04005000900600", "RP04-1234567-AB", red, {0.55}, ""},
         {"RP04-1234567-AB04005000900600", "RP04-1234567-AB", red, {0.55}, ""},
-        {"RP06-12345678-AB04005000900600",
+        {"RP06-12345678-AB_04005000900600",
          "RP06-12345678-AB",
          {{400.0, 1.0}, {900.0, 1.0}, {350.0, 1.0}, {1000.0, 1.0}},
          {0.5, 0.6, 0.49, 0.62},
          ""},
-        {"RP06-1234567-AB09006000400500", "RP06-1234567-AB", red, {0.55}, ""},
-        {"RP06-1234567-AB04005000900600", "RP06-1234567-AB", {{299.0, 1.0}}, {}, "states no refl"},
-        {"RP06-1234567-AB04005000900600", "RP06-1234567-AB", {{11000.0, 1.0}}, {}, "states no r"},
-        {"RP06-1234567-AB04005000900600", "RP06-1234567-AB", {{NAN, 1.0}}, {}, "states no reflec"},
-        {"RP06-1234567-AB04005000900600", "RP06-1234567-AB", {}, {}, "states its reflectance by"},
-        {"RP06-1234567-AB04009900500999",
+        {"RP06-1234567-AB_09006000400500", "RP06-1234567-AB", red, {0.55}, ""},
+        {"RP06-1234567-AB_04005000900600", "RP06-1234567-AB", {{299.0, 1.0}}, {}, "states no refl"},
+        {"RP06-1234567-AB_04005000900600", "RP06-1234567-AB", {{11000.0, 1.0}}, {}, "states no r"},
+        {"RP06-1234567-AB_04005000900600", "RP06-1234567-AB", {{NAN, 1.0}}, {}, "states no reflec"},
+        {"RP06-1234567-AB_04005000900600", "RP06-1234567-AB", {}, {}, "states its reflectance by"},
+        {"RP06-1234567-AB_04009900500999",
          "RP06-1234567-AB",
          {{450.0, 1.0}, {590.0, 1.0}},
          {},
          "states a reflectance that is not between 0 and 1"},
-        {"RP06-1234567-AB04000000900000", "RP06-1234567-AB", red, {}, "states a reflectance that"},
-        {"RP06-1234567-AB04005000400600", "RP06-1234567-AB", red, {}, "states no reflectance that"},
+        {"RP06-1234567-AB_04000000900000", "RP06-1234567-AB", red, {}, "states a reflectance that"},
+        {"RP06-1234567-AB_04005000400600",
+         "RP06-1234567-AB",
+         red,
+         {},
+         "states no reflectance that"},
         {"RP06-1234567-AB", "RP06-1234567-AB", red, {}, "states no reflectance that can be read"},
-        {"RP06-1234567-AB0400500090060", "RP06-1234567-AB", red, {}, "states no reflectance that"},
-        {"RP06-1234567-AB0400500090060X", nullptr, red, {}, ""},
+        {"RP06-1234567-AB_", "RP06-1234567-AB", red, {}, "states no reflectance that can be read"},
+        {"RP06-1234567-AB_0400500090060", "RP06-1234567-AB", red, {}, "states no reflectance that"},
+        {"RP06-1234567-AB__04005000900600", nullptr, red, {}, ""},
+        {"RP06-1234567-AB_0400500090060X", nullptr, red, {}, ""},
         {"https://example.com/RP06-1234567-AB", nullptr, red, {}, ""},
         {"RP6-1234567-AB", nullptr, red, {}, ""},
         {"", nullptr, red, {}, ""}};
@@ -207,7 +215,7 @@ void expectRegion(const DetectedTarget& target, const Vector2d& centre) {
     EXPECT_NEAR(turn(target.region), 2.0 * 40.0 * 40.0, 600.0);
 }
 
-constexpr auto kText = "RP06-1234567-AB04005000900600";
+constexpr auto kText = "RP06-1234567-AB_04005000900600";
 
 TEST(QrPanel, theSurfaceIsFoundOnWhicheverSideOfTheCodeItLies) {
     for (int side = 0; side < 4; ++side) {
@@ -242,7 +250,7 @@ struct SceneCase {
 TEST(QrPanel, whatIsNoUsablePanelIsLeftOutAndSaid) {
     const Vector2d left(120.0, 120.0);
     const Vector2d right(420.0, 120.0);
-    const std::string other = "RP06-7654321-AB04005000900600";
+    const std::string other = "RP06-7654321-AB_04005000900600";
     const SceneCase cases[] = {
         {"no code", Ground(360, 560), 0, {}},
         {"even image", Ground(360, 560).shade(0, 0, 360), 0, {}},

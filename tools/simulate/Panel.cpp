@@ -64,7 +64,7 @@ Panel::Panel(std::uint64_t seed) : m_seed(seed) {
     std::array<char, 40> digits{};
     std::snprintf(digits.data(),
                   digits.size(),
-                  "%04.0f%03.0f%04.0f%03.0f",
+                  "_%04.0f%03.0f%04.0f%03.0f",
                   kFirstNm,
                   1000.0 * kFirst,
                   kLastNm,
