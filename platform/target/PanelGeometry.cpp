@@ -64,7 +64,9 @@ PanelGeometry panelGeometry(int version) {
     if (version < 6) {
         return {45.0, 50.0, {-145.8, 0.0}};
     }
-    return {41.0, 50.0, {0.0, -130.84}};
+    // The surface was printed in two sizes: 70.5 to 162 mm below the code's centre, and 78 to 183.
+    // This square lies on both.
+    return {41.0, 41.0, {0.0, -114.0}};
 }
 
 std::array<PanelSquare, 4> panelSquares(const PanelGeometry& geometry, const Corners& code) {

@@ -49,8 +49,8 @@ TEST(PanelGeometry, theSquareOfEachVersionIsFoundThroughAPerspective) {
                                   {2, 42.0, 76.2, {-143.2, 0.0}},
                                   {3, 45.0, 50.0, {-145.8, 0.0}},
                                   {5, 45.0, 50.0, {-145.8, 0.0}},
-                                  {6, 41.0, 50.0, {0.0, -130.84}},
-                                  {7, 41.0, 50.0, {0.0, -130.84}}}) {
+                                  {6, 41.0, 41.0, {0.0, -114.0}},
+                                  {7, 41.0, 41.0, {0.0, -114.0}}}) {
         const Corners code = seen(around(Vector2d::Zero(), c.codeHalfSide));
         Vector2d centre = c.centre;
         for (const PanelSquare& square : panelSquares(panelGeometry(c.version), code)) {
@@ -134,7 +134,7 @@ struct Label {
     std::string text;
     Vector2d centre; ///< px
     double angle = 0.0;
-    Vector2d surface = {0.0, -130.84}; ///< mm, y up
+    Vector2d surface = {0.0, -116.4}; ///< mm, y up
     bool hasSurface = true;
 };
 
@@ -166,7 +166,7 @@ public:
                     m_band(row, column) = (code->data[at] & 1) != 0 ? 7000.0F : 48000.0F;
                 } else if (mm.cwiseAbs().maxCoeff() < 55.0) {
                     m_band(row, column) = 48000.0F;
-                } else if (label.hasSurface && (mm - label.surface).cwiseAbs().maxCoeff() < 50.0) {
+                } else if (label.hasSurface && (mm - label.surface).cwiseAbs().maxCoeff() < 46.0) {
                     m_band(row, column) = 30000.0F + static_cast<float>((row * 7 + column) % 400);
                 }
             }
@@ -202,8 +202,9 @@ double turn(const image::Ring& ring) {
     return sum;
 }
 
-/// Expects a region around the surface's centre, far from its edges: they are 50 px away. The
-/// decoder's corners are whole pixels 41 px from the code's centre, the surface is 131 px from it.
+/// Expects a region around the surface's centre, far from its edges: they are 46 px away, and a
+/// square of 33 px is measured. The decoder's corners are whole pixels 41 px from the code's
+/// centre, the surface is 116 px from it, and the square 2 px nearer.
 void expectRegion(const DetectedTarget& target, const Vector2d& centre) {
     ASSERT_EQ(target.region.size(), 5U);
     EXPECT_TRUE(boost::geometry::equals(target.region.front(), target.region.back()));
@@ -212,7 +213,7 @@ void expectRegion(const DetectedTarget& target, const Vector2d& centre) {
         mean += 0.25 * Vector2d(target.region[i].x(), target.region[i].y());
     }
     EXPECT_NEAR((mean - centre).norm(), 0.0, 8.0);
-    EXPECT_NEAR(turn(target.region), 2.0 * 40.0 * 40.0, 600.0);
+    EXPECT_NEAR(turn(target.region), 2.0 * 32.8 * 32.8, 400.0);
 }
 
 constexpr auto kText = "RP06-1234567-AB_04005000900600";

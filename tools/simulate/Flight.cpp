@@ -117,7 +117,7 @@ bool showsPanel(const FlightOptions& options, std::size_t capture) {
 
 ordered_json panelRecord(const Panel& panel, const PanelView& view, double wavelengthNm) {
     ordered_json corners = ordered_json::array();
-    for (const Eigen::Vector2d& corner : Panel::surface(view)) {
+    for (const Eigen::Vector2d& corner : panel.surface(view)) {
         corners.push_back({corner.x(), corner.y()});
     }
     return {{"serial", panel.serial()},

@@ -19,8 +19,7 @@ namespace {
 // Millimetres from the centre of the code, y up, as panels of version 6 are made.
 constexpr double kCodeHalfSide = 41.0;
 constexpr double kLabelHalfSide = 55.0; ///< white around the code, as wide as a decoder asks for
-constexpr double kSurfaceHalfSide = 50.0;
-constexpr double kSurfaceY = -130.84;
+constexpr std::array<PanelPrint, 2> kPrints = {{{70.5, 162.4, 45.9}, {77.9, 182.9, 51.7}}};
 constexpr double kFrameHalfWidth = 62.0;
 constexpr double kFrameTop = 62.0;
 constexpr double kFrameBottom = -193.0;
@@ -54,7 +53,7 @@ struct CodeDeleter {
 
 } // namespace
 
-Panel::Panel(std::uint64_t seed) : m_seed(seed) {
+Panel::Panel(std::uint64_t seed) : m_seed(seed), m_print(kPrints[seed % kPrints.size()]) {
     std::array<char, 40> serial{};
     std::snprintf(serial.data(),
                   serial.size(),
@@ -114,7 +113,7 @@ double Panel::valueAt(double x, double y, double grey) const {
     if (std::abs(x) < kLabelHalfSide && std::abs(y) < kLabelHalfSide) {
         return kWhite;
     }
-    if (std::abs(x) <= kSurfaceHalfSide && std::abs(y - kSurfaceY) <= kSurfaceHalfSide) {
+    if (std::abs(x) <= m_print.halfWidth && -y >= m_print.top && -y <= m_print.bottom) {
         return grey;
     }
     if (std::abs(x) < kFrameHalfWidth && y > kFrameBottom && y < kFrameTop) {
@@ -151,18 +150,16 @@ BandMatrix Panel::reflectance(double wavelengthNm, const PanelView& view) const 
     return image;
 }
 
-std::array<Eigen::Vector2d, 4> Panel::surface(const PanelView& view) {
-    constexpr double kTop = kSurfaceY + kSurfaceHalfSide;
-    constexpr double kBottom = kSurfaceY - kSurfaceHalfSide;
+std::array<Eigen::Vector2d, 4> Panel::surface(const PanelView& view) const {
     const Eigen::Matrix2d pixelsFromMm =
         Eigen::Rotation2Dd(view.angle).toRotationMatrix() * view.pixelsPerMm;
-    const auto place = [&](double x, double y) -> Eigen::Vector2d {
-        return view.middle + pixelsFromMm * Eigen::Vector2d(x, kMiddleY - y);
+    const auto place = [&](double x, double below) -> Eigen::Vector2d {
+        return view.middle + pixelsFromMm * Eigen::Vector2d(x, kMiddleY + below);
     };
-    return {place(-kSurfaceHalfSide, kTop),
-            place(kSurfaceHalfSide, kTop),
-            place(kSurfaceHalfSide, kBottom),
-            place(-kSurfaceHalfSide, kBottom)};
+    return {place(-m_print.halfWidth, m_print.top),
+            place(m_print.halfWidth, m_print.top),
+            place(m_print.halfWidth, m_print.bottom),
+            place(-m_print.halfWidth, m_print.bottom)};
 }
 
 } // namespace tessik::simulate

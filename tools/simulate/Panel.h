@@ -20,9 +20,16 @@ struct PanelView {
     Eigen::Index height = 0;                          ///< px, of the image
 };
 
+/// Where the grey surface of a panel is, in millimetres below the centre of its code.
+struct PanelPrint {
+    double top = 0.0;
+    double bottom = 0.0;
+    double halfWidth = 0.0;
+};
+
 /// A reflectance panel of version 6 on coarse ground: a grey surface whose reflectance changes
 /// little with the wavelength, and above it a label with a QR code that says which, in a black
-/// frame.
+/// frame. Its surface has one of the two sizes in which such panels are made, by the seed.
 class Panel {
 public:
     explicit Panel(std::uint64_t seed);
@@ -41,13 +48,14 @@ public:
 
     /// Corners of the grey surface in the image, px: top left, top right, bottom right, bottom left
     /// of the panel.
-    [[nodiscard]] static std::array<Eigen::Vector2d, 4> surface(const PanelView& view);
+    [[nodiscard]] std::array<Eigen::Vector2d, 4> surface(const PanelView& view) const;
 
 private:
     /// @param x, y mm from the centre of the code, y up
     [[nodiscard]] double valueAt(double x, double y, double grey) const;
 
     std::uint64_t m_seed;
+    PanelPrint m_print;
     std::string m_serial;
     int m_modules = 0;           ///< along a side of the code
     std::vector<bool> m_isBlack; ///< modules of the code, row after row from the top
