@@ -54,6 +54,7 @@ bench:
 	cmake --build --preset release
 	bench/run build/release
 	bench/flight build/release
+	build/release/bin/panel_benchmark
 
 format:
 	scripts/install-deps lint

@@ -1,156 +1,193 @@
+// Where three marks lie as those of a code, the place is cut out upright and enlarged, and shown to
+// the decoder. To show it the whole image, at every line and in the sizes and stretches that small
+// or dim codes take, would take many times as long.
 #include "platform/target/CodeReader.h"
 
+#include "platform/target/CodeDecoder.h"
+#include "platform/target/CodePlaces.h"
+#include "platform/target/Samples.h"
 #include "platform/target/Stretch.h"
-
-#include <zbar.h>
 
 #include <algorithm>
 #include <array>
-#include <memory>
-#include <set>
+#include <cmath>
+#include <cstddef>
+#include <utility>
 
 namespace tessik::target {
 namespace {
 
-/// One way to show a band to the decoder.
+/// One way to show a place to the decoder.
 struct Attempt {
-    Percentiles percentiles;
-    /// Pixels a pixel; below 0: pixels of the band that make one.
-    int scale = 1;
+    double scale = 0.0; ///< px a module
+    /// What a pixel differs from the mean around it counts so many times more: undoes blur.
+    float sharpening = 0.0F;
 };
 
-/// A panel fills a good part of the image or little of it, in glaring sun or under clouds. Halving
-/// takes noise away, doubling helps where a module of the code is hardly two pixels wide.
-constexpr std::array<Attempt, 6> kAttempts = {{{{0.001, 0.999}, 1},
-                                               {{0.001, 0.999}, -2},
-                                               {{0.02, 0.95}, 1},
-                                               {{0.02, 0.95}, -2},
-                                               {{0.001, 0.999}, 2},
-                                               {{0.001, 0.999}, -4}}};
+/// The first reads most that can be read; the second, what is blurred as widely as a module.
+constexpr std::array<Attempt, 4> kAttempts = {{{4.0, 0.0F}, {4.0, 3.0F}, {6.0, 0.0F}, {3.0, 0.0F}}};
 
-/// Larger bands are looked at once in full, every second line, and then at half their size: their
-/// codes have pixels enough, and a flight without a panel would be looked at for longer than it
-/// takes to correct it.
-constexpr Eigen::Index kLarge = 1000000;
-constexpr Eigen::Index kSmallestSide = 16;
+/// What all attempts together may show, as a share of the band's pixels, and for small bands. Of
+/// images without a code only odd ones have places to try.
+constexpr double kMostShown = 0.25;
+constexpr double kShownAlways = 50000.0;
 
-struct ScannerDeleter {
-    void operator()(zbar::zbar_image_scanner_t* scanner) const {
-        zbar::zbar_image_scanner_destroy(scanner);
+/// Around the code: its margin, and what leans out of the square that three marks make.
+constexpr double kMarginModules = 4.0;
+constexpr double kMarginShare = 0.12;
+
+constexpr Eigen::Index kLeastSide = 24; ///< px, of the smallest that is looked into
+
+/// The band, half of it, half of that, ...: somewhere a module is 1.3 to 6 px wide.
+std::vector<Samples> sizesOf(const BandMatrix& band) {
+    std::vector<Samples> sizes = {samplesOf(band)};
+    while (std::min(sizes.back().rows(), sizes.back().cols()) >= 2 * kLeastSide) {
+        sizes.push_back(halved(sizes.back()));
     }
-};
-struct ImageDeleter {
-    void operator()(zbar::zbar_image_t* image) const { zbar::zbar_image_destroy(image); }
+    return sizes;
+}
+
+/// In the samples of one size.
+struct SizedPlace {
+    CodePlace place;
+    std::size_t size = 0;
 };
 
-/// The mean of each square of pixels; what does not fill a square at the edges is left out.
-BandMatrix reduced(const BandMatrix& band, Eigen::Index factor) {
-    BandMatrix result = BandMatrix::Zero(band.rows() / factor, band.cols() / factor);
-    for (Eigen::Index y = 0; y < result.rows(); ++y) {
-        for (Eigen::Index x = 0; x < result.cols(); ++x) {
-            result(y, x) = band.block(y * factor, x * factor, factor, factor).mean();
+/// Least odd first.
+std::vector<SizedPlace> placesIn(const std::vector<Samples>& sizes) {
+    std::vector<SizedPlace> places;
+    for (std::size_t size = 0; size < sizes.size(); ++size) {
+        for (const CodePlace& place : codePlaces(finderMarks(sizes[size]))) {
+            places.push_back({place, size});
         }
+    }
+    std::stable_sort(places.begin(), places.end(), [](const SizedPlace& a, const SizedPlace& b) {
+        return a.place.oddness < b.place.oddness;
+    });
+    return places;
+}
+
+Eigen::Vector2d inBand(const Eigen::Vector2d& px, std::size_t size) {
+    return ((px.array() + 0.5) * std::exp2(static_cast<double>(size)) - 0.5).matrix();
+}
+
+/// The place upright, and the way back from it.
+class CutOut {
+public:
+    CutOut(const SizedPlace& place, double scale)
+        : m_place(place), m_scale(scale),
+          m_margin(kMarginModules + kMarginShare * place.place.modules),
+          m_side(static_cast<Eigen::Index>((place.place.modules + 2.0 * m_margin) * scale)) {}
+
+    [[nodiscard]] double pixels() const { return static_cast<double>(m_side * m_side); }
+
+    [[nodiscard]] BandMatrix from(const Samples& samples) const {
+        BandMatrix result(m_side, m_side);
+        for (Eigen::Index y = 0; y < m_side; ++y) {
+            for (Eigen::Index x = 0; x < m_side; ++x) {
+                result(y, x) =
+                    valueAt(samples, inSamples({static_cast<double>(x), static_cast<double>(y)}));
+            }
+        }
+        return result;
+    }
+
+    [[nodiscard]] Eigen::Vector2d toBand(const Eigen::Vector2d& px) const {
+        return inBand(inSamples(px), m_place.size);
+    }
+
+private:
+    [[nodiscard]] Eigen::Vector2d inSamples(const Eigen::Vector2d& px) const {
+        const CodePlace& place = m_place.place;
+        const Eigen::Array2d modules = (px.array() + 0.5) / m_scale - m_margin;
+        return place.origin + place.pxFromModules * modules.matrix();
+    }
+
+    const SizedPlace& m_place;
+    double m_scale;
+    double m_margin;
+    Eigen::Index m_side;
+};
+
+Eigen::Vector2d cornersMiddle(const Corners& corners) {
+    Eigen::Vector2d sum = Eigen::Vector2d::Zero();
+    for (const Eigen::Vector2d& corner : corners) {
+        sum += corner;
+    }
+    return sum / static_cast<double>(corners.size());
+}
+
+/// Whether a code that was read covers the place: several sizes show the same code.
+bool isRead(const SizedPlace& place, const std::vector<Code>& codes) {
+    const CodePlace& p = place.place;
+    const Eigen::Vector2d middle =
+        inBand(p.origin + p.pxFromModules * Eigen::Vector2d::Constant(0.5 * p.modules), place.size);
+    return std::any_of(codes.begin(), codes.end(), [&middle](const Code& code) {
+        const double diagonal = (code.corners[2] - code.corners[0]).norm();
+        return (cornersMiddle(code.corners) - middle).norm() < 0.5 * diagonal;
+    });
+}
+
+/// The mean of pixels up to a distance along a row; at the edges, of those that there are.
+BandMatrix meanAlongRows(const BandMatrix& band, Eigen::Index reach) {
+    BandMatrix result(band.rows(), band.cols());
+    for (Eigen::Index x = 0; x < band.cols(); ++x) {
+        const Eigen::Index first = std::max<Eigen::Index>(0, x - reach);
+        const Eigen::Index last = std::min(band.cols() - 1, x + reach);
+        result.col(x) = band.middleCols(first, last - first + 1).rowwise().mean();
     }
     return result;
 }
 
-/// Twice the size, bilinear: the centre of a pixel lies a quarter off two of the new ones.
-BandMatrix doubled(const BandMatrix& band) {
-    BandMatrix result(2 * band.rows(), 2 * band.cols());
-    for (Eigen::Index y = 0; y < result.rows(); ++y) {
-        const Eigen::Index near = y / 2;
-        const Eigen::Index far =
-            std::clamp<Eigen::Index>(y % 2 == 0 ? near - 1 : near + 1, 0, band.rows() - 1);
-        for (Eigen::Index x = 0; x < result.cols(); ++x) {
-            const Eigen::Index left = x / 2;
-            const Eigen::Index right =
-                std::clamp<Eigen::Index>(x % 2 == 0 ? left - 1 : left + 1, 0, band.cols() - 1);
-            result(y, x) = (9.0F * band(near, left) + 3.0F * (band(near, right) + band(far, left)) +
-                            band(far, right)) /
-                           16.0F;
-        }
-    }
-    return result;
+BandMatrix sharpened(const BandMatrix& band, const Attempt& attempt) {
+    const auto module = static_cast<Eigen::Index>(attempt.scale);
+    const BandMatrix turned = meanAlongRows(band, module).transpose();
+    const BandMatrix mean = meanAlongRows(turned, module).transpose();
+    return band + attempt.sharpening * (band - mean);
 }
 
-/// @param step pixels from one scan line to the next
-std::vector<Code> decode(const Bytes& bytes, int step) {
-    const std::unique_ptr<zbar::zbar_image_scanner_t, ScannerDeleter> scanner(
-        zbar::zbar_image_scanner_create());
-    zbar::zbar_image_scanner_set_config(scanner.get(), zbar::ZBAR_NONE, zbar::ZBAR_CFG_ENABLE, 0);
-    zbar::zbar_image_scanner_set_config(scanner.get(), zbar::ZBAR_QRCODE, zbar::ZBAR_CFG_ENABLE, 1);
-    for (const zbar::zbar_config_t direction :
-         {zbar::ZBAR_CFG_X_DENSITY, zbar::ZBAR_CFG_Y_DENSITY}) {
-        zbar::zbar_image_scanner_set_config(scanner.get(), zbar::ZBAR_NONE, direction, step);
+void readPlace(const Samples& samples,
+               const SizedPlace& place,
+               const Attempt& attempt,
+               const CutOut& cut,
+               std::vector<Code>& codes) {
+    BandMatrix shown = cut.from(samples);
+    if (attempt.sharpening > 0.0F) {
+        shown = sharpened(shown, attempt);
     }
-    const std::unique_ptr<zbar::zbar_image_t, ImageDeleter> image(zbar::zbar_image_create());
-    zbar::zbar_image_set_format(image.get(), zbar_fourcc('Y', '8', '0', '0'));
-    zbar::zbar_image_set_size(
-        image.get(), static_cast<unsigned>(bytes.cols()), static_cast<unsigned>(bytes.rows()));
-    zbar::zbar_image_set_data(
-        image.get(), bytes.data(), static_cast<unsigned long>(bytes.size()), nullptr);
-    zbar::zbar_scan_image(scanner.get(), image.get());
-    std::vector<Code> codes;
-    std::set<std::string> known;
-    for (const auto* symbol = zbar::zbar_image_first_symbol(image.get()); symbol != nullptr;
-         symbol = zbar::zbar_symbol_next(symbol)) {
-        constexpr unsigned kCorners = 4;
-        Code code;
-        code.text = {zbar::zbar_symbol_get_data(symbol), zbar::zbar_symbol_get_data_length(symbol)};
-        if (zbar::zbar_symbol_get_loc_size(symbol) != kCorners || !known.insert(code.text).second) {
-            continue;
-        }
-        for (unsigned i = 0; i < kCorners; ++i) {
-            code.corners.emplace_back(zbar::zbar_symbol_get_loc_x(symbol, i),
-                                      zbar::zbar_symbol_get_loc_y(symbol, i));
-        }
-        codes.push_back(std::move(code));
-    }
-    return codes;
-}
-
-std::vector<Code> tryOnce(const BandMatrix& band, const Attempt& attempt) {
-    const Range range = rangeOf(band, attempt.percentiles);
-    if (!(range.high > range.low)) {
-        return {};
-    }
-    double pixels = 1.0; // of the shown image, a pixel of the band
-    std::vector<Code> codes;
-    if (attempt.scale == 1) {
-        codes = decode(stretched(band, range), band.size() > kLarge ? 2 : 1);
-    } else if (attempt.scale > 1) {
-        pixels = 2.0;
-        codes = decode(stretched(doubled(band), range), 1);
-    } else {
-        const Eigen::Index factor = -attempt.scale;
-        if (std::min(band.rows(), band.cols()) / factor < kSmallestSide) {
-            return {};
-        }
-        pixels = 1.0 / static_cast<double>(factor);
-        codes = decode(stretched(reduced(band, factor), range), 1);
-    }
-    for (Code& code : codes) {
-        for (Eigen::Vector2d& corner : code.corners) {
-            corner = ((corner.array() + 0.5) / pixels - 0.5).matrix();
+    const Range range = {static_cast<float>(place.place.dark),
+                         static_cast<float>(place.place.light)};
+    for (Code& code : decode(stretched(shown, range))) {
+        const bool isNew = std::none_of(codes.begin(), codes.end(), [&code](const Code& other) {
+            return other.text == code.text;
+        });
+        if (isNew) {
+            for (Eigen::Vector2d& corner : code.corners) {
+                corner = cut.toBand(corner);
+            }
+            codes.push_back(std::move(code));
         }
     }
-    return codes;
 }
 
 } // namespace
 
 std::vector<Code> readCodes(const BandMatrix& band) {
-    for (std::size_t i = 0; i < kAttempts.size(); ++i) {
-        const Attempt& attempt = kAttempts[i];
-        if (i > 0 && attempt.scale > 0 && band.size() > kLarge) {
-            continue;
-        }
-        std::vector<Code> codes = tryOnce(band, attempt);
-        if (!codes.empty()) {
-            return codes;
+    const std::vector<Samples> sizes = sizesOf(band);
+    const std::vector<SizedPlace> places = placesIn(sizes);
+    double left = kShownAlways + kMostShown * static_cast<double>(band.size());
+    std::vector<Code> codes;
+    for (const Attempt& attempt : kAttempts) {
+        for (const SizedPlace& place : places) {
+            const CutOut cut(place, attempt.scale);
+            if (isRead(place, codes) || cut.pixels() > left) {
+                continue;
+            }
+            left -= cut.pixels();
+            readPlace(sizes[place.size], place, attempt, cut, codes);
         }
     }
-    return {};
+    return codes;
 }
 
 } // namespace tessik::target

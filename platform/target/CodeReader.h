@@ -16,8 +16,9 @@ struct Code {
     Corners corners;
 };
 
-/// The QR codes in a band of raw values, each text once. The band is tried with several stretches
-/// to 8 bits and in several sizes; the first try that finds one decides.
+/// The QR codes in a band of raw values, each text once. Codes with modules of less than about
+/// 1.6 px are not found. It takes a fifth of a second for 20 megapixels without a code, and no more
+/// than a few times that for any.
 TESSIK_PLATFORM_EXPORT std::vector<Code> readCodes(const BandMatrix& band);
 
 } // namespace tessik::target
