@@ -5,14 +5,21 @@
 #include <Eigen/Geometry>
 #include <Eigen/LU>
 
+#include <algorithm>
 #include <optional>
 
 namespace tessik::target {
 namespace {
 
-/// Of the square's side: what the decoder's whole-pixel corners leave uncertain grows with the
-/// distance from the code, and the edge of the surface must not enter.
+/// Of the square's side: what the decoder's corners leave uncertain grows with the distance from
+/// the code, and the edge of the surface must not enter.
 constexpr double kInnerShare = 0.8;
+
+/// From the middle of the surface to its side, in sides of the code: the surface ends at 0.56 to
+/// 0.89 on the panels that were measured, and the frame beyond 1.
+constexpr double kBesideFrom = 0.58;
+constexpr double kBesideTo = 1.2;
+constexpr int kBesideCount = 21;
 
 using Homography = Eigen::Matrix3d;
 
@@ -21,6 +28,15 @@ Corners squareAround(const Eigen::Vector2d& centre, double halfSide) {
             centre + Eigen::Vector2d(-halfSide, -halfSide),
             centre + Eigen::Vector2d(halfSide, -halfSide),
             centre + Eigen::Vector2d(halfSide, halfSide)};
+}
+
+Corners lineFrom(const Eigen::Vector2d& middle, const Eigen::Vector2d& side) {
+    Corners places;
+    for (int i = 0; i < kBesideCount; ++i) {
+        const double share = static_cast<double>(i) / (kBesideCount - 1);
+        places.emplace_back(middle + (kBesideFrom + share * (kBesideTo - kBesideFrom)) * side);
+    }
+    return places;
 }
 
 /// Two equations a point: u (h7 x + h8 y + 1) = h1 x + h2 y + h3, and the like for v.
@@ -59,30 +75,36 @@ Corners projected(const Homography& imageFromPanel, const Corners& corners) {
 
 PanelGeometry panelGeometry(int version) {
     if (version < 3) {
-        return {42.0, 76.2, {-143.2, 0.0}};
+        return {42.0, 76.2, {-143.2, 0.0}, false};
     }
     if (version < 6) {
-        return {45.0, 50.0, {-145.8, 0.0}};
+        return {45.0, 50.0, {-145.8, 0.0}, version >= 4};
     }
     // The surface was printed in two sizes: 70.5 to 162 mm below the code's centre, and 78 to 183.
     // This square lies on both.
     return {41.0, 41.0, {0.0, -114.0}};
 }
 
-std::array<PanelSquare, 4> panelSquares(const PanelGeometry& geometry, const Corners& code) {
-    std::array<PanelSquare, 4> squares;
+std::vector<PanelSquare> panelSquares(const PanelGeometry& geometry, const Corners& code) {
     const std::optional<Homography> imageFromPanel =
         homography(squareAround(Eigen::Vector2d::Zero(), geometry.codeHalfSide), code);
     if (!imageFromPanel) {
-        return squares;
+        return {};
     }
-    Eigen::Vector2d centre = geometry.squareCentre;
     const double halfSide = 0.5 * geometry.squareSide;
+    std::vector<PanelSquare> squares(geometry.isUpright ? 1 : 4);
+    Eigen::Vector2d centre = geometry.squareCentre;
     for (PanelSquare& square : squares) {
         square.whole = projected(*imageFromPanel, squareAround(centre, halfSide));
         square.inner = projected(*imageFromPanel, squareAround(centre, kInnerShare * halfSide));
-        centre = Eigen::Vector2d(-centre.y(), centre.x()); // a quarter turn
+        const Eigen::Vector2d aTurnOn(-centre.y(), centre.x());
+        const Eigen::Vector2d side = 2.0 * geometry.codeHalfSide * aTurnOn.normalized();
+        square.beside = {projected(*imageFromPanel, lineFrom(centre, side)),
+                         projected(*imageFromPanel, lineFrom(centre, -side))};
+        centre = aTurnOn;
     }
+    const auto isBeyond = [](const PanelSquare& square) { return square.whole.empty(); };
+    squares.erase(std::remove_if(squares.begin(), squares.end(), isBeyond), squares.end());
     return squares;
 }
 

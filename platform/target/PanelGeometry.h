@@ -6,6 +6,7 @@
 #include <Eigen/Core>
 
 #include <array>
+#include <vector>
 
 /// Where the grey surface of a panel lies relative to its QR code.
 namespace tessik::target {
@@ -15,6 +16,9 @@ struct PanelGeometry {
     double codeHalfSide = 0.0;
     double squareSide = 0.0; ///< of a square well inside the surface, its sides along the code's
     Eigen::Vector2d squareCentre = Eigen::Vector2d::Zero();
+    /// Whether the code is printed upright beside the surface. On older panels it is stuck on, and
+    /// the surface may lie on any of its sides.
+    bool isUpright = true;
 };
 
 /// Of the panels of one version.
@@ -24,13 +28,17 @@ TESSIK_PLATFORM_EXPORT PanelGeometry panelGeometry(int version);
 struct PanelSquare {
     Corners whole; ///< the square
     Corners inner; ///< the part of it that is measured
+    /// Places on two lines that begin inside the surface and end beyond its frame, one on each side
+    /// as the surface is seen from the code.
+    std::array<Corners, 2> beside;
 };
 
-/// Where the square may lie: the label with the code is not stuck on the same way round on all
-/// panels, so that the code's corners leave four places.
-/// @param code corners of the code in the image, as the decoder gives them: in turn around it
-/// @return nothing but empty squares when the corners are those of no square seen in perspective
-TESSIK_PLATFORM_EXPORT std::array<PanelSquare, 4> panelSquares(const PanelGeometry& geometry,
-                                                               const Corners& code);
+/// Where the square may lie.
+/// @param code corners of the code in the image: top left, bottom left, bottom right, top right as
+///        it is printed
+/// @return one square, four where the side is not known; none when the corners are those of no
+///         square seen in perspective
+TESSIK_PLATFORM_EXPORT std::vector<PanelSquare> panelSquares(const PanelGeometry& geometry,
+                                                             const Corners& code);
 
 } // namespace tessik::target

@@ -2,18 +2,13 @@
 #include "platform/target/Detectors.h"
 #include "platform/target/PanelCode.h"
 #include "platform/target/PanelGeometry.h"
-#include "platform/target/Stretch.h"
+#include "platform/target/PanelSurface.h"
+#include "platform/target/ShownText.h"
 
-#include <algorithm>
-#include <limits>
 #include <set>
 
 namespace tessik::target {
 namespace {
-
-/// The surface is grey, of about half the reflectance of the code's white paper. What is darker
-/// than this share of the white is the frame or the ground, however even it is.
-constexpr double kDimmestShare = 0.2;
 
 class QrPanel final : public ITargetDetector {
 public:
@@ -28,50 +23,6 @@ double darkLevelOf(const ExifInfo& exif, std::size_t band) {
                : 0.0;
 }
 
-/// The brightest tenth of a code is paper.
-double whiteOf(const image::Ring& code, const BandMatrix& band) {
-    constexpr double kPaper = 0.9;
-    return static_cast<double>(rangeOf(blockOf(boundsOf(code), band), {0.0, kPaper}).high);
-}
-
-/// The place whose light is most even, among those inside the image. Empty when there is none.
-image::Ring chooseRegion(const std::array<PanelSquare, 4>& squares,
-                         const BandMatrix& band,
-                         double dark,
-                         double white) {
-    image::Ring chosen;
-    double least = std::numeric_limits<double>::infinity();
-    for (const PanelSquare& square : squares) {
-        if (square.whole.empty() || !isInside(square.whole, band)) {
-            continue;
-        }
-        image::Ring region = outline(square.inner);
-        if (region.empty()) {
-            continue;
-        }
-        const image::Box box = boundsOf(region);
-        const image::RegionStats stats = image::statsForRegion(blockOf(box, band), box, region);
-        const double light = stats.mean - dark;
-        if (stats.validCount < 2 || !(light > kDimmestShare * (white - dark))) {
-            continue;
-        }
-        if (const double spread = stats.stdDev / light; spread < least) {
-            least = spread;
-            chosen = std::move(region);
-        }
-    }
-    return chosen;
-}
-
-/// A foreign code may hold anything: a page of text, control characters for the terminal.
-std::string shown(const std::string& text) {
-    constexpr std::size_t kMost = 40;
-    std::string result = text.substr(0, kMost);
-    std::replace_if(
-        result.begin(), result.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
-    return "\"" + result + (text.size() > kMost ? "...\"" : "\"");
-}
-
 void addPanel(const Code& code,
               const InputImage& image,
               const BandMatrix& band,
@@ -79,7 +30,7 @@ void addPanel(const Code& code,
               Detection& detection) {
     const std::optional<PanelCode> panel = parsePanelCode(code.text);
     if (!panel) {
-        detection.remarks.push_back("a QR code that is no panel's: " + shown(code.text));
+        detection.remarks.push_back("a QR code that is no panel's: " + shownText(code.text));
         return;
     }
     const auto remark = [&](const std::string& text) {
@@ -95,10 +46,7 @@ void addPanel(const Code& code,
         remark("has a code that is not inside the image");
         return;
     }
-    target.region = chooseRegion(panelSquares(panelGeometry(panel->version), code.corners),
-                                 band,
-                                 dark,
-                                 whiteOf(target.code, band));
+    target.region = surfaceRegion(panelGeometry(panel->version), code.corners, band, dark);
     if (target.region.empty()) {
         remark("does not show its grey surface inside the image");
         return;

@@ -1,31 +1,28 @@
 #include "platform/image/Raster.h"
 #include "platform/target/PanelCode.h"
 #include "platform/target/PanelGeometry.h"
+#include "platform/target/ShownText.h"
 #include "platform/target/TargetDetector.h"
 #include "platform/target/TargetPicture.h"
 #include "support/Support.h"
 
 #include <Eigen/Geometry>
-#include <boost/geometry/geometry.hpp>
 #include <gtest/gtest.h>
-#include <qrencode.h>
 
 #include <cmath>
 #include <fstream>
-#include <random>
 
 namespace tessik::target {
 namespace {
 
 using Eigen::Vector2d;
 
-constexpr double kDark = 4800.0;
-
 struct GeometryCase {
     int version;
     double codeHalfSide; ///< mm
     double squareSide;
     Vector2d centre; ///< x right, y up
+    std::size_t squares;
 };
 
 /// Corners around a centre, in the decoder's order: top left, bottom left, bottom right, top right.
@@ -45,15 +42,17 @@ TEST(PanelGeometry, theSquareOfEachVersionIsFoundThroughAPerspective) {
         }
         return corners;
     };
-    for (const GeometryCase& c : {GeometryCase{1, 42.0, 76.2, {-143.2, 0.0}},
-                                  {2, 42.0, 76.2, {-143.2, 0.0}},
-                                  {3, 45.0, 50.0, {-145.8, 0.0}},
-                                  {5, 45.0, 50.0, {-145.8, 0.0}},
-                                  {6, 41.0, 41.0, {0.0, -114.0}},
-                                  {7, 41.0, 41.0, {0.0, -114.0}}}) {
+    for (const GeometryCase& c : {GeometryCase{1, 42.0, 76.2, {-143.2, 0.0}, 4},
+                                  {2, 42.0, 76.2, {-143.2, 0.0}, 4},
+                                  {3, 45.0, 50.0, {-145.8, 0.0}, 4},
+                                  {5, 45.0, 50.0, {-145.8, 0.0}, 1},
+                                  {6, 41.0, 41.0, {0.0, -114.0}, 1},
+                                  {7, 41.0, 41.0, {0.0, -114.0}, 1}}) {
         const Corners code = seen(around(Vector2d::Zero(), c.codeHalfSide));
         Vector2d centre = c.centre;
-        for (const PanelSquare& square : panelSquares(panelGeometry(c.version), code)) {
+        const std::vector<PanelSquare> squares = panelSquares(panelGeometry(c.version), code);
+        EXPECT_EQ(squares.size(), c.squares) << c.version;
+        for (const PanelSquare& square : squares) {
             const Corners whole = seen(around(centre, 0.5 * c.squareSide));
             const Corners inner = seen(around(centre, 0.4 * c.squareSide));
             ASSERT_EQ(square.whole.size(), 4U);
@@ -65,7 +64,7 @@ TEST(PanelGeometry, theSquareOfEachVersionIsFoundThroughAPerspective) {
         }
     }
     const Corners onALine(4, Vector2d(3.0, 3.0));
-    EXPECT_TRUE(panelSquares(panelGeometry(6), onALine)[0].whole.empty());
+    EXPECT_TRUE(panelSquares(panelGeometry(6), onALine).empty());
 }
 
 struct DigitsCase {
@@ -129,69 +128,6 @@ TEST(PanelCode, theDigitsAreAStraightLineOverTheWavelength) {
     }
 }
 
-/// Where a code lies in an image, and the panel's grey surface relative to it.
-struct Label {
-    std::string text;
-    Vector2d centre; ///< px
-    double angle = 0.0;
-    Vector2d surface = {0.0, -116.4}; ///< mm, y up
-    bool hasSurface = true;
-};
-
-/// Raw values of uneven ground with black, white and grey of panels of version 6 on it, a pixel a
-/// millimetre.
-class Ground {
-public:
-    Ground(Eigen::Index rows, Eigen::Index cols) : m_band(rows, cols) {
-        std::mt19937 random(1);
-        for (float& value : m_band.reshaped()) {
-            value = static_cast<float>(kDark + 3000.0 + static_cast<double>(random() % 8000));
-        }
-    }
-
-    Ground& draw(const Label& label) {
-        const std::unique_ptr<QRcode, decltype(&QRcode_free)> code(
-            QRcode_encodeString(label.text.c_str(), 0, QR_ECLEVEL_M, QR_MODE_8, 1), QRcode_free);
-        for (Eigen::Index row = 0; row < m_band.rows(); ++row) {
-            for (Eigen::Index column = 0; column < m_band.cols(); ++column) {
-                const Vector2d offset =
-                    Vector2d(static_cast<double>(column), static_cast<double>(row)) - label.centre;
-                Vector2d mm = Eigen::Rotation2Dd(-label.angle) * offset;
-                mm.y() = -mm.y();
-                if (mm.cwiseAbs().maxCoeff() < 41.0) {
-                    const auto module = [&code](double x) {
-                        return static_cast<int>((x + 41.0) / 82.0 * code->width);
-                    };
-                    const int at = module(-mm.y()) * code->width + module(mm.x());
-                    m_band(row, column) = (code->data[at] & 1) != 0 ? 7000.0F : 48000.0F;
-                } else if (mm.cwiseAbs().maxCoeff() < 55.0) {
-                    m_band(row, column) = 48000.0F;
-                } else if (label.hasSurface && (mm - label.surface).cwiseAbs().maxCoeff() < 46.0) {
-                    m_band(row, column) = 30000.0F + static_cast<float>((row * 7 + column) % 400);
-                }
-            }
-        }
-        return *this;
-    }
-    /// Even, and darker than any panel.
-    Ground& shade(Eigen::Index row, Eigen::Index column, Eigen::Index side) {
-        m_band.block(row, column, side, side).setConstant(static_cast<float>(kDark + 1500.0));
-        return *this;
-    }
-
-    [[nodiscard]] Detection find(std::size_t detector = 1) const {
-        InputImage image;
-        image.exif = test::plainExif(static_cast<std::uint64_t>(m_band.cols()),
-                                     static_cast<std::uint64_t>(m_band.rows()));
-        image.exif.bands = {{650.0, 10.0}};
-        image.exif.darkLevels = {Eigen::MatrixXd::Constant(1, 1, kDark)};
-        return targetDetectors().at(detector)->find(image, {m_band});
-    }
-
-private:
-    BandMatrix m_band;
-};
-
 /// Twice the signed area; positive when clockwise as the image is looked at.
 double turn(const image::Ring& ring) {
     double sum = 0.0;
@@ -202,82 +138,28 @@ double turn(const image::Ring& ring) {
     return sum;
 }
 
-/// Expects a region around the surface's centre, far from its edges: they are 46 px away, and a
-/// square of 33 px is measured. The decoder's corners are whole pixels 41 px from the code's
-/// centre, the surface is 116 px from it, and the square 2 px nearer.
-void expectRegion(const DetectedTarget& target, const Vector2d& centre) {
-    ASSERT_EQ(target.region.size(), 5U);
-    EXPECT_TRUE(boost::geometry::equals(target.region.front(), target.region.back()));
-    Vector2d mean = Vector2d::Zero();
-    for (std::size_t i = 0; i < 4; ++i) {
-        mean += 0.25 * Vector2d(target.region[i].x(), target.region[i].y());
-    }
-    EXPECT_NEAR((mean - centre).norm(), 0.0, 8.0);
-    EXPECT_NEAR(turn(target.region), 2.0 * 32.8 * 32.8, 400.0);
-}
-
-constexpr auto kText = "RP06-1234567-AB_04005000900600";
-
-TEST(QrPanel, theSurfaceIsFoundOnWhicheverSideOfTheCodeItLies) {
-    for (int side = 0; side < 4; ++side) {
-        for (const double angle : {0.0, 0.5, 2.2, 3.1, -1.4}) {
-            Label label{kText, {250.0, 240.0}, angle};
-            label.surface = Eigen::Rotation2Dd(side * M_PI / 2.0) * label.surface;
-            // Beside the code, shade that is more even than any panel.
-            const Detection found = Ground(480, 500).shade(300, 0, 180).draw(label).find();
-            SCOPED_TRACE(testing::Message() << "side " << side << " angle " << angle);
-            ASSERT_EQ(found.targets.size(), 1U);
-            const DetectedTarget& target = found.targets[0];
-            EXPECT_TRUE(found.remarks.empty());
-            EXPECT_EQ(target.detector, "QR panel");
-            EXPECT_EQ(target.type, TargetType::Unknown);
-            EXPECT_EQ(target.id, "RP06-1234567-AB");
-            ASSERT_EQ(target.reflectance.size(), 1U);
-            EXPECT_NEAR(target.reflectance[0], 0.55, 1e-12);
-            const Vector2d down = Vector2d(label.surface.x(), -label.surface.y());
-            expectRegion(target, label.centre + Eigen::Rotation2Dd(angle) * down);
-            EXPECT_NEAR(turn(target.code), 2.0 * 82.0 * 82.0, 900.0);
-        }
-    }
-}
-
-struct SceneCase {
-    const char* what;
-    Ground ground;
-    std::size_t targets;
-    std::vector<std::string> remarks;
-};
-
-TEST(QrPanel, whatIsNoUsablePanelIsLeftOutAndSaid) {
-    const Vector2d left(120.0, 120.0);
-    const Vector2d right(420.0, 120.0);
-    const std::string other = "RP06-7654321-AB_04005000900600";
-    const SceneCase cases[] = {
-        {"no code", Ground(360, 560), 0, {}},
-        {"even image", Ground(360, 560).shade(0, 0, 360), 0, {}},
-        {"two panels", Ground(360, 560).draw({kText, left}).draw({other, right}), 2, {}},
-        {"one text twice", Ground(360, 560).draw({kText, left}).draw({kText, right}), 1, {}},
-        {"foreign code beside a panel",
-         Ground(360, 560).draw({kText, left}).draw({"hello\x1b[2J", right}),
-         1,
-         {"a QR code that is no panel's: \"hello?[2J\""}},
-        {"long text",
-         Ground(360, 560).draw({std::string(60, 'x'), left}),
-         0,
-         {"a QR code that is no panel's: \"" + std::string(40, 'x') + "...\""}},
-        {"surfaces outside the image",
-         Ground(130, 130).draw({kText, {65.0, 65.0}}),
-         0,
-         {"panel RP06-1234567-AB does not show its grey surface inside the image"}},
-        {"no surface, but even shade",
-         Ground(360, 300).shade(180, 60, 180).draw({kText, left, 0.0, {0, 0}, false}),
-         0,
-         {"panel RP06-1234567-AB does not show its grey surface inside the image"}}};
-    for (const SceneCase& c : cases) {
-        // A code without its panel may have ground beside it that passes for one: here it does not.
-        const Detection found = c.ground.find();
-        EXPECT_EQ(found.targets.size(), c.targets) << c.what;
-        EXPECT_EQ(found.remarks, c.remarks) << c.what;
+TEST(ShownText, whatCouldActOnATerminalOrIsNoTextIsEscaped) {
+    const std::pair<std::string, std::string> cases[] = {
+        {"RP06-1 ~", "RP06-1 ~"},
+        {"Grün 面 \xf0\x9f\x8c\xb1", "Grün 面 \xf0\x9f\x8c\xb1"},
+        {"a\x1b[2J\r\n\x7f", "a\\x1b[2J\\x0d\\x0a\\x7f"},
+        {std::string("\0\\", 2), "\\x00\\x5c"},
+        {"\xc2\x9b"
+         "2J",
+         "\\xc2\\x9b"
+         "2J"}, // begins a command on a terminal of 8 bits
+        {"\xe2\x80\xae"
+         "bad",
+         "\\xe2\\x80\\xae"
+         "bad"},                             // turns the direction of writing
+        {"\xe2\x80\xa8", "\\xe2\\x80\\xa8"}, // ends a line
+        {"\xff\xc3", "\\xff\\xc3"},
+        {"\xc0\xaf\xed\xa0\x80", "\\xc0\\xaf\\xed\\xa0\\x80"}, // too long; half of a pair
+        {std::string(60, 'x'), std::string(40, 'x') + "..."},
+        {std::string(39, 'x') + "ü", std::string(39, 'x') + "ü"},
+        {std::string(39, 'x') + "üü", std::string(39, 'x') + "ü..."}};
+    for (const auto& [text, shown] : cases) {
+        EXPECT_EQ(shownText(text), "\"" + shown + "\"");
     }
 }
 
@@ -356,37 +238,6 @@ TEST(TargetPicture, isWrittenWholeOrNotAtAll) {
     EXPECT_THROW(writeTargetPicture(folder.file("no/a.png"), test::ramp(2, 3), target, {}),
                  image::Error);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1);
-}
-
-TEST(QrPanel, aRealPanelIsFoundInAllBands) {
-    const auto samples = test::samplesFolder();
-    if (!samples) {
-        GTEST_SKIP() << "no sample images; set RADIOMETRY_SAMPLES";
-    }
-    for (int capture = 0; capture < 2; ++capture) {
-        for (int b = 1; b <= 5; ++b) {
-            const std::string name =
-                "rededge/IMG_000" + std::to_string(capture) + "_" + std::to_string(b) + ".tif";
-            SCOPED_TRACE(name);
-            const BandImage raw = image::Raster::open((*samples / name).string()).read();
-            const Detection found = targetDetectors().at(1)->find({}, raw);
-            EXPECT_TRUE(found.remarks.empty());
-            ASSERT_EQ(found.targets.size(), capture == 0 ? 1U : 0U);
-            if (capture != 0) {
-                continue;
-            }
-            EXPECT_EQ(found.targets[0].id, "RP02-1603036-SC");
-            EXPECT_TRUE(found.targets[0].reflectance.empty());
-            const image::RegionStats stats = image::statsForRegion(
-                raw[0],
-                {{0, 0},
-                 {static_cast<int>(raw[0].cols()) - 1, static_cast<int>(raw[0].rows()) - 1}},
-                found.targets[0].region);
-            EXPECT_GT(stats.validCount, 7000);
-            EXPECT_LT(stats.stdDev / stats.mean, 0.035);
-            EXPECT_GT(stats.mean, 40000.0); // nothing else is as bright and as even
-        }
-    }
 }
 
 } // namespace
