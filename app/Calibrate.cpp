@@ -5,12 +5,12 @@
 #include "FlightTargets.h"
 #include "ImageCorrector.h"
 #include "KnownReflectance.h"
-#include "MakerConstant.h"
 #include "RigTargets.h"
 #include "SensitivityFile.h"
 #include "TargetPictures.h"
 #include "platform/exif/Tags.h"
 #include "platform/text/Text.h"
+#include "radiometry/MakerSensitivity.h"
 #include "radiometry/TargetCalibration.h"
 
 #include <cmath>
@@ -89,7 +89,7 @@ std::optional<double> makersReflectance(const InputImage& image,
                                         std::size_t band,
                                         double mean,
                                         radiometry::CorrectionType type) {
-    const std::vector<double> sensitivity = makerSensitivity(image.exif, type);
+    const std::vector<double> sensitivity = radiometry::makerSensitivity(image.exif, type);
     return band < sensitivity.size() ? std::optional(mean / sensitivity[band]) : std::nullopt;
 }
 

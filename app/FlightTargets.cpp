@@ -2,11 +2,11 @@
 
 #include "Console.h"
 #include "ImageCorrector.h"
-#include "MakerConstant.h"
 #include "RigTargets.h"
 #include "SensitivityFile.h"
 #include "TargetPictures.h"
 #include "Targets.h"
+#include "radiometry/MakerSensitivity.h"
 
 #include <algorithm>
 #include <memory>
@@ -127,8 +127,8 @@ void useMakerConstants(const Flight& flight, Plan& plan) {
             continue;
         }
         const std::vector<double> sensitivity =
-            makerSensitivity(firstImageOf(camera.id, flight).exif,
-                             plan.project.settings.at(camera.id).correctionType);
+            radiometry::makerSensitivity(firstImageOf(camera.id, flight).exif,
+                                         plan.project.settings.at(camera.id).correctionType);
         if (!sensitivity.empty()) {
             plan.project.sensitivities[camera.id] = sensitivity;
             camera.sensitivitySource = {"maker", "the maker's constant; no target was used"};

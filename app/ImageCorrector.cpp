@@ -3,15 +3,15 @@
 #include "Poses.h"
 #include "platform/camera/CameraExternals.h"
 #include "platform/exif/ExifReader.h"
-#include "platform/exif/Predicates.h"
 #include "platform/geo/ProjectCoordinateSystems.h"
 #include "platform/math/Angle.h"
 #include "platform/text/Text.h"
+#include "radiometry/Config.h"
 #include "radiometry/Correct.h"
 #include "radiometry/DirectSunlightFraction.h"
-#include "radiometry/ExposureMetadata.h"
 #include "radiometry/SunPosition.h"
 #include "radiometry/Thermal.h"
+#include "radiometry/Validation.h"
 #include "radiometry/corrector/ICorrector.h"
 #include "radiometry/corrector/SunSensor.h"
 
@@ -125,47 +125,23 @@ image::Raster openPixels(InputImage& image) {
 }
 
 void ImageCorrector::check(const InputImage& image) const {
-    const ExifInfo& exif = image.exif;
     const radiometry::CorrectionType type = m_project.typeOf(image);
-    if (exif.isNormalized) {
-        refuse("already corrected");
+    // Of a camera that the user did not ask to leave alone, the least correction is expected.
+    const bool isUnknown = !doAnyCorrection(type) && !m_project.isTypeChosen;
+    if (!m_project.isTypeChosen && doAnyCorrection(type) && !image.exif.isNormalized &&
+        !doAnyCorrection(radiometry::guessRadiometricCorrectionTypeFromImage(image))) {
+        refuse("the metadata lack what other images of this camera state and its correction needs");
     }
-    if (exif.isThermal) {
-        return; // its samples are temperatures, whatever the metadata say of exposure and light
+    const std::string reason =
+        radiometry::whyNotToCorrect(image,
+                                    isUnknown ? radiometry::CorrectionType::CameraOnly : type,
+                                    m_project.sequoiaModelOf(image));
+    if (!reason.empty()) {
+        refuse(reason);
     }
-    if (!doAnyCorrection(type) && m_project.isTypeChosen) {
-        return;
-    }
-    if (exif.make.isEmpty() && exif.exposureTime == 0.0) {
-        refuse("no camera metadata");
-    }
-    if (!doAnyCorrection(type)) {
+    if (isUnknown && !image.exif.isThermal) {
         refuse("the metadata hold neither a sensitivity nor an irradiance; ask for --type camera "
-               "to correct exposure alone, or --type none");
-    }
-    if (exif.exposureTime == 0.0 && !exif.isAirinovMultispec4C) {
-        refuse("no exposure time in the metadata");
-    }
-    // Its optical models then do not act, and the values would stay as they are.
-    if (sequoia::isSequoia(exif) && (exif.iso <= 0 || exif.apertureFNumber <= 0.0)) {
-        refuse("no ISO or no f-number in the metadata, which the Sequoia's model needs");
-    }
-    if (!exif.sensitivity.empty() && !radiometry::isSensitivityValid(exif.sensitivity)) {
-        refuse("the sensitivity in the metadata is not above 0 in each band");
-    }
-    if (doIrradianceCorrection(type) && !exif::hasSunIrradiance(exif)) {
-        refuse("no irradiance reading in the metadata");
-    }
-    if (doSunAngleCorrection(type) && !exif.uselessBands.empty()) {
-        refuse("the sun angle cannot be corrected for a camera with a band that holds nothing of "
-               "use; ask for --type irradiance");
-    }
-    if (doSunAngleCorrection(type) && !image.geo.position) {
-        refuse("Unable to convert from output coordinate system to WGS-84: no position in the "
-               "metadata");
-    }
-    if (m_project.sequoiaModelOf(image) != nullptr && !exif.sensorTemperature) {
-        refuse("no sensor temperature in the metadata, which the factory calibration needs");
+               "to correct exposure only, or --type none");
     }
 }
 

@@ -13,8 +13,8 @@
 
 namespace tessik::app {
 
-/// Per-pixel maps shared between the images of a camera. A map is made anew when what it depends on
-/// (dark levels, vignetting description, image size) changes from one image to the next. Thread
+/// Per-pixel maps shared between the images of a camera. A map is made again when its key
+/// changes from one image to the next. Thread
 /// safe.
 ///
 /// Maps take 8 bytes a pixel a camera, so only those of the cameras last asked for are kept: a run
@@ -32,7 +32,7 @@ public:
 
 private:
     struct Entry {
-        std::string signature;
+        std::string key;
         radiometry::datasource::DataSourcePointer source;
     };
 

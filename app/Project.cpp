@@ -23,13 +23,27 @@ bool isThermal(const Flight& flight, std::uint64_t cameraId) {
     });
 }
 
+/// The richest type that a camera's images support. One whose metadata lack so much that it cannot be
+/// corrected at all (damaged, or of a capture that failed) costs itself only.
+CorrectionType guessedType(const Flight& flight, std::uint64_t cameraId) {
+    std::optional<CorrectionType> least;
+    for (const InputImage& image : flight.images) {
+        if (!image.enabled || image.cameraId != cameraId) {
+            continue;
+        }
+        const CorrectionType guess = radiometry::guessRadiometricCorrectionTypeFromImage(image);
+        if (doAnyCorrection(guess)) {
+            least = std::min(least.value_or(guess), guess);
+        }
+    }
+    return least.value_or(CorrectionType::NoCorrection);
+}
+
 CorrectionType typeFor(const Flight& flight, std::size_t cameraId, const ProjectOptions& options) {
     if (isThermal(flight, cameraId)) {
         return CorrectionType::NoCorrection;
     }
-    return options.type
-               ? *options.type
-               : radiometry::guessRadiometricCorrectionTypeFromImage(flight.images, cameraId);
+    return options.type.value_or(guessedType(flight, cameraId));
 }
 
 std::string stateOf(const fs::path& file) {

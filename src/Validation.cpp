@@ -1,9 +1,11 @@
 #include "radiometry/Validation.h"
 
 #include "platform/camera/InputImage.h"
+#include "platform/exif/Predicates.h"
 #include "platform/geo/Conversions.h"
 #include "platform/log/Log.h"
 #include "radiometry/Config.h"
+#include "radiometry/ExposureMetadata.h"
 
 namespace tessik {
 
@@ -69,6 +71,46 @@ bool haveAllInformationForCorrection(const CamerasData& cameras,
         }
     }
     return true;
+}
+
+std::string whyNotToCorrect(const InputImage& image,
+                            CorrectionType type,
+                            const sequoia::ModelParameter* sequoiaModel) {
+    const ExifInfo& exif = image.exif;
+    if (exif.isNormalized) {
+        return "already corrected";
+    }
+    if (!doAnyCorrection(type) || exif.isThermal) {
+        return {}; // temperatures are what they are, whatever is said of exposure and light
+    }
+    if (exif.make.isEmpty() && exif.exposureTime == 0.0) {
+        return "no camera metadata";
+    }
+    if (exif.exposureTime == 0.0 && !exif.isAirinovMultispec4C) {
+        return "no exposure time in the metadata";
+    }
+    // Its optical models then do not act, and the values would stay as they are.
+    if (sequoia::isSequoia(exif) && (exif.iso <= 0 || exif.apertureFNumber <= 0.0)) {
+        return "no ISO or no f-number in the metadata, which the Sequoia's model needs";
+    }
+    if (!exif.sensitivity.empty() && !isSensitivityValid(exif.sensitivity)) {
+        return "the sensitivity in the metadata is not above 0 in each band";
+    }
+    if (doIrradianceCorrection(type) && !exif::hasSunIrradiance(exif)) {
+        return "no irradiance reading in the metadata";
+    }
+    if (doSunAngleCorrection(type) && !exif.uselessBands.empty()) {
+        return "the sun angle cannot be corrected for a camera with a band that holds nothing of "
+               "use; ask for --type irradiance";
+    }
+    if (doSunAngleCorrection(type) && !image.geo.position) {
+        return "Unable to convert from output coordinate system to WGS-84: no position in the "
+               "metadata";
+    }
+    if (sequoiaModel != nullptr && !exif.sensorTemperature) {
+        return "no sensor temperature in the metadata, which the factory calibration needs";
+    }
+    return {};
 }
 
 } // namespace radiometry

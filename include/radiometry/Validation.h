@@ -7,6 +7,7 @@
 #include <QtCore/QString>
 
 #include <cstddef>
+#include <string>
 #include <unordered_map>
 #include <vector>
 
@@ -18,13 +19,17 @@ class OutCoordSystem;
 struct SiteCalibration;
 } // namespace geo
 
+namespace radiometry::sequoia {
+struct ModelParameter;
+} // namespace radiometry::sequoia
+
 namespace text {
 /// "no correction", "camera", "camera and sun irradiance", ...
 RADIOMETRY_EXPORT QString toString(radiometry::CorrectionType type);
 } // namespace text
 
 /// Before the images of a project are corrected: does every camera have a correction type, and
-/// every image what that type needs? All functions are thread safe.
+/// every image what that type needs? May it be corrected at all? All functions are thread safe.
 namespace radiometry {
 
 /// Gives each camera that has no settings the richest type that its images support. Settings that
@@ -49,6 +54,15 @@ haveAllInformationForCorrection(const CamerasData& cameras,
                                 const std::unordered_map<std::size_t, Settings>& settings,
                                 const geo::OutCoordSystem& output,
                                 const geo::SiteCalibration& site);
+
+/// Why an image must not be corrected, because the numbers would only look right: it is corrected
+/// already, a model lacks what it needs, the light was not measured. For types below the least
+/// correction only what is corrected already is refused.
+/// @param sequoiaModel parameters of this Sequoia band, or null
+/// @return a text for people, without the image's path; empty = nothing speaks against it
+RADIOMETRY_EXPORT std::string whyNotToCorrect(const InputImage& image,
+                                              CorrectionType type,
+                                              const sequoia::ModelParameter* sequoiaModel);
 
 } // namespace radiometry
 } // namespace tessik

@@ -1,5 +1,7 @@
 #include "radiometry/DarkCurrentModel.h"
 
+#include "datasource/Key.h"
+#include "platform/exif/ExifInfo.h"
 #include "platform/log/Log.h"
 #include "radiometry/corrector/ICorrector.h"
 #include "radiometry/datasource/DataSources.h"
@@ -42,6 +44,27 @@ DarkCurrentModel::DarkCurrentModel(const IDarkCurrentModel& model) {
 
 void DarkCurrentModel::accept(corrector::ICorrector& corrector) const {
     corrector.useData(*this);
+}
+
+DataSourcePointer createDarkCurrentSource(const ExifInfo& exif,
+                                          const sequoia::ModelParameter* sequoiaModel) {
+    if (exif.darkLevels.empty() && sequoiaModel == nullptr) {
+        return nullptr;
+    }
+    return std::make_shared<DarkCurrentModel>(*createDarkCurrentModel(exif, sequoiaModel));
+}
+
+std::string darkCurrentKey(const ExifInfo& exif, const sequoia::ModelParameter* sequoiaModel) {
+    Key key;
+    key.add(sequoiaModel);
+    if (sequoiaModel != nullptr) {
+        return key.add(exif.iso, exif.sensorTemperature.value_or(0.0)).text();
+    }
+    key.add(exif.imageWidth, exif.imageHeight, exif.bandCount);
+    for (const Eigen::MatrixXd& level : exif.darkLevels) {
+        key.add(level);
+    }
+    return key.text();
 }
 
 } // namespace tessik::radiometry::datasource

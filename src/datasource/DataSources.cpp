@@ -2,8 +2,6 @@
 
 #include "platform/camera/CameraParams.h"
 #include "platform/camera/InputImage.h"
-#include "radiometry/DarkCurrentModel.h"
-#include "radiometry/VignettingModel.h"
 #include "radiometry/corrector/ICorrector.h"
 #include "radiometry/sequoia/ModelParameter.h"
 
@@ -41,30 +39,6 @@ CalibrationTarget::CalibrationTarget(const std::vector<double>& sensitivity)
 DataSourcePointer lookup(const Cache& cache, std::size_t cameraId, Type type) {
     const auto found = cache.find({cameraId, type});
     return found == cache.end() ? nullptr : found->second;
-}
-
-DataSourcePointer createDarkCurrentSource(const ExifInfo& exif,
-                                          const sequoia::ModelParameter* sequoiaModel) {
-    if (exif.darkLevels.empty() && sequoiaModel == nullptr) {
-        return nullptr;
-    }
-    return std::make_shared<DarkCurrentModel>(*createDarkCurrentModel(exif, sequoiaModel));
-}
-
-DataSourcePointer createVignettingSource(const CameraParams& camera,
-                                         double apertureFNumber,
-                                         const sequoia::ModelParameter* sequoiaModel) {
-    VignettingData description;
-    if (sequoiaModel == nullptr) {
-        description = camera.vignettingModel(apertureFNumber);
-    } else {
-        description.coefficients = sequoiaModel->cmos.vignetting;
-        description.type = VignettingType::Sequoia;
-    }
-    if (description.coefficients.size() == 0) {
-        return nullptr;
-    }
-    return std::make_shared<VignettingModel>(*createVignettingModel(description, camera));
 }
 
 std::vector<DataSourcePointer> create(const InputImage& image,

@@ -1,8 +1,11 @@
 #include "radiometry/VignettingModel.h"
 
+#include "datasource/Key.h"
+#include "platform/camera/CameraParams.h"
 #include "platform/log/Log.h"
 #include "radiometry/corrector/ICorrector.h"
 #include "radiometry/datasource/DataSources.h"
+#include "radiometry/sequoia/ModelParameter.h"
 
 namespace tessik::radiometry::datasource {
 
@@ -13,6 +16,37 @@ VignettingModel::VignettingModel(const IVignettingModel& model) : m_inverseMap(m
 
 void VignettingModel::accept(corrector::ICorrector& corrector) const {
     corrector.useData(*this);
+}
+
+DataSourcePointer createVignettingSource(const CameraParams& camera,
+                                         double apertureFNumber,
+                                         const sequoia::ModelParameter* sequoiaModel) {
+    VignettingData description;
+    if (sequoiaModel == nullptr) {
+        description = camera.vignettingModel(apertureFNumber);
+    } else {
+        description.coefficients = sequoiaModel->cmos.vignetting;
+        description.type = VignettingType::Sequoia;
+    }
+    if (description.coefficients.size() == 0) {
+        return nullptr;
+    }
+    return std::make_shared<VignettingModel>(*createVignettingModel(description, camera));
+}
+
+std::string vignettingKey(const CameraParams& camera,
+                          double apertureFNumber,
+                          const sequoia::ModelParameter* sequoiaModel) {
+    Key key;
+    key.add(sequoiaModel, camera.width, camera.height);
+    if (sequoiaModel != nullptr) {
+        return key.text();
+    }
+    const VignettingData data = camera.vignettingModel(apertureFNumber);
+    return key
+        .add(camera.principalPointX, camera.principalPointY, data.type, data.centerX, data.centerY)
+        .add(data.coefficients)
+        .text();
 }
 
 } // namespace tessik::radiometry::datasource

@@ -1,5 +1,7 @@
 #include "radiometry/DarkCurrentModel.h"
 #include "radiometry/VignettingModel.h"
+#include "radiometry/datasource/DataSources.h"
+#include "radiometry/sequoia/ModelParameter.h"
 #include "support/Support.h"
 
 #include <gtest/gtest.h>
@@ -175,6 +177,79 @@ TEST(Logging, whatOnlyAMessageNeedsIsNotComputedForALevelThatIsNotTaken) {
     TESSIK_LOG(logging::kWarning) << "value " << costly();
     EXPECT_EQ(log.count(logging::kWarning, "value 1"), 1);
     EXPECT_STREQ(log.records().front().where.file, "MapsTest.cpp");
+}
+
+/// What the maps of an image are made from.
+struct Making {
+    Making() {
+        setup.image.exif.darkLevels = {Eigen::MatrixXd::Constant(2, 1, 100.0)};
+        setup.image.exif.iso = 100;
+        setup.image.exif.sensorTemperature = 20.0;
+        setup.camera.vignetting =
+            description(VignettingType::RadialPolynomial, Eigen::Vector2d(1.0, -0.01));
+        model.darkCurrent.dark = sequoia::ParameterMatrix::Constant(4, 6, 2.0);
+        model.darkCurrent.temperatureCoefficient = 0.1;
+        model.cmos.vignetting = sequoia::ParameterMatrix::Constant(4, 6, 0.5);
+    }
+    [[nodiscard]] std::string key(bool isDark, bool hasModel) const {
+        const auto* used = hasModel ? &model : nullptr;
+        return isDark ? datasource::darkCurrentKey(setup.image.exif, used)
+                      : datasource::vignettingKey(setup.camera, 2.8, used);
+    }
+    [[nodiscard]] BandImage map(bool isDark, bool hasModel) const {
+        const auto* used = hasModel ? &model : nullptr;
+        if (isDark) {
+            const auto source = datasource::createDarkCurrentSource(setup.image.exif, used);
+            return dynamic_cast<const datasource::DarkCurrentModel&>(*source).darkCurrentMap();
+        }
+        const auto source = datasource::createVignettingSource(setup.camera, 2.8, used);
+        return {dynamic_cast<const datasource::VignettingModel&>(*source).inverseVignettingMap()};
+    }
+
+    test::ImageSetup setup{test::plainExif(6, 4)};
+    sequoia::ModelParameter model;
+};
+
+TEST(MapKeys, areAnotherOneWhereverTheMapIs) {
+    using Change = void (*)(Making&);
+    const Change changes[] = {
+        [](Making& m) { m.setup.image.exif.darkLevels[0](1, 0) = 101.0; },
+        [](Making& m) { m.setup.image.exif.darkLevels[0] = Eigen::RowVector2d(100.0, 101.0); },
+        [](Making& m) { m.setup.image.exif.imageWidth = 12; },
+        [](Making& m) { m.setup.image.exif.imageHeight = 8; },
+        [](Making& m) { m.setup.image.exif.iso = 200; },
+        [](Making& m) { m.setup.image.exif.sensorTemperature = 21.0; },
+        [](Making& m) { m.setup.camera.width = 12, m.setup.camera.height = 8; },
+        [](Making& m) { m.setup.camera.principalPointX += 1.0; },
+        [](Making& m) { m.setup.camera.principalPointY += 1.0; },
+        [](Making& m) { m.setup.camera.vignetting.centerX = 2.0; },
+        [](Making& m) { m.setup.camera.vignetting.centerY = 1.0; },
+        [](Making& m) { m.setup.camera.vignetting.type = VignettingType::Polynomial2D; },
+        [](Making& m) { m.setup.camera.vignetting.coefficients(1, 0) = -0.02; }};
+    int different = 0;
+    for (const bool isDark : {true, false}) {
+        for (const bool hasModel : {true, false}) {
+            Making making; // one place: a model is known by its own
+            const std::string key = making.key(isDark, hasModel);
+            const BandImage map = making.map(isDark, hasModel);
+            for (const Change& change : changes) {
+                making = Making();
+                change(making);
+                const BandMatrix changed = making.map(isDark, hasModel).front();
+                const bool isSame = changed.rows() == map.front().rows() &&
+                                    changed.cols() == map.front().cols() && changed == map.front();
+                EXPECT_TRUE(isSame || making.key(isDark, hasModel) != key)
+                    << isDark << hasModel << " " << (&change - changes);
+                different += isSame ? 0 : 1;
+            }
+        }
+    }
+    EXPECT_EQ(different, 14);
+    const Making one;
+    const Making other;
+    EXPECT_EQ(one.key(true, false), other.key(true, false));
+    EXPECT_EQ(one.key(false, false), other.key(false, false));
+    EXPECT_NE(one.key(true, true), other.key(true, true)); // another model
 }
 
 } // namespace

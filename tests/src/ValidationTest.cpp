@@ -3,6 +3,8 @@
 #include "platform/camera/InputImage.h"
 #include "platform/geo/OutCoordSystem.h"
 #include "platform/geo/SiteCalibration.h"
+#include "radiometry/sequoia/ModelParameter.h"
+#include "sequoia/SequoiaSupport.h"
 #include "support/Support.h"
 
 #include <gtest/gtest.h>
@@ -86,6 +88,58 @@ TEST(Validation, aCameraWithoutSettingsOrImagesEndsTheCheck) {
               "type.\nError e9035a: camera model name: Cam 100%2, correction type: camera - no "
               "enabled images\n");
     EXPECT_TRUE(haveAllInformationForCorrection({}, {}, {}, {}, {}));
+}
+
+TEST(Validation, whatWouldOnlyLookRightIsNotToBeCorrected) {
+    struct Case {
+        const char* reason;
+        CorrectionType type; ///< the least with which it is refused
+        void (*spoil)(InputImage&);
+        bool hasModel = false;
+    };
+    constexpr auto kNone = CorrectionType::NoCorrection;
+    constexpr auto kLeast = CorrectionType::CameraOnly;
+    constexpr auto kIrradiance = CorrectionType::CameraAndSunIrradiance;
+    constexpr auto kAngle = CorrectionType::CameraSunIrradianceAndSunAngle;
+    const Case cases[] = {
+        {"already corrected", kNone, [](InputImage& i) { i.exif.isNormalized = true; }},
+        {"no camera metadata",
+         kLeast,
+         [](InputImage& i) {
+             i.exif.make.clear();
+             i.exif.exposureTime = 0.0;
+         }},
+        {"no exposure time", kLeast, [](InputImage& i) { i.exif.exposureTime = 0.0; }},
+        {"no ISO or no f-number", kLeast, [](InputImage& i) { i.exif.iso = 0; }},
+        {"no ISO or no f-number", kLeast, [](InputImage& i) { i.exif.apertureFNumber = 0.0; }},
+        {"no valid sensitivity", kLeast, [](InputImage& i) { i.exif.sensitivity = {-1.0}; }},
+        {"no irradiance reading", kIrradiance, [](InputImage& i) { i.exif.sunIrradiance.clear(); }},
+        {"Unable to convert", kAngle, [](InputImage& i) { i.geo.position.reset(); }},
+        {"no sensor temperature",
+         kLeast,
+         [](InputImage& i) { i.exif.sensorTemperature.reset(); },
+         true}};
+    const sequoia::ModelParameter model;
+    for (const Case& c : cases) {
+        for (const CorrectionType type : {kNone, kLeast, kIrradiance, kAngle}) {
+            InputImage image;
+            image.exif = test::sequoiaExif(4, 4);
+            image.exif.sunIrradiance = {1.0};
+            image.geo.position = GeoPosition{47.0, 8.0, 500.0};
+            const auto* used = c.hasModel ? &model : nullptr;
+            EXPECT_EQ(whyNotToCorrect(image, type, used), "");
+            c.spoil(image);
+            const std::string reason = whyNotToCorrect(image, type, used);
+            EXPECT_EQ(reason.rfind(type < c.type ? "" : c.reason, 0), 0U) << c.reason;
+            EXPECT_EQ(reason.empty(), type < c.type) << c.reason << ": " << reason;
+        }
+    }
+    InputImage airinov; // whose values are normalised for exposure
+    airinov.exif = test::plainExif(4, 4);
+    airinov.exif.make = "Airinov";
+    EXPECT_NE(whyNotToCorrect(airinov, kLeast, nullptr), "");
+    airinov.exif.isAirinovMultispec4C = true;
+    EXPECT_EQ(whyNotToCorrect(airinov, kLeast, nullptr), "");
 }
 
 } // namespace

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -188,26 +189,36 @@ enum class Type : std::int32_t { DarkCurrentModel = 0, VignettingModel = 1 };
 using CacheKey = std::pair<std::size_t, Type>;
 
 /// Shared sources by camera identifier and kind. The library only reads it. A cached map is right
-/// only while the camera's dark levels, ISO, temperature, aperture and vignetting description stay
-/// as they were when it was made: that is for the caller to see to.
+/// only while its key (darkCurrentKey, vignettingKey) is that of the image: that is for the caller
+/// to see to.
 using Cache = std::unordered_map<CacheKey, DataSourcePointer, boost::hash<CacheKey>>;
 
 /// The cached source, or null. Never inserts.
 RADIOMETRY_EXPORT DataSourcePointer lookup(const Cache& cache, std::size_t cameraId, Type type);
 
 /// The dark current maps of an image: the factory model's where there is one, else what the
-/// metadata state; null when neither knows. Depends on the dark levels and image size, or on the
-/// model, ISO and sensor temperature. @throws error as the model factory
+/// metadata state; null when neither knows. @throws error as the model factory
 RADIOMETRY_EXPORT DataSourcePointer
 createDarkCurrentSource(const ExifInfo& exif, const sequoia::ModelParameter* sequoiaModel);
 
+/// All that those maps depend on: dark levels and image size, or the model, ISO and sensor
+/// temperature. Images of one key have the same maps. Bytes, for one run: a model counts as the
+/// same where it lies in the same place.
+RADIOMETRY_EXPORT std::string darkCurrentKey(const ExifInfo& exif,
+                                             const sequoia::ModelParameter* sequoiaModel);
+
 /// The inverse vignetting map of an image: the factory model's where there is one, else the
-/// camera's; null when neither describes it. Depends on that description, the principal point and
-/// the image size. @throws error as the model factory
+/// camera's; null when neither describes it. @throws error as the model factory
 RADIOMETRY_EXPORT DataSourcePointer
 createVignettingSource(const CameraParams& camera,
                        double apertureFNumber,
                        const sequoia::ModelParameter* sequoiaModel);
+
+/// All that this map depends on: its description, the principal point and the image size. As
+/// darkCurrentKey.
+RADIOMETRY_EXPORT std::string vignettingKey(const CameraParams& camera,
+                                            double apertureFNumber,
+                                            const sequoia::ModelParameter* sequoiaModel);
 
 /// All sources of one image: the six unconditional ones (coordinate systems, metadata, light,
 /// sensor, pose, settings), then the Sequoia response, dark current, vignetting and target where
