@@ -32,6 +32,7 @@ double readApertureFNumber(const ExifInfo& exif) {
 }
 
 double opticalCorrection(double fNumber, double exposureTime, double iso, double sensitivity) {
+    // Promised: docs/contract.md, no-guards.
     return fNumber * fNumber / (exposureTime * sensitivity * iso);
 }
 
@@ -60,6 +61,7 @@ PixelValueRange originalPixelRange(const ExifInfo& exif, const CameraParams& cam
         return {typeMin, typeMax};
     }
     if (!(min >= typeMin && max <= typeMax)) {
+        // Promised: docs/contract.md, range-in-db.
         fail("Inconsistent pixel range found in DB");
     }
     return {min, max};

@@ -27,9 +27,11 @@ SunAnglesSunRayAndUpDirection getSunRayAndUpDirection(const Eigen::Vector3d& pos
     if (!geo::out2wgs84(outCS, siteCalibration, position, wgs84)) {
         fail("Unable to convert from output coordinate system to WGS-84");
     }
+    // Promised: docs/contract.md, divide-first.
     const SunAngle angles = SunPositionEstimator().sunAngle(
         time, wgs84.latitude / 180.0 * kPi, wgs84.longitude / 180.0 * kPi);
     if (angles.elevation <= 0.0) {
+        // Promised: docs/contract.md, full-stops.
         fail("The sun is behind the horizon.");
     }
     Eigen::Vector3d north;
@@ -54,8 +56,10 @@ SunInfo sunPositionInfo(const Eigen::Vector3d& position,
 
 Eigen::ArrayXd sunPosition(const SunInfo& info, const Eigen::ArrayXd& directSunlightFraction) {
     const double tilt = info.cosSensorTilt;
+    // Promised: docs/contract.md, signed-square.
     const double view = tilt * tilt * (tilt >= 0.0 ? 0.5 : -0.5) + 0.5;
-    const double direct = info.cosSunIncidence > 0.0 ? info.cosSunIncidence : 0.0; // so a NaN
+    // A NaN counts as behind. Promised: docs/contract.md, nan-incidence.
+    const double direct = info.cosSunIncidence > 0.0 ? info.cosSunIncidence : 0.0;
     const Eigen::ArrayXd& d = directSunlightFraction;
     return (d * std::sin(info.angles.elevation) + (1.0 - d)) / (d * direct + (1.0 - d) * view);
 }
@@ -69,6 +73,7 @@ Eigen::Vector3d sunIrradianceSensorPoseVector(const ExifInfo& exif,
         if (!exif::hasSunIrradianceRelativeOrientation(exif)) {
             fail("No valid sensor pose");
         }
+        // Promised: docs/contract.md, float-radians.
         const Eigen::Vector3f angles = *exif.sunSensorRelativeOrientation / 180.0F * 3.1415927F;
         RotationMatrix cameraFromSensor;
         cameraFromSensor.setOmegaPhiKappaRelative(angles[0], angles[1], angles[2]);

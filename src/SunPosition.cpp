@@ -20,6 +20,7 @@ bool dayCount(double time, double& date) {
     if (!(std::abs(time) < kLargest)) {
         return false;
     }
+    // Promised: docs/contract.md, whole-seconds.
     const std::time_t seconds = static_cast<std::int64_t>(time);
     std::tm utc{};
     if (gmtime_r(&seconds, &utc) == nullptr) {

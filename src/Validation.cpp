@@ -62,6 +62,7 @@ bool haveAllInformationForCorrection(const CamerasData& cameras,
         const CorrectionType type = entry->second.correctionType;
         const CorrectionError failure = getCorrectionError(images, output, site, id, type);
         if (failure.hasErrors() || !failure.hasEnabledImages()) {
+            // Promised: docs/contract.md, code-e9035a.
             TESSIK_LOG(logging::kError)
                 << QStringLiteral("Error e9035a: camera model name: %1, correction type: %2 - %3")
                        .arg(camera.uniqueName,

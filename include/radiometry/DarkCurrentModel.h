@@ -35,6 +35,7 @@ RADIOMETRY_EXPORT std::ostream& operator<<(std::ostream& os, const IDarkCurrentM
 /// The dark levels that the metadata state: one number a band, or a pattern repeated over the image
 /// (one value per cell of a colour filter, say). A pattern that does not divide the image gives a
 /// smaller map. Keeps a reference to the metadata.
+/// Promised, its name too: docs/contract.md, base-name and borrowed.
 class RADIOMETRY_EXPORT DarkCurrentModelBase final : public IDarkCurrentModel {
 public:
     explicit DarkCurrentModelBase(const ExifInfo& exif);

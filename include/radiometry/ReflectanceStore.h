@@ -17,6 +17,8 @@
 ///
 /// so that two bands that agree to one decimal share one value. Functions may be called from
 /// several threads; errors of the settings themselves are not reported.
+///
+/// Promised: docs/contract.md, one-decimal, text-is-zero, and range-in-db for the names.
 namespace tessik::radiometry {
 
 /// One band of one physical target.

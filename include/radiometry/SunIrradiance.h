@@ -68,7 +68,7 @@ RADIOMETRY_EXPORT Eigen::ArrayXd sunPosition(const SunInfo& info,
 /// The sensor's normal, in output axes. With type 3 it comes from the camera's rotation and the
 /// sensor's orientation relative to it, (0, 0, 0) being a sensor that is level when the camera
 /// looks straight down; with any other from the sensor's own yaw, pitch and roll.
-/// @param imagePath for diagnostics alone
+/// @param imagePath for diagnostics (promised: docs/contract.md, image-path)
 /// @throws error "No valid sensor pose"
 RADIOMETRY_EXPORT Eigen::Vector3d sunIrradianceSensorPoseVector(const ExifInfo& exif,
                                                                 const GlobalShutter& externals,
@@ -77,7 +77,7 @@ RADIOMETRY_EXPORT Eigen::Vector3d sunIrradianceSensorPoseVector(const ExifInfo& 
                                                                 CorrectionType type);
 
 /// The readings of an image; from type 3 on, those of a level sensor.
-/// @param imagePath for diagnostics alone
+/// @param imagePath for diagnostics (promised: docs/contract.md, image-path)
 /// @param directSunlightFraction one value a band; not used below type 3
 /// @return irradiance of each band, in the sensor's unit; empty when there is no reading
 /// @throws error as the functions above; "Correcting for sun irradiance: invalid number of bands

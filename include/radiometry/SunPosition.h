@@ -42,7 +42,7 @@ private:
 };
 
 /// Direction towards the sun in output axes, not normalised: its horizontal part has length 1, its
-/// vertical part is tan(elevation).
+/// vertical part is tan(elevation). Promised: docs/contract.md, ray-of-no-length.
 /// @param position in output coordinates
 /// @throws error "Unable to convert output coordinate system to East, North, Up: position .."
 RADIOMETRY_EXPORT Eigen::Vector3d

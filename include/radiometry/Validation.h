@@ -47,7 +47,8 @@ RADIOMETRY_EXPORT CorrectionError getCorrectionError(const std::vector<InputImag
                                                      CorrectionType type);
 
 /// Every camera has settings, an enabled image, and images that lack nothing. Logs the first camera
-/// of which that is not true; those after it are not looked at.
+/// of which that is not true; those after it are not looked at (promised: docs/contract.md,
+/// first-camera).
 RADIOMETRY_EXPORT bool
 haveAllInformationForCorrection(const CamerasData& cameras,
                                 const std::vector<InputImage>& images,

@@ -65,7 +65,8 @@ private:
 };
 
 /// A coarse grid of brightness whose even and odd rows describe the sensor's two interleaved row
-/// fields; each field is enlarged on its own. Keeps a reference to the grid.
+/// fields; each field is enlarged on its own. Keeps a reference to the grid (promised:
+/// docs/contract.md, borrowed).
 class RADIOMETRY_EXPORT VignettingModelSequoia final : public IVignettingModel {
 public:
     VignettingModelSequoia(const Eigen::MatrixXd& coefficients,

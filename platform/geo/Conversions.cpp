@@ -12,6 +12,7 @@ bool isUsable(const SiteCalibration& site) {
            site.translation.allFinite();
 }
 
+/// Promised: docs/contract.md, divide-first.
 double radians(double degrees) {
     return degrees / 180.0 * 3.141592653589793;
 }

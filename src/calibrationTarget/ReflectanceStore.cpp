@@ -43,7 +43,8 @@ boost::optional<float> getCalibrationTargetReflectanceFromDb(const CalibrationTa
     if (!value.canConvert(QMetaType::Float)) {
         return boost::none;
     }
-    return value.toFloat(); // 0 for a text that is no number
+    // 0 for a text that is no number. Promised: docs/contract.md, text-is-zero.
+    return value.toFloat();
 }
 
 void saveCalibrationTargetReflectanceInDb(const CalibrationTargetKey& key, float reflectance) {

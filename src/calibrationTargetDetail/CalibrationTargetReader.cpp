@@ -63,6 +63,7 @@ image::Raster openVerified(const CalibrationTargetReader& reader) {
     if (isEmpty(box)) {
         fail("Empty image region");
     }
+    // Promised: docs/contract.md, region-unread and full-stops.
     if (!liesIn(box, raster)) {
         failToRead(reader.imagePath());
     }

@@ -16,6 +16,7 @@ CalibrationTarget::~CalibrationTarget() = default;
 
 void CalibrationTarget::useData(const datasource::CalibrationTarget& source) {
     if (source.sensitivity().size() > 0) {
+        // Promised: docs/contract.md, no-guards.
         m_data->factors = source.sensitivity().inverse().cast<float>();
     }
 }
@@ -30,6 +31,7 @@ RowWork CalibrationTarget::prepare(const BandImage& bands,
     verifyConsistentNumberOfBands(bands.size(),
                                   static_cast<std::size_t>(m_data->factors.size()),
                                   QStringLiteral("Correcting for target sensitivity"));
+    // Promised: docs/contract.md, factors-as-array.
     TESSIK_LOG(logging::kInfo) << "Calibration target derived sensitivity correction: "
                                << m_data->factors;
     tell(account, "factor", "", m_data->factors.cast<double>());

@@ -62,6 +62,7 @@ void ColorMatrix::act(BandImage& bands,
             out.setConstant(std::numeric_limits<double>::quiet_NaN());
         } else {
             out.noalias() = m_data->matrix * in;
+            // Promised: docs/contract.md, clean-inputs.
             if (m_data->clampToZero && in.minCoeff() >= 0.0) {
                 out = out.cwiseMax(0.0);
             }

@@ -47,7 +47,7 @@ RowWork DarkCurrent::prepare(const BandImage& bands,
         });
         tell(account, "dark_level", "DN", means);
     }
-    // Of the band processed last; a NaN is not negative.
+    // Of the band processed last; a NaN is not negative. Promised: docs/contract.md, last-band.
     const auto isLastNegative = std::make_shared<bool>(false);
     return {[darks, isLastNegative](const Row& row) {
                 const float* dark = darks[row.band].ofRow(row.index);

@@ -66,6 +66,7 @@ void ParrotSequoiaOpticalCameraV2::useData(const datasource::UserSettings& sourc
 bool ParrotSequoiaOpticalCameraV2::isApplicable() const {
     const std::string invalid = m_data->exposure.invalidNames();
     if (!invalid.empty() || m_data->imageWidth == 0 || m_data->imageHeight == 0) {
+        // Promised: docs/contract.md, empty-tag-list.
         warnOfInvalidTags(invalid);
         return false;
     }

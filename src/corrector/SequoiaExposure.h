@@ -25,6 +25,7 @@ struct SequoiaExposure {
     }
 };
 
+/// Said when a model is asked whether it applies. Promised: docs/contract.md, question-that-warns.
 inline void warnOfInvalidTags(const std::string& names) {
     TESSIK_LOG(logging::kWarning) << "Missing or incorrect exif tag for " << names;
 }

@@ -10,6 +10,7 @@ namespace tessik::radiometry {
 namespace {
 
 /// The test is absolute: dark levels are whole DN, or very nearly.
+/// Promised: docs/contract.md, first-entry.
 bool isConstant(const Eigen::MatrixXd& level) {
     return level.size() == 1 ||
            ((level.array() - level(0, 0)).abs() < std::numeric_limits<double>::epsilon()).all();
@@ -42,6 +43,7 @@ BandImage DarkCurrentModelBase::map() const {
             return level.size() == 0;
         });
     if (levels.size() != exif.bandCount || hasEmptyEntry) {
+        // Promised: docs/contract.md, entries.
         TESSIK_LOG(logging::kWarning)
             << "Inconsistent meta-data: " << exif.bandCount << " bands but dark current has "
             << levels.size() << "entries";

@@ -11,6 +11,7 @@ groupByBand(const CamerasData& cameras,
     for (const auto& [id, camera] : cameras) {
         const auto settings = settingsByCamera.find(id);
         if (settings == settingsByCamera.end()) {
+            // Promised: docs/contract.md, map-key.
             throw std::out_of_range("invalid unordered_map<K, T> key");
         }
         if (doSunAngleCorrection(settings->second.correctionType)) {

@@ -51,6 +51,7 @@ computeDirectSunlightFraction(const std::vector<InputImage>& images,
             TESSIK_LOG(logging::kWarning)
                 << "Unable to estimate direct sunlight fraction for band {" << band
                 << "}: " << failure.what();
+            // Promised: docs/contract.md, all-or-nothing.
             return {};
         }
     }

@@ -24,6 +24,7 @@ double calcDayTimeMean(const std::vector<InputImage>& images) {
     double count = 0.0;
     for (const InputImage& image : images) {
         const double time = image.geo.captureTime;
+        // Promised: docs/contract.md, nan-time.
         if (time != 0.0) {
             count += 1.0;
             mean += (time - mean) / count;
@@ -38,6 +39,7 @@ double calcDayTimeMean(const std::vector<InputImage>& images) {
 double computeDirectSunlightFractionPhysicalModel(double time, double latitude, double longitude) {
     const SunAngle sun = SunPositionEstimator().sunAngle(time, latitude, longitude);
     if (0.0 >= sun.elevation) {
+        // Promised: docs/contract.md, full-stops.
         fail("The sun is behind the horizon.");
     }
     return ClearSkyModelBird(kPi / 2.0 - sun.elevation,
@@ -57,6 +59,7 @@ double computeDirectSunlightFractionPhysicalModel(const std::vector<InputImage>&
             outCoordSystem, siteCalibration, outCoordSystem.referencePosition(), site)) {
         fail("Unable to convert from output coordinate system to WGS-84");
     }
+    // Promised: docs/contract.md, divide-first.
     return computeDirectSunlightFractionPhysicalModel(
         calcDayTimeMean(images), site.latitude / 180.0 * kPi, site.longitude / 180.0 * kPi);
 }

@@ -12,7 +12,7 @@
 /// with P the drift of the overall illumination, a polynomial in time; epsilon the fraction of
 /// direct sunlight; c the cosine of the sun's incidence on the sensor, 0 when the sun is behind it;
 /// q the cosine of the sensor's tilt. The signed square lets a sensor that faces down see less sky,
-/// never a negative share of it.
+/// never a negative share of it (promised: docs/contract.md, signed-square).
 namespace tessik::radiometry::detail {
 
 /// c0 + c1 t + ... by Horner's rule.

@@ -13,6 +13,7 @@ std::ostream& operator<<(std::ostream& os, const IVignettingModel& model) {
 
 std::unique_ptr<IVignettingModel> createVignettingModel(const VignettingData& data,
                                                         const CameraParams& camera) {
+    // Promised: docs/contract.md, zero-center.
     switch (data.type) {
     case VignettingType::RadialPolynomial:
         return std::make_unique<VignettingModelRadialPolynomial>(

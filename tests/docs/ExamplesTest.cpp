@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <regex>
 #include <set>
 
 namespace tessik {
@@ -84,6 +85,45 @@ TEST(FileFormats, theNamesOfAllCorrectorsAreDocumentedAndHaveWordsInTheReport) {
     for (const std::string& name : radiometry::corrector::names()) {
         EXPECT_NE(page.find("\n  " + name + ": \""), std::string::npos) << name;
         EXPECT_NE(formats.find("\n| `" + name + "` | "), std::string::npos) << name;
+    }
+}
+
+/// Words of small letters, digits and hyphens.
+std::set<std::string> wordsIn(const std::string& text) {
+    const std::regex word("[a-z0-9-]+");
+    return {std::sregex_token_iterator(text.begin(), text.end(), word),
+            std::sregex_token_iterator()};
+}
+
+TEST(Contract, eachPromiseHasItsPlaceInTheCodeAndEachPlaceItsPromise) {
+    const std::filesystem::path root = RADIOMETRY_SOURCE_DIR;
+    std::set<std::string> promises; // in backquotes at the beginning of a row
+    for (const std::string& line : linesOf(root / "docs/contract.md")) {
+        if (line.rfind("| `", 0) == 0) {
+            promises.insert(line.substr(3, line.find('`', 3) - 3));
+        }
+    }
+    EXPECT_GT(promises.size(), 20U);
+    std::set<std::string> named;
+    for (const char* folder : {"include", "src", "platform"}) {
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(root / folder)) {
+            const std::vector<std::string> lines = linesOf(entry.path());
+            for (std::size_t i = 0; i + 1 < lines.size(); ++i) {
+                const std::size_t at = lines[i].find("docs/contract.md");
+                if (at == std::string::npos) {
+                    continue;
+                }
+                bool isPromise = false;
+                for (const std::string& word : wordsIn(lines[i].substr(at) + " " + lines[i + 1])) {
+                    isPromise = isPromise || promises.count(word) > 0;
+                    named.insert(word);
+                }
+                EXPECT_TRUE(isPromise) << entry.path() << ": " << lines[i];
+            }
+        }
+    }
+    for (const std::string& promise : promises) {
+        EXPECT_EQ(named.count(promise), 1U) << promise << " is named nowhere";
     }
 }
 

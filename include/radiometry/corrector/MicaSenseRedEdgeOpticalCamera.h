@@ -8,7 +8,7 @@ namespace tessik::radiometry::corrector {
 
 /// The RedEdge's rolling shutter: row r is exposed for t_r = t + k1 r - k2 t r seconds, and its
 /// factor is N^2 / (t_r * S_b * ISO) / (largest sample value + 1). Rows count from the first row of
-/// the matrix.
+/// the matrix. Promised: docs/contract.md, rows-of-the-block.
 ///
 /// Source: MicaSense, radiometric calibration model: L = V a1/g (p - p_BL) / (t + a2 y - a3 t y).
 class RADIOMETRY_EXPORT MicaSenseRedEdgeOpticalCamera : public RowStep {

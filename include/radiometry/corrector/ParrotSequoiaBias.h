@@ -8,7 +8,8 @@ namespace tessik::radiometry::corrector {
 
 /// Adds a fixed bias to the red edge and near infrared bands of a Sequoia corrected by the
 /// factory's model. The biases are negative: a value of 0 or more never goes below 0, a negative
-/// one stays as it is, NaN stays NaN. Not part of the chain.
+/// one stays as it is, NaN stays NaN. Not part of the chain. Promised: docs/contract.md,
+/// bias-outside.
 class RADIOMETRY_EXPORT ParrotSequoiaBias : public RowStep {
 public:
     static constexpr const char* kName = "ParrotSequoiaBias"; ///< in accounts

@@ -31,7 +31,7 @@ struct ModelParameter;
 /// Measuring reflectance targets: from an image on disk to the sensitivity of its camera.
 namespace detail {
 
-/// Reads the target area of one image.
+/// Reads the target area of one image. Promised: docs/contract.md, reader-accessors.
 class RADIOMETRY_EXPORT CalibrationTargetReader {
 public:
     /// @param polygon the target, in pixels of the image; closed here if need be

@@ -31,7 +31,7 @@ RADIOMETRY_EXPORT std::uint64_t serialNumberKey(const QString& serialNumber);
 /// A body has four cameras, one a band, and one serial number: the model in this map is that of the
 /// first of them, in the order of `cameras`, whose band the model file holds; with a warning that
 /// of band Green where none names such a band. Where every camera needs its own, use
-/// loadFactoryCalibrationByCamera.
+/// loadFactoryCalibrationByCamera. Promised: docs/contract.md, by-serial.
 ///
 /// Never throws for a bad file: it warns and does without. A file that cannot be read, or that
 /// belongs to another body (w0501), leaves the body out; without a thermal profile (w0502) the

@@ -33,6 +33,7 @@ constexpr Eigen::Index kHeaderColumns = 6;
 /// What the unused part of a parameter raster holds: nothing that is read again, but the same in
 /// every file. The generator's sequence is fixed by the language, the library's distributions are
 /// not: so the upper 24 bits are taken as they are, which are a float in [0, 1) without rounding.
+/// Promised: docs/contract.md, filler.
 BandMatrix filler(Eigen::Index rows, Eigen::Index cols) {
     std::mt19937 generator; // NOLINT(cert-msc32-c,cert-msc51-cpp): the same file every time
     BandMatrix raster(rows, cols);
@@ -165,6 +166,7 @@ void writeModel(const QString& path, const QString& serialNumber, const BandMode
     for (const char* name : kBandNames) {
         const auto found = models.find(name);
         if (found == models.end()) {
+            // Promised: docs/contract.md, band-not-in-map.
             fail("Band ", name, "is not in parameter map");
         }
         appendRasters(found->second, rasters);

@@ -85,6 +85,7 @@ std::optional<BandModels> loadModels(const CalibrationFiles& calibrationFiles,
     try {
         auto [found, models] = readModel(path);
         if (found != serialNumber) {
+            // Promised: docs/contract.md, codes-w.
             TESSIK_LOG(logging::kWarning) << "w0501: Serial number mismatch: " << path
                                           << " belongs to Sequoia with serial number " << found
                                           << " but requested was serial number " << serialNumber
