@@ -35,8 +35,7 @@ Pipeline::Pipeline(const std::vector<datasource::DataSourcePointer>& dataSources
                    const Eigen::Vector2i& blockOffset,
                    Accounts* accounts)
     : m_dataSources(dataSources), m_bands(bands), m_blockOffset(blockOffset),
-      m_mayWait(!logging::takes(logging::kInfo) &&
-                std::all_of(dataSources.begin(), dataSources.end(), &isOfLibrary)),
+      m_areSourcesOfLibrary(std::all_of(dataSources.begin(), dataSources.end(), &isOfLibrary)),
       m_accounts(accounts) {}
 
 void Pipeline::run(const Chain& correctors) {
@@ -60,7 +59,8 @@ Pipeline::Member Pipeline::member(ICorrector& corrector) const {
     if (name == nullptr) {
         return {corrector, nullptr, nullptr, nullptr};
     }
-    const auto* rowStep = m_mayWait ? dynamic_cast<const RowStep*>(&corrector) : nullptr;
+    const bool mayWait = m_areSourcesOfLibrary && !logging::takes(logging::kInfo);
+    const auto* rowStep = mayWait ? dynamic_cast<const RowStep*>(&corrector) : nullptr;
     return {corrector, name, dynamic_cast<const Step*>(&corrector), rowStep};
 }
 

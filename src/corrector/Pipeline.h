@@ -46,7 +46,7 @@ private:
     const std::vector<datasource::DataSourcePointer>& m_dataSources;
     BandImage& m_bands;
     const Eigen::Vector2i& m_blockOffset;
-    bool m_mayWait; ///< row steps may wait for those after them
+    bool m_areSourcesOfLibrary;
     Accounts* m_accounts;
     std::vector<RowWork> m_waiting;
     Accounts m_waitingAccounts; ///< one each

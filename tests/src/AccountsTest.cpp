@@ -118,6 +118,7 @@ TEST(Accounts, haveOneNumberABand) {
     ExifInfo exif = test::plainExif(3, 2, 2);
     exif.exposureTime = 0.5;
     exif.sensitivity = {2.0, 4.0};
+    exif.badPixels = {{{0, 0}}, {{1, 1}, {2, 2}}};
     Eigen::MatrixXd pattern(2, 1);
     pattern << 10, 40; // the block of three rows has two of 10
     exif.imageHeight = 4;
@@ -129,6 +130,7 @@ TEST(Accounts, haveOneNumberABand) {
                                       CorrectionType::CameraOnly,
                                       {test::ramp(3, 3, 1000.0F), BandMatrix::Constant(3, 3, nan)},
                                       {2.0, 8.0}));
+    EXPECT_THAT(values["BadPixelMasking masked [px]"], ElementsAre(1.0, 2.0));
     EXPECT_THAT(values["DarkCurrent dark_level [DN]"], ElementsAre(20.0, 40.0));
     EXPECT_THAT(values["ColorMatrix share_of_band_0"], ElementsAre(1.0, 0.25));
     EXPECT_THAT(values["ColorMatrix share_of_band_1"], ElementsAre(-0.5, 2.0));
