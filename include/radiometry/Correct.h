@@ -14,8 +14,10 @@ namespace tessik::radiometry {
 /// to reflectance, or equal to reflectance, by the settings and what the metadata hold; pixels
 /// without a valid value become kNoData.
 ///
-/// The rolling-shutter model counts rows from the block's first one and bad pixels are positions in
-/// the block: blocks of such cameras must span the image's full height from row 0.
+/// The rolling-shutter model counts rows from the block's first one: blocks of such cameras must
+/// span the image's full height from row 0. Bad pixels are positions in the block: one that does
+/// not begin at the image's first pixel needs metadata with a list of its own. Maps, clip limits
+/// and all else follow blockOffset.
 ///
 /// Thread safe for different bands; reads its other arguments.
 ///
