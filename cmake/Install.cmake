@@ -19,3 +19,5 @@ install(FILES ${PROJECT_BINARY_DIR}/radiometryConfig.cmake
               ${PROJECT_BINARY_DIR}/radiometryConfigVersion.cmake
   DESTINATION ${package_dir})
 install(FILES ${PROJECT_BINARY_DIR}/radiometry.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+# What Debian calls the copyright file: whose code the binaries hold, and on which terms.
+install(FILES ${CMAKE_CURRENT_LIST_DIR}/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/radiometry)
