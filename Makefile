@@ -1,5 +1,5 @@
 # Thin front door: each target installs what it lacks, builds, and runs.
-.PHONY: build demo check check-sanitize check-threads fuzz lint lint-deep bench format install package clean
+.PHONY: build demo check check-sanitize check-threads fuzz lint lint-deep docs bench format install package clean
 
 PREFIX ?= /usr/local
 FUZZ_SECONDS ?= 600
@@ -47,6 +47,11 @@ lint:
 lint-deep:
 	scripts/install-deps build check lint bench
 	scripts/lint --deep
+
+# API pages of the public headers, in out/docs.
+docs:
+	scripts/install-deps docs
+	scripts/api-docs
 
 bench:
 	scripts/install-deps build bench

@@ -30,6 +30,7 @@ public:
     virtual void print(std::ostream& os) const = 0;
 };
 
+/// As the model prints itself.
 RADIOMETRY_EXPORT std::ostream& operator<<(std::ostream& os, const IDarkCurrentModel& model);
 
 /// The dark levels that the metadata state: one number a band, or a pattern repeated over the image
@@ -38,6 +39,7 @@ RADIOMETRY_EXPORT std::ostream& operator<<(std::ostream& os, const IDarkCurrentM
 /// Promised, its name too: docs/contract.md, base-name and borrowed.
 class RADIOMETRY_EXPORT DarkCurrentModelBase final : public IDarkCurrentModel {
 public:
+    /// @param exif must outlive the model
     explicit DarkCurrentModelBase(const ExifInfo& exif);
     ~DarkCurrentModelBase() override;
 
@@ -54,6 +56,7 @@ private:
 /// size of the factory's pattern. Keeps references to the metadata and the parameters.
 class RADIOMETRY_EXPORT DarkCurrentModelSequoia final : public IDarkCurrentModel {
 public:
+    /// @param exif, parameter must outlive the model
     DarkCurrentModelSequoia(const ExifInfo& exif, const sequoia::DarkCurrentParameter& parameter);
     ~DarkCurrentModelSequoia() override;
 

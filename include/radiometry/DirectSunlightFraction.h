@@ -1,5 +1,9 @@
 #pragma once
 
+/// @file
+/// The fraction of a flight's light that comes directly from the sun: epsilon, 0..1, against light
+/// from the whole sky. All functions are thread safe.
+
 #include "platform/camera/BandInfo.h"
 #include "platform/camera/CamerasData.h"
 #include "radiometry/Types.h"
@@ -24,8 +28,6 @@ struct SiteCalibration;
 } // namespace geo
 } // namespace tessik
 
-/// The fraction of a flight's light that comes directly from the sun: epsilon, 0..1, against light
-/// from the whole sky. All functions are thread safe.
 namespace tessik::radiometry {
 
 /// A band's index in each camera that has the band, by the camera's identifier.
@@ -84,11 +86,11 @@ struct SunlightFractionFitResult {
 
     /// Absent, like the two below, when the readings do not determine the fit.
     std::optional<double> fractionVariance;
-    std::optional<Eigen::MatrixXd> coefficientCovariance;
+    std::optional<Eigen::MatrixXd> coefficientCovariance; ///< in the order of coefficients
     /// In degrees; absent as well where no orientation was fitted. Zero for kappa.
     std::optional<Eigen::Matrix3d> orientationCovariance;
 
-    std::size_t readingCount = 0;
+    std::size_t readingCount = 0; ///< that were fitted to
     /// Sum of squared residuals over (readings - fitted parameters), in the readings' unit squared;
     /// absent when there are not more readings than parameters.
     std::optional<double> residualVariance;

@@ -1,5 +1,16 @@
 #pragma once
 
+/// @file
+/// The store of known target reflectances, in the application's settings: a default-constructed
+/// QSettings, whose organisation and application names the application sets. A value lies under
+///
+///     CalibrationTargets/<type>/<id>/<wavelength>_<width>     (nm, one decimal each)
+///
+/// so that two bands that agree to one decimal share one value. Functions may be called from
+/// several threads; errors of the settings themselves are not reported.
+///
+/// Promised: docs/contract.md, one-decimal, text-is-zero, and range-in-db for the names.
+
 #include "platform/camera/BandInfo.h"
 #include "platform/image/Region.h"
 #include "platform/target/TargetType.h"
@@ -10,15 +21,6 @@
 
 #include <vector>
 
-/// The store of known target reflectances, in the application's settings: a default-constructed
-/// QSettings, whose organisation and application names the application sets. A value lies under
-///
-///     CalibrationTargets/<type>/<id>/<wavelength>_<width>     (nm, one decimal each)
-///
-/// so that two bands that agree to one decimal share one value. Functions may be called from
-/// several threads; errors of the settings themselves are not reported.
-///
-/// Promised: docs/contract.md, one-decimal, text-is-zero, and range-in-db for the names.
 namespace tessik::radiometry {
 
 /// One band of one physical target.
@@ -42,6 +44,7 @@ struct CalibrationTarget {
 RADIOMETRY_EXPORT boost::optional<float>
 getCalibrationTargetReflectanceFromDb(const CalibrationTargetKey& key);
 
+/// Stores the reflectance of one band, 0..1, in place of what was there.
 RADIOMETRY_EXPORT void saveCalibrationTargetReflectanceInDb(const CalibrationTargetKey& key,
                                                             float reflectance);
 
@@ -57,6 +60,7 @@ RADIOMETRY_EXPORT void updateCalibrationTargetReflectanceFromDb(const bands_t& b
 /// Everything that is stored, in the order of the key texts. Bands are as precise as those.
 RADIOMETRY_EXPORT std::vector<CalibrationTargetKey> getCalibrationTargetKeysFromDb();
 
+/// Forgets the reflectance of one band, if there is one.
 RADIOMETRY_EXPORT void removeCalibrationTargetReflectanceFromDb(const CalibrationTargetKey& key);
 
 } // namespace tessik::radiometry

@@ -1,30 +1,6 @@
 #pragma once
 
-#include "platform/camera/BandInfo.h"
-#include "platform/camera/CamerasData.h"
-#include "platform/target/TargetDetector.h"
-#include "radiometry/ReflectanceStore.h"
-#include "radiometry/Types.h"
-#include "radiometry/sequoia/ModelParameter.h"
-
-#include <QtCore/QString>
-
-#include <cstddef>
-#include <cstdint>
-#include <functional>
-#include <map>
-#include <memory>
-#include <string>
-#include <unordered_map>
-#include <vector>
-
-namespace tessik {
-struct InputImage;
-namespace geo {
-struct ProjectCoordinateSystems;
-} // namespace geo
-} // namespace tessik
-
+/// @file
 /// The sensitivity of each camera of a project, from the reflectance targets in its images.
 ///
 /// Targets are photographed before the flight, after it, or both. So the images looked into are the
@@ -51,6 +27,32 @@ struct ProjectCoordinateSystems;
 /// Two things are worth a warning and change nothing: targets of a camera that differ by more than
 /// 5 % in a band, which says that the light between them was not followed; and a spread above 0.03
 /// in reflectance.
+
+#include "platform/camera/BandInfo.h"
+#include "platform/camera/CamerasData.h"
+#include "platform/target/TargetDetector.h"
+#include "radiometry/ReflectanceStore.h"
+#include "radiometry/Types.h"
+#include "radiometry/sequoia/ModelParameter.h"
+
+#include <QtCore/QString>
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace tessik {
+struct InputImage;
+namespace geo {
+struct ProjectCoordinateSystems;
+} // namespace geo
+} // namespace tessik
+
 namespace tessik::radiometry {
 
 /// Numbers of the rule.
@@ -62,15 +64,15 @@ constexpr std::size_t kTargetHistogramBins = 32;    ///< of MeasuredTarget::hist
 /// How the corrected values of a region are distributed: equal bins from the smallest to the
 /// largest.
 struct ValueHistogram {
-    double from = 0.0;
-    double to = 0.0;
-    std::vector<std::int64_t> counts;
+    double from = 0.0;                ///< smallest value
+    double to = 0.0;                  ///< largest value
+    std::vector<std::int64_t> counts; ///< of each bin
 };
 
 /// A target that was found, and what came of it. Lists have one value a band; those of measured
 /// values are empty when nothing could be measured.
 struct MeasuredTarget {
-    std::size_t imageIndex = 0;
+    std::size_t imageIndex = 0; ///< in the request's images
     QString imagePath;
     std::uint64_t cameraId = 0;
     QString detector;         ///< how it was found
@@ -86,13 +88,13 @@ struct MeasuredTarget {
 
 /// An image that was looked into.
 struct TargetCandidate {
-    std::size_t imageIndex = 0;
-    std::size_t targetCount = 0;
+    std::size_t imageIndex = 0;       ///< in the request's images
+    std::size_t targetCount = 0;      ///< found in it, used or not
     QString failure;                  ///< why it could not be looked into; empty = it could
     std::vector<std::string> remarks; ///< what the detectors saw and could not use
 };
 
-/// One camera's result.
+/// The sensitivity of one camera, and where it comes from.
 struct CameraCalibration {
     std::vector<double> sensitivity; ///< one a band; empty = no valid target
     QString source;                  ///< one line for people: images and rule; may be empty
@@ -100,6 +102,7 @@ struct CameraCalibration {
     double disagreement = 0.0;
 };
 
+/// What was found in a project's images, and what its cameras are calibrated by.
 struct TargetCalibration {
     std::map<std::uint64_t, CameraCalibration> cameras; ///< every camera of the project
     std::vector<MeasuredTarget> targets;                ///< used or not

@@ -50,10 +50,12 @@ enum class ImageCorrectionError : std::uint32_t {
     MissingGeolocationValue = 4,         ///< no capture time
 };
 
+/// The flags of both sets.
 constexpr ImageCorrectionError operator|(ImageCorrectionError a, ImageCorrectionError b) {
     return static_cast<ImageCorrectionError>(static_cast<std::uint32_t>(a) |
                                              static_cast<std::uint32_t>(b));
 }
+/// The flag is in the set.
 constexpr bool has(ImageCorrectionError set, ImageCorrectionError flag) {
     return (static_cast<std::uint32_t>(set) & static_cast<std::uint32_t>(flag)) != 0;
 }
@@ -68,6 +70,7 @@ struct PixelValueRange {
 /// The library's only exception type. what() is "context: text" where a context is known.
 class RADIOMETRY_EXPORT error : public std::runtime_error {
 public:
+    /// @param message "context: text"
     explicit error(const std::string& message) : std::runtime_error(message) {}
 };
 

@@ -1,5 +1,9 @@
 #pragma once
 
+/// @file
+/// Before the images of a project are corrected: does every camera have a correction type, and
+/// every image what that type needs? May it be corrected at all? All functions are thread safe.
+
 #include "platform/camera/CamerasData.h"
 #include "platform/camera/CorrectionError.h"
 #include "radiometry/Types.h"
@@ -28,8 +32,6 @@ namespace text {
 RADIOMETRY_EXPORT QString toString(radiometry::CorrectionType type);
 } // namespace text
 
-/// Before the images of a project are corrected: does every camera have a correction type, and
-/// every image what that type needs? May it be corrected at all? All functions are thread safe.
 namespace radiometry {
 
 /// Gives each camera that has no settings the richest type that its images support. Settings that

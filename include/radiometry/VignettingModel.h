@@ -29,6 +29,7 @@ public:
     virtual void print(std::ostream& os) const = 0;
 };
 
+/// As the model prints itself.
 RADIOMETRY_EXPORT std::ostream& operator<<(std::ostream& os, const IVignettingModel& model);
 
 /// k0 + k1 rho + ... + kn rho^n, rho the distance to the centre in px.
@@ -52,6 +53,7 @@ private:
 /// Sum of C(i, j) x^i y^j with x = column / width and y = row / height.
 class RADIOMETRY_EXPORT VignettingModel2DPolynomial final : public IVignettingModel {
 public:
+    /// @param coefficients row = power of x, column = power of y
     VignettingModel2DPolynomial(const Eigen::MatrixXd& coefficients,
                                 std::uint64_t width,
                                 std::uint64_t height);
@@ -69,6 +71,7 @@ private:
 /// docs/contract.md, borrowed).
 class RADIOMETRY_EXPORT VignettingModelSequoia final : public IVignettingModel {
 public:
+    /// @param coefficients the grid, which must outlive the model
     VignettingModelSequoia(const Eigen::MatrixXd& coefficients,
                            std::uint64_t width,
                            std::uint64_t height);

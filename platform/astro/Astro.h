@@ -1,10 +1,12 @@
 #pragma once
 
+/// @file
+/// Where a celestial object stands for an observer.
+
 #include "platform/export.h"
 
 #include <optional>
 
-/// Where a celestial object stands for an observer.
 namespace tessik::astro {
 
 /// Days from 1899-12-31 12:00 UTC: the day count of this library.

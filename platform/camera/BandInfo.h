@@ -19,10 +19,12 @@ struct BandInfo {
     }
 };
 
+/// "560 nm, width 40 nm".
 inline std::ostream& operator<<(std::ostream& os, const BandInfo& band) {
     return os << band.wavelengthNm << " nm, width " << band.fwhmNm << " nm";
 }
 
+/// The bands of a camera, in the order of its images.
 using bands_t = std::vector<BandInfo>;
 
 } // namespace tessik

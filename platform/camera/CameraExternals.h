@@ -15,6 +15,7 @@ struct GlobalShutter {
     Eigen::Matrix3d rotation = Eigen::Matrix3d::Identity();
 };
 
+/// The pose of an image's camera: one for all its rows.
 using CameraExternals = GlobalShutter;
 
 } // namespace tessik

@@ -12,9 +12,9 @@ namespace tessik {
 
 /// One camera of a project.
 struct CameraData {
-    QString uniqueName;
-    QString make;  ///< empty = not known
-    QString model; ///< empty = not known
+    QString uniqueName; ///< for people
+    QString make;       ///< empty = not known
+    QString model;      ///< empty = not known
     bands_t bands;
     CameraParams params;
 };

@@ -30,6 +30,7 @@ public:
     }
 
     [[nodiscard]] bool isOutputUnplaced() const { return m_isOutputUnplaced; }
+    /// An image lacks something, or the output is unplaced.
     [[nodiscard]] bool hasErrors() const;
     [[nodiscard]] bool hasEnabledImages() const { return !m_imageErrors.empty(); }
     /// Every enabled image, by its index in the project.

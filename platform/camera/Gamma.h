@@ -14,6 +14,7 @@ struct gamma_t {
     [[nodiscard]] double transform(double x) const { return alpha * std::pow(x, gamma) + beta; }
 };
 
+/// "alpha * x^gamma + beta", as numbers.
 inline std::ostream& operator<<(std::ostream& os, const gamma_t& g) {
     return os << g.alpha << " * x^" << g.gamma << " + " << g.beta;
 }

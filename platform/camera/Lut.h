@@ -13,6 +13,7 @@ public:
     LUT() = default;
     explicit LUT(std::vector<Value> values) : m_values(std::move(values)) {}
 
+    /// @param index below size(); not checked
     [[nodiscard]] Value operator[](Index index) const {
         return m_values[static_cast<std::size_t>(index)];
     }

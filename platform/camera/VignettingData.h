@@ -6,11 +6,12 @@
 
 namespace tessik {
 
+/// What the coefficients of a VignettingData are.
 enum class VignettingType : std::int32_t {
-    None = 0,
-    RadialPolynomial = 1,
-    Polynomial2D = 2,
-    Sequoia = 3,
+    None = 0,             ///< no description
+    RadialPolynomial = 1, ///< of the distance to the centre, px
+    Polynomial2D = 2,     ///< of column / width and row / height
+    Sequoia = 3,          ///< a grid of two interleaved row fields
 };
 
 /// How a camera's brightness falls off over the image: relative brightness, to divide by.

@@ -15,6 +15,7 @@ struct CalibrationDonor {
     std::string path;
     ExifInfo exif;
 };
+/// Donors in the order that they were given.
 using CalibrationDonors = std::vector<CalibrationDonor>;
 
 /// Reads donors. @throws Error that names the file: it cannot be read, states no serial number or

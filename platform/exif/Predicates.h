@@ -1,11 +1,13 @@
 #pragma once
 
+/// @file
+/// Questions asked of metadata.
+
 #include "platform/exif/ExifInfo.h"
 #include "platform/export.h"
 
 #include <Eigen/Core>
 
-/// Questions asked of metadata.
 namespace tessik {
 
 struct CameraData;

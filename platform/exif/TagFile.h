@@ -23,9 +23,9 @@ struct RawMetadata;
 /// What a file's metadata blocks hold.
 struct TagFile {
     Tags tags;
-    std::shared_ptr<const RawMetadata> raw;
-    std::uint64_t pixelWidth = 0;  ///< px; 0 = the file does not say
-    std::uint64_t pixelHeight = 0; ///< px
+    std::shared_ptr<const RawMetadata> raw; ///< to be copied; null = none
+    std::uint64_t pixelWidth = 0;           ///< px; 0 = the file does not say
+    std::uint64_t pixelHeight = 0;          ///< px
     bool isJpeg = false;
     /// What was wrong with the metadata but did not stop the reading, a line each.
     std::vector<std::string> warnings;

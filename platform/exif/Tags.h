@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// EXIF and XMP tags as text, free of the library that read them.
+
 #include "platform/export.h"
 
 #include <map>
@@ -9,7 +12,6 @@
 #include <utility>
 #include <vector>
 
-/// EXIF and XMP tags as text, free of the library that read them.
 namespace tessik::exif {
 
 /// A number as cameras write it: decimal, with sign, "a/b", "inf", "nan"; nothing else around it
@@ -26,6 +28,7 @@ TESSIK_PLATFORM_EXPORT std::vector<std::string> splitList(std::string_view text)
 /// value is one component), the items of an XMP array, or the one text of a plain XMP property.
 class TESSIK_PLATFORM_EXPORT Tags {
 public:
+    /// Components or items of a tag, in file order.
     using Value = std::vector<std::string>;
 
     /// @param key as in "Exif.Photo.ExposureTime"
@@ -37,16 +40,21 @@ public:
     [[nodiscard]] const Value* exif(const std::string& key) const;
     /// First component as text, trimmed; empty when absent.
     [[nodiscard]] std::string exifText(const std::string& key) const;
+    /// First component; absent when there is none, or no number.
     [[nodiscard]] std::optional<double> exifNumber(const std::string& key) const;
+    /// All components, as parseNumbers.
     [[nodiscard]] std::vector<double> exifNumbers(const std::string& key) const;
 
     /// XMP value under that very prefix, else under another one, but for prefixes whose names have
     /// a meaning of their own ("DLS", "tiff", ...); or null. Names compare without case: makers
     /// spell one tag in several ways.
     [[nodiscard]] const Value* xmp(const std::string& prefix, const std::string& name) const;
+    /// First item of the value that xmp gives, as exifText.
     [[nodiscard]] std::string xmpText(const std::string& prefix, const std::string& name) const;
+    /// First item, as exifNumber.
     [[nodiscard]] std::optional<double> xmpNumber(const std::string& prefix,
                                                   const std::string& name) const;
+    /// All items, as parseNumbers.
     [[nodiscard]] std::vector<double> xmpNumbers(const std::string& prefix,
                                                  const std::string& name) const;
 

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// Coordinate systems, and their relation to WGS 84.
+
 #include "platform/camera/GeoData.h"
 #include "platform/export.h"
 
@@ -8,7 +11,6 @@
 #include <memory>
 #include <string>
 
-/// Coordinate systems, and their relation to WGS 84.
 namespace tessik::geo {
 
 /// A three-dimensional coordinate system. x is easting (longitude), y northing (latitude), z height

@@ -9,7 +9,7 @@ namespace tessik::geo {
 struct SiteCalibration {
     double scale = 1.0; ///< > 0
     Eigen::Matrix3d rotation = Eigen::Matrix3d::Identity();
-    Eigen::Vector3d translation = Eigen::Vector3d::Zero();
+    Eigen::Vector3d translation = Eigen::Vector3d::Zero(); ///< in the system's unit
 
     [[nodiscard]] Eigen::Vector3d toSystem(const Eigen::Vector3d& output) const {
         return scale * (rotation * output) + translation;

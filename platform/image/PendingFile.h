@@ -10,6 +10,7 @@ namespace tessik::image {
 /// path, and renamed by commit(). Destroyed without commit, the temporary file is removed.
 class TESSIK_PLATFORM_EXPORT PendingFile {
 public:
+    /// Chooses a name for the meantime. Nothing is written yet.
     explicit PendingFile(std::string finalPath);
     PendingFile(const PendingFile&) = delete;
     PendingFile& operator=(const PendingFile&) = delete;

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// Raster files: TIFF and JPEG in, TIFF out. Paths are UTF-8.
+
 #include "platform/export.h"
 #include "platform/image/BandMatrix.h"
 #include "platform/image/DataType.h"
@@ -13,7 +16,6 @@
 #include <utility>
 #include <vector>
 
-/// Raster files: TIFF and JPEG in, TIFF out. Paths are UTF-8.
 namespace tessik::image {
 
 /// A raster that cannot be read or written. what() is the reason; it does not repeat the path.
@@ -70,7 +72,7 @@ private:
 
 /// What goes into a written raster besides the pixels.
 struct WriteOptions {
-    std::optional<double> noData;
+    std::optional<double> noData; ///< value of pixels without one; absent = not stated
     /// Name of each band; empty, or one a band.
     std::vector<std::string> bandNames;
     /// Metadata items (key, value) of each band; empty, or one list a band.

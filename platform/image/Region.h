@@ -1,5 +1,10 @@
 #pragma once
 
+/// @file
+/// Regions of an image: polygons of integer pixel positions (column, row), clockwise as the image
+/// is looked at, closed. A pixel belongs to a region when its position is inside the polygon or on
+/// its edge.
+
 #include "platform/export.h"
 #include "platform/image/BandMatrix.h"
 
@@ -9,13 +14,13 @@
 
 #include <cstdint>
 
-/// Regions of an image: polygons of integer pixel positions (column, row), clockwise as the image
-/// is looked at, closed. A pixel belongs to a region when its position is inside the polygon or on
-/// its edge.
 namespace tessik::image {
 
+/// Column and row of a pixel.
 using Point = boost::geometry::model::d2::point_xy<int>;
+/// A polygon; its last point is its first one again.
 using Ring = boost::geometry::model::ring<Point>;
+/// Both corners belong to it.
 using Box = boost::geometry::model::box<Point>;
 
 /// Statistics of the valid pixels of a region. A pixel is valid when it is finite and not no-data.

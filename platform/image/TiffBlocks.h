@@ -1,12 +1,14 @@
 #pragma once
 
-#include <cstdint>
-#include <string>
-
+/// @file
 /// Where the pixels of a TIFF file are, in its first directory. Files are given as their bytes;
 /// they hold no pixels yet. Programs that edit the metadata of such a file may lose the lists of
 /// offsets, and a later reader or writer of the pixels would believe what stands there. All throw
 /// Error when the file is damaged or no classic TIFF.
+
+#include <cstdint>
+#include <string>
+
 namespace tessik::image {
 
 /// States for all strips or tiles that they are not written yet: offset 0.

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// The log facility: one default source, numeric levels, a replaceable sink.
+
 #include "platform/export.h"
 
 #include <QtCore/QString>
@@ -8,7 +11,6 @@
 #include <sstream>
 #include <string>
 
-/// The log facility: one default source, numeric levels, a replaceable sink.
 namespace tessik::logging {
 
 constexpr int kInfo = 3;    ///< traces: what is applied, with its values
@@ -21,12 +23,14 @@ struct FileLine {
     int line;
 };
 
+/// One message.
 struct Record {
     int level;
     FileLine where;
     std::string text;
 };
 
+/// Takes messages. Must not throw: messages are sent from destructors.
 using Sink = std::function<void(const Record&)>;
 
 /// True when the default source passes messages of this level on. Cheap; ask before computing what
@@ -35,6 +39,7 @@ TESSIK_PLATFORM_EXPORT bool takes(int level);
 
 /// Messages below this level are dropped. Default: kWarning. Thread safe.
 TESSIK_PLATFORM_EXPORT void setLevel(int level);
+/// The level of setLevel. Thread safe.
 TESSIK_PLATFORM_EXPORT int level();
 
 /// Replaces where messages go; an empty sink restores the default (stderr). The sink may be called

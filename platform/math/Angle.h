@@ -2,7 +2,7 @@
 
 namespace tessik {
 
-inline constexpr double kPi = 3.14159265358979323846;
-inline constexpr double kDegree = kPi / 180.0; ///< rad
+inline constexpr double kPi = 3.14159265358979323846; ///< half a turn, rad
+inline constexpr double kDegree = kPi / 180.0;        ///< rad
 
 } // namespace tessik

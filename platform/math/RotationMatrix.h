@@ -15,6 +15,7 @@ public:
     /// @param omega,phi,kappa radians
     void setOmegaPhiKappaRelative(double omega, double phi, double kappa);
 
+    /// Turns a vector: matrix() * v.
     [[nodiscard]] const Eigen::Matrix3d& matrix() const { return m_matrix; }
 
 private:

@@ -7,6 +7,7 @@
 
 namespace tessik::math {
 
+/// A matrix whose rows lie one after another, as those of an image.
 using RowMatrixXd = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>;
 
 /// Enlarges a matrix by an integer factor: the corners of the output lie on the corners of the

@@ -1,11 +1,13 @@
 #pragma once
 
+/// @file
+/// Composition of message texts.
+
 #include <QtCore/QString>
 #include <QtCore/QTextStream>
 
 #include <string>
 
-/// Composition of message texts.
 namespace tessik::text {
 
 namespace detail {

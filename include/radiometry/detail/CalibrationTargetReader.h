@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// Measuring reflectance targets: from an image on disk to the sensitivity of its camera.
+
 #include "platform/camera/CameraExternals.h"
 #include "platform/camera/CamerasData.h"
 #include "platform/camera/GeoData.h"
@@ -28,7 +31,6 @@ namespace sequoia {
 struct ModelParameter;
 } // namespace sequoia
 
-/// Measuring reflectance targets: from an image on disk to the sensitivity of its camera.
 namespace detail {
 
 /// Reads the target area of one image. Promised: docs/contract.md, reader-accessors.
@@ -76,14 +78,15 @@ private:
 
 /// A target region as measured in the corrected image. The lists have one value a band.
 struct RegionMeasurement {
-    std::vector<double> mean;   ///< of the valid pixels
-    std::vector<double> stdDev; ///< of the sample
-    std::vector<std::int64_t> validCount;
+    std::vector<double> mean;             ///< of the valid pixels
+    std::vector<double> stdDev;           ///< of the sample
+    std::vector<std::int64_t> validCount; ///< pixels that are not kNoData
     std::vector<std::int64_t> pixelCount; ///< positions inside the region or on its edge
     std::vector<double> sensitivity;      ///< mean / reflectance
     BandImage corrected;                  ///< the pixels of boundingRect; kNoData = invalid
-    image::Box boundingRect{};
+    image::Box boundingRect{};            ///< of the region, in the image
 
+    /// Share of the region's pixels that have no value, 0..1; 1 of a region without pixels.
     [[nodiscard]] double invalidShare(std::size_t band) const {
         return pixelCount[band] == 0 ? 1.0
                                      : 1.0 - static_cast<double>(validCount[band]) /

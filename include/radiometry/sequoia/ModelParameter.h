@@ -6,6 +6,7 @@
 
 namespace tessik::radiometry::sequoia {
 
+/// Values of the pixels of a band, or of a grid that is coarser by a whole factor; row after row.
 using ParameterMatrix = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>;
 
 /// Signal of a band without light: iso * exp(temperatureCoefficient * temperature) * dark +

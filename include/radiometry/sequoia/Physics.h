@@ -1,10 +1,12 @@
 #pragma once
 
+/// @file
+/// The sensor model of a Parrot Sequoia band. Pure functions, without clamping: negative values
+/// stay negative, NaN and infinity go through. Thread safe.
+
 #include "radiometry/Types.h"
 #include "radiometry/sequoia/ModelParameter.h"
 
-/// The sensor model of a Parrot Sequoia band. Pure functions, without clamping: negative values
-/// stay negative, NaN and infinity go through. Thread safe.
 namespace tessik::radiometry::sequoia {
 
 /// Signal without light, in DN: exp(temperature * temperatureCoefficient) * iso * dark +

@@ -1,5 +1,10 @@
 #pragma once
 
+/// @file
+/// How camera makers state what ExifInfo holds. The common reading comes first; then the first
+/// dialect that knows the file replaces what it knows better. A new camera is a new file and a line
+/// in the table of Dialects.cpp.
+
 #include "platform/exif/ExifReader.h"
 #include "platform/exif/Tags.h"
 #include "platform/exif/cameras/CaptureTime.h"
@@ -9,9 +14,6 @@
 #include <cstdint>
 #include <vector>
 
-/// How camera makers state what ExifInfo holds. The common reading comes first; then the first
-/// dialect that knows the file replaces what it knows better. A new camera is a new file and a line
-/// in the table of Dialects.cpp.
 namespace tessik::exif {
 
 struct Dialect {

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// How this library calls GDAL. Not for its users.
+
 #include <cpl_conv.h>
 #include <cpl_error.h>
 #include <gdal.h>
@@ -8,7 +11,6 @@
 #include <mutex>
 #include <string>
 
-/// How this library calls GDAL. Not for its users.
 namespace tessik::image::detail {
 
 /// Collects GDAL's messages of this thread instead of printing them; keeps the first failure.
