@@ -38,9 +38,10 @@ constexpr double kMarginShare = 0.12;
 
 constexpr Eigen::Index kLeastSide = 24; ///< px, of the smallest that is looked into
 
-/// The band, half of it, half of that, ...: somewhere a module is 1.3 to 6 px wide.
-std::vector<Samples> sizesOf(const BandMatrix& band) {
-    std::vector<Samples> sizes = {samplesOf(band)};
+/// The samples, half of them, half of those, ...: somewhere a module is 1.3 to 6 px wide.
+std::vector<Samples> sizesOf(Samples samples) {
+    std::vector<Samples> sizes;
+    sizes.push_back(std::move(samples));
     while (std::min(sizes.back().rows(), sizes.back().cols()) >= 2 * kLeastSide) {
         sizes.push_back(halved(sizes.back()));
     }
@@ -170,12 +171,10 @@ void readPlace(const Samples& samples,
     }
 }
 
-} // namespace
-
-std::vector<Code> readCodes(const BandMatrix& band) {
-    const std::vector<Samples> sizes = sizesOf(band);
+std::vector<Code> codesIn(Samples samples) {
+    double left = kShownAlways + kMostShown * static_cast<double>(samples.size());
+    const std::vector<Samples> sizes = sizesOf(std::move(samples));
     const std::vector<SizedPlace> places = placesIn(sizes);
-    double left = kShownAlways + kMostShown * static_cast<double>(band.size());
     std::vector<Code> codes;
     for (const Attempt& attempt : kAttempts) {
         for (const SizedPlace& place : places) {
@@ -188,6 +187,49 @@ std::vector<Code> readCodes(const BandMatrix& band) {
         }
     }
     return codes;
+}
+
+Samples enlarged(const Samples& samples, Eigen::Index factor) {
+    Samples result(factor * samples.rows(), factor * samples.cols());
+    const auto inSamples = [factor](Eigen::Index px) {
+        return (static_cast<double>(px) + 0.5) / static_cast<double>(factor) - 0.5;
+    };
+    for (Eigen::Index y = 0; y < result.rows(); ++y) {
+        for (Eigen::Index x = 0; x < result.cols(); ++x) {
+            result(y, x) =
+                static_cast<std::uint16_t>(valueAt(samples, {inSamples(x), inSamples(y)}));
+        }
+    }
+    return result;
+}
+
+} // namespace
+
+std::vector<Code> readCodes(const BandMatrix& band) {
+    return codesIn(samplesOf(band));
+}
+
+std::optional<Code>
+readCode(const BandMatrix& band, const image::Box& part, const std::string& text) {
+    const Samples samples = samplesOf(blockOf(part, band));
+    if (samples.rows() < 2 || samples.cols() < 2) {
+        return std::nullopt;
+    }
+    // Between pixels noise is less, and the proportions of narrow modules are nearer to the truth.
+    for (const Eigen::Index factor : {1, 2, 3}) {
+        for (Code& code : codesIn(factor == 1 ? samples : enlarged(samples, factor))) {
+            if (code.text != text) {
+                continue;
+            }
+            const Eigen::Array2d first(part.min_corner().x(), part.min_corner().y());
+            for (Eigen::Vector2d& corner : code.corners) {
+                corner =
+                    ((corner.array() + 0.5) / static_cast<double>(factor) - 0.5 + first).matrix();
+            }
+            return std::move(code);
+        }
+    }
+    return std::nullopt;
 }
 
 } // namespace tessik::target

@@ -4,6 +4,7 @@
 #include "platform/export.h"
 #include "platform/image/BandMatrix.h"
 #include "platform/image/Region.h"
+#include "platform/target/Outline.h"
 #include "platform/target/TargetType.h"
 
 #include <QtCore/QString>
@@ -25,6 +26,17 @@ struct DetectedTarget {
     /// Reflectance of the target, one value a band of the image, 0..1; empty = the target does not
     /// say.
     std::vector<double> reflectance;
+    /// Of the code that led to it, as it stands there; empty = none.
+    std::string codeText = {};
+    /// Of that code: top left, bottom left, bottom right, top right as it is printed.
+    Corners codeCorners = {};
+};
+
+/// A target of the same capture, in the image of another band.
+struct SiblingTarget {
+    const DetectedTarget& target;
+    const BandImage& raw; ///< the pixels that it was found in
+    QString band;         ///< for people: "Blue"
 };
 
 /// What a detector saw.
@@ -45,6 +57,15 @@ public:
 
     /// @param raw the image's pixels as read (DN), one matrix a band
     [[nodiscard]] virtual Detection find(const InputImage& image, const BandImage& raw) const = 0;
+
+    /// The same physical target in another band of the capture, in which find() has not seen it: a
+    /// rig's cameras stand side by side, so that it lies at about the same place.
+    /// @return at most one target; none where the detector does not know such targets
+    [[nodiscard]] virtual Detection findLike(const InputImage& /*image*/,
+                                             const BandImage& /*raw*/,
+                                             const SiblingTarget& /*sibling*/) const {
+        return {};
+    }
 };
 
 /// All detectors, in the order in which they are asked; the first that finds a target decides.

@@ -125,13 +125,17 @@ PanelScene& PanelScene::addNoise(double standardDeviation) {
     return *this;
 }
 
-Detection PanelScene::find() const {
+InputImage PanelScene::image(double wavelength) const {
     InputImage image;
     image.exif = test::plainExif(static_cast<std::uint64_t>(m_band.cols()),
                                  static_cast<std::uint64_t>(m_band.rows()));
-    image.exif.bands = {{650.0, 10.0}};
+    image.exif.bands = {{wavelength, 10.0}};
     image.exif.darkLevels = {Eigen::MatrixXd::Constant(1, 1, kDark)};
-    return targetDetectors().at(1)->find(image, {m_band});
+    return image;
+}
+
+Detection PanelScene::find() const {
+    return targetDetectors().at(1)->find(image(), {m_band});
 }
 
 } // namespace tessik::target

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/camera/InputImage.h"
 #include "platform/image/BandMatrix.h"
 #include "platform/target/TargetDetector.h"
 
@@ -54,6 +55,8 @@ public:
 
     [[nodiscard]] BandMatrix& band() { return m_band; }
     [[nodiscard]] const BandMatrix& band() const { return m_band; }
+    /// Of one band at a wavelength, nm.
+    [[nodiscard]] InputImage image(double wavelength = 650.0) const;
     [[nodiscard]] Detection find() const;
 
 private:
