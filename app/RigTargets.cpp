@@ -2,6 +2,8 @@
 
 #include "Console.h"
 #include "Rigs.h"
+#include "platform/exif/ExifReader.h"
+#include "platform/image/Raster.h"
 
 #include <tbb/parallel_for.h>
 #include <tbb/task_arena.h>
@@ -43,6 +45,69 @@ TargetCalibration inParallel(std::size_t count, int jobs, const Work& work) {
 std::string detectorOf(const MeasuredTarget& target) {
     const std::string text = target.detector.toStdString();
     return text.substr(0, text.find(','));
+}
+
+using Detectors = std::vector<std::unique_ptr<target::ITargetDetector>>;
+
+/// Looks in one band of a capture for the targets that another band of it shows.
+class NearSibling final : public target::ITargetDetector {
+public:
+    /// All must outlive this.
+    NearSibling(const InputImage& sibling, const Detectors& detectors)
+        : m_sibling(sibling), m_detectors(detectors) {}
+
+    [[nodiscard]] target::Detection find(const InputImage& image,
+                                         const BandImage& raw) const override {
+        const BandImage seen = image::Raster::open(m_sibling.path.toStdString()).read();
+        target::Detection all;
+        for (const auto& detector : m_detectors) {
+            for (const target::DetectedTarget& target : detector->find(m_sibling, seen).targets) {
+                target::Detection found =
+                    detector->findLike(image, raw, {target, seen, bandNames(m_sibling)});
+                std::move(found.targets.begin(), found.targets.end(), std::back_inserter(all.targets));
+                std::move(found.remarks.begin(), found.remarks.end(), std::back_inserter(all.remarks));
+            }
+        }
+        return all;
+    }
+
+private:
+    static QString bandNames(const InputImage& image) {
+        return image.exif.bandNames.empty() ? exif::cameraName(image.exif)
+                                            : image.exif.bandNames.front();
+    }
+
+    const InputImage& m_sibling;
+    const Detectors& m_detectors;
+};
+
+/// An image in which no code was read, and one of another band of the capture in which one was.
+struct Lack {
+    std::size_t image;
+    std::size_t sibling;
+};
+
+std::vector<Lack> lacksOf(const Flight& flight, const TargetCalibration& all) {
+    std::set<std::size_t> withCode;
+    std::map<std::string, std::size_t> readIn; // by capture
+    for (const MeasuredTarget& target : all.targets) {
+        if (!target.code.empty()) {
+            withCode.insert(target.imageIndex);
+            if (target.isUsed) {
+                readIn.emplace(captureOf(flight.images[target.imageIndex]), target.imageIndex);
+            }
+        }
+    }
+    readIn.erase("");
+    std::vector<Lack> lacks;
+    for (const radiometry::TargetCandidate& candidate : all.candidates) {
+        const auto sibling = readIn.find(captureOf(flight.images[candidate.imageIndex]));
+        if (sibling != readIn.end() && candidate.failure.isEmpty() &&
+            withCode.count(candidate.imageIndex) == 0) {
+            lacks.push_back({candidate.imageIndex, sibling->second});
+        }
+    }
+    return lacks;
 }
 
 /// Targets of one rig, by capture and camera; indices into the calibration's list.
@@ -240,7 +305,7 @@ private:
 TargetCalibration
 calibrateRigs(const Flight& flight,
               const Project& project,
-              const std::vector<std::unique_ptr<target::ITargetDetector>>& detectors,
+              const Detectors& detectors,
               const RigTargetOptions& options) {
     std::vector<std::uint64_t> cameras;
     for (const Rig& rig : project.rigs) {
@@ -255,6 +320,27 @@ calibrateRigs(const Flight& flight,
         request.knownReflectance = options.knownReflectance;
         return radiometry::findTargets(request);
     });
+    const std::vector<Lack> lacks = lacksOf(flight, all);
+    TargetCalibration more = inParallel(lacks.size(), options.jobs, [&](std::size_t i) {
+        const InputImage& image = flight.images[lacks[i].image];
+        Flight one;
+        one.images = {image};
+        one.cameras = flight.cameras;
+        const SettingsByCamera settings = {{image.cameraId, project.settings.at(image.cameraId)}};
+        Detectors nearSibling;
+        nearSibling.push_back(
+            std::make_unique<NearSibling>(flight.images[lacks[i].sibling], detectors));
+        radiometry::TargetCalibrationRequest request =
+            targetRequest(one, project, settings, nearSibling);
+        request.knownReflectance = options.knownReflectance;
+        TargetCalibration found = radiometry::findTargets(request);
+        for (MeasuredTarget& target : found.targets) {
+            target.imageIndex = lacks[i].image;
+        }
+        found.candidates.clear(); // looked into already
+        return found;
+    });
+    append(std::move(more), all);
     for (const Rig& rig : project.rigs) {
         RigChoice(rig, flight, all).choose(options.mayBePartial);
     }
