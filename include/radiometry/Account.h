@@ -10,6 +10,7 @@ namespace tessik::radiometry {
 /// What one step of a correction did to an image, for programs: records, reports and tests read it.
 /// Names of steps and of values are part of the file format that docs/file-formats.md describes.
 struct Account {
+    /// What one step came to, or used.
     struct Value {
         std::string name;            ///< "dark_level"
         std::string unit;            ///< "DN"; empty = a pure number, or the sensor's own unit

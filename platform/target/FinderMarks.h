@@ -10,6 +10,7 @@
 /// through the centre of one crosses 1, 1, 3, 1 and 1 modules, whichever way the code is turned.
 namespace tessik::target {
 
+/// One of the three marks of a code.
 struct FinderMark {
     Eigen::Vector2d centre = Eigen::Vector2d::Zero(); ///< px
     /// Px from edge to edge along a row or column: 7 modules, or up to 1.41 times that.

@@ -9,6 +9,7 @@
 /// Raw values in 16 bits, for searches that look at every pixel.
 namespace tessik::target {
 
+/// Rows x columns.
 using Samples = Eigen::Matrix<std::uint16_t, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>;
 
 /// From the least value of the band to the largest; empty when all are the same, or none is finite.

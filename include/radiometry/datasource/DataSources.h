@@ -143,6 +143,7 @@ private:
 /// Dark current map of every band, in DN, height x width, computed once from a model.
 class RADIOMETRY_EXPORT DarkCurrentModel final : public IDataSource {
 public:
+    /// The maps, which outlive the source where a corrector keeps them.
     struct Maps {
         std::vector<BandMatrix> bands;
         /// After how many rows each band's map repeats itself; its height where it does not. A
