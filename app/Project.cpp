@@ -23,8 +23,8 @@ bool isThermal(const Flight& flight, std::uint64_t cameraId) {
     });
 }
 
-/// The richest type that a camera's images support. One whose metadata lack so much that it cannot be
-/// corrected at all (damaged, or of a capture that failed) costs itself only.
+/// The richest type that a camera's images support. One whose metadata lack so much that it cannot
+/// be corrected at all (damaged, or of a capture that failed) costs itself only.
 CorrectionType guessedType(const Flight& flight, std::uint64_t cameraId) {
     std::optional<CorrectionType> least;
     for (const InputImage& image : flight.images) {

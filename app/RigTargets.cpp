@@ -64,8 +64,10 @@ public:
             for (const target::DetectedTarget& target : detector->find(m_sibling, seen).targets) {
                 target::Detection found =
                     detector->findLike(image, raw, {target, seen, bandNames(m_sibling)});
-                std::move(found.targets.begin(), found.targets.end(), std::back_inserter(all.targets));
-                std::move(found.remarks.begin(), found.remarks.end(), std::back_inserter(all.remarks));
+                std::move(
+                    found.targets.begin(), found.targets.end(), std::back_inserter(all.targets));
+                std::move(
+                    found.remarks.begin(), found.remarks.end(), std::back_inserter(all.remarks));
             }
         }
         return all;
@@ -302,11 +304,10 @@ private:
 
 } // namespace
 
-TargetCalibration
-calibrateRigs(const Flight& flight,
-              const Project& project,
-              const Detectors& detectors,
-              const RigTargetOptions& options) {
+TargetCalibration calibrateRigs(const Flight& flight,
+                                const Project& project,
+                                const Detectors& detectors,
+                                const RigTargetOptions& options) {
     std::vector<std::uint64_t> cameras;
     for (const Rig& rig : project.rigs) {
         cameras.insert(cameras.end(), rig.begin(), rig.end());

@@ -8,13 +8,15 @@ Account toCelsius(BandImage& bands) {
     // In double: two decimals of 300 K are close to what a float resolves.
     constexpr double kKelvinPerSample = 0.01;
     constexpr double kZeroCelsius = 273.15; // K
-    Account account{"Celsius", {{"pixels", "", {}}, {"masked", "", {}}, {"mean", "degree_Celsius", {}}}};
+    Account account{"Celsius",
+                    {{"pixels", "", {}}, {"masked", "", {}}, {"mean", "degree_Celsius", {}}}};
     for (BandMatrix& band : bands) {
         double sum = 0.0;
         std::int64_t masked = 0;
         for (float& value : band.reshaped<Eigen::RowMajor>()) {
             if (value > 0.0F) {
-                value = static_cast<float>(static_cast<double>(value) * kKelvinPerSample - kZeroCelsius);
+                value = static_cast<float>(static_cast<double>(value) * kKelvinPerSample -
+                                           kZeroCelsius);
                 sum += static_cast<double>(value);
             } else {
                 value = kNoData;

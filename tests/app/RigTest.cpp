@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <set>
 
 namespace tessik::app {
@@ -124,6 +125,37 @@ TEST_F(RigOfFiveBands, takesTheNextSourceAsAWholeWhereABandLacksThePanel) {
     const Result file = radiometry(folder, "plan flight/images -o file.json --targets cal.json");
     EXPECT_THAT(file.err, HasSubstr("used for no band of the rig"));
     EXPECT_EQ(sourcesIn(folder.path() / "file.json"), std::set<std::string>{""});
+}
+
+TEST_F(RigOfFiveBands, hasOneSourceWhereACodeIsPaintedOver) {
+    ASSERT_EQ(radiometry(folder, "plan flight/images -o whole.json").status, 0);
+    const Json whole = Json::parse(readAll(folder.path() / "whole.json"));
+    for (const Json& target : whole.at("targets")) {
+        const auto image = target.at("image").get<std::string>();
+        const char band = image[image.size() - 5];
+        if (band == '2' || band == '3') {
+            int x0 = 320;
+            int y0 = 240;
+            int x1 = 0;
+            int y1 = 0;
+            for (const Json& corner : target.at("code")) {
+                x0 = std::min(x0, corner.at(0).get<int>());
+                y0 = std::min(y0, corner.at(1).get<int>());
+                x1 = std::max(x1, corner.at(0).get<int>());
+                y1 = std::max(y1, corner.at(1).get<int>());
+            }
+            paint(folder.path() / image, x0, y0, x1 + 1, y1 + 1);
+        }
+    }
+    ASSERT_EQ(radiometry(folder, "plan flight/images -o painted.json").status, 0);
+    EXPECT_EQ(sourcesIn(folder.path() / "painted.json").size(), 1U);
+    const Json painted = Json::parse(readAll(folder.path() / "painted.json"));
+    for (std::size_t i = 0; i < 5; ++i) {
+        const auto sensitivity = [i](const Json& plan) {
+            return plan.at("cameras").at(i).at("sensitivity").at(0).get<double>();
+        };
+        EXPECT_NEAR(sensitivity(painted) / sensitivity(whole), 1.0, 0.02) << i;
+    }
 }
 
 /// Older firmware wrote no calibration tags.
