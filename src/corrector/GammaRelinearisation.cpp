@@ -73,6 +73,7 @@ RowWork GammaRelinearisation::prepare(const BandImage& bands,
     tell(account, "beta", "", ofCurves(&gamma_t::beta));
     const auto [min, max] = minMaxForPixelType(m_data->pixelType);
     std::vector<Table> tables;
+    tables.reserve(gammas.size());
     for (const gamma_t& gamma : gammas) {
         tables.push_back(makeGammaLut(gamma, min, max));
     }

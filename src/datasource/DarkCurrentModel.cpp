@@ -56,7 +56,7 @@ DataSourcePointer createDarkCurrentSource(const ExifInfo& exif,
 
 std::string darkCurrentKey(const ExifInfo& exif, const sequoia::ModelParameter* sequoiaModel) {
     Key key;
-    key.add(sequoiaModel);
+    key.addPlace(sequoiaModel);
     if (sequoiaModel != nullptr) {
         return key.add(exif.iso, exif.sensorTemperature.value_or(0.0)).text();
     }

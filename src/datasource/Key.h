@@ -2,6 +2,7 @@
 
 #include <Eigen/Core>
 
+#include <cstdint>
 #include <string>
 
 namespace tessik::radiometry::datasource {
@@ -19,6 +20,8 @@ public:
         append(matrix.data(), static_cast<std::size_t>(matrix.size()) * sizeof(double));
         return *this;
     }
+    /// A thing is the same while it lies in the same place.
+    Key& addPlace(const void* thing) { return add(reinterpret_cast<std::uintptr_t>(thing)); }
     [[nodiscard]] const std::string& text() const { return m_text; }
 
 private:

@@ -38,7 +38,7 @@ std::string vignettingKey(const CameraParams& camera,
                           double apertureFNumber,
                           const sequoia::ModelParameter* sequoiaModel) {
     Key key;
-    key.add(sequoiaModel, camera.width, camera.height);
+    key.addPlace(sequoiaModel).add(camera.width, camera.height);
     if (sequoiaModel != nullptr) {
         return key.text();
     }
