@@ -110,7 +110,7 @@ struct SunlightFractionFitResult {
 /// @param useSensorAngles for cameras of correction type 3, fit the sensor's orientation relative
 /// to the camera, from that of the first accepted image's metadata as the start
 /// @throws error "Not enough measurements" with fewer than polynomialDegree + 2 readings; "Fit of
-/// the direct sunlight fraction: .." when the solver fails
+/// the direct sunlight fraction: .." when a reading is not a number, or the solver fails
 RADIOMETRY_EXPORT SunlightFractionFitResult computeDirectSunlightFractionForBand(
     const BandIndexByCamera& bandIndexByCamera,
     const std::vector<InputImage>& images,

@@ -9,6 +9,7 @@
 #include <ceres/problem.h>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <string>
 
@@ -32,6 +33,17 @@ template <typename Visit>
 void forEach(Readings& readings, const Visit& visit) {
     std::for_each(readings.posed.begin(), readings.posed.end(), visit);
     std::for_each(readings.mounted.begin(), readings.mounted.end(), visit);
+}
+
+bool isFinite(const SunlightResidual& reading) {
+    return std::isfinite(reading.time) && std::isfinite(reading.irradiance) &&
+           std::isfinite(reading.cosIncidence) && std::isfinite(reading.cosTilt);
+}
+
+bool isFinite(const SunlightAngleResidual& reading) {
+    return std::isfinite(reading.time) && std::isfinite(reading.irradiance) &&
+           reading.sunRay.allFinite() && reading.up.allFinite() &&
+           reading.cameraRotation.allFinite();
 }
 
 Units unitsOf(Readings& readings) {
@@ -133,6 +145,11 @@ SunlightFractionFitResult fit(Readings readings, unsigned int polynomialDegree) 
     if (count < std::size_t{polynomialDegree} + 2) {
         fail("Not enough measurements");
     }
+    forEach(readings, [](const auto& reading) {
+        if (!isFinite(reading)) {
+            fail("Fit of the direct sunlight fraction: a reading, time or pose is not a number");
+        }
+    });
     const Units units = unitsOf(readings);
     forEach(readings, [&](auto& reading) {
         reading.time = (reading.time - units.middle) / units.halfSpan;

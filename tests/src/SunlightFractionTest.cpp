@@ -169,7 +169,7 @@ const OutCase kOut[] = {
      "image1.tif: no camera pose"},
     {"pose NaN",
      [](SunlitFlight& f, InputImage& i) { f.poses->externals[i.path].rotation.setConstant(kNan); },
-     "Fit of the direct sunlight fraction: "},
+     "Fit of the direct sunlight fraction: a reading, time or pose is not a number"},
     {"no place",
      [](SunlitFlight& f, InputImage& i) { f.poses->externals[i.path].position.setConstant(kNan); },
      "Unable to convert from output coordinate system to WGS-84"},
@@ -220,7 +220,8 @@ TEST(SunlightFit, aReadingThatIsNoNumberIsNotPassedOver) {
     plan.captures = 30;
     SunlitFlight flight(plan);
     flight.images[5].exif.sunIrradiance[0] = kNan;
-    EXPECT_NE(test::messageOf<error>([&] { (void)flight.fit(0, 1); }), "no error");
+    EXPECT_EQ(test::messageOf<error>([&] { (void)flight.fit(0, 1); }),
+              "Fit of the direct sunlight fraction: a reading, time or pose is not a number");
 }
 
 TEST(SunlightFit, theMountingOfTheFirstAcceptedImageIsWhereItBegins) {
