@@ -78,10 +78,11 @@ void keepWholeRigs(const std::string& source, Plan& plan) {
         if (count == 0 || count == rig.size()) {
             continue;
         }
-        sayWarning({},
-                   source + " has no sensitivity for " + lacking +
-                       ": it is used for no band of the rig, because ratios of bands from two "
-                       "sources would be wrong");
+        std::string text = source;
+        text.append(" has no sensitivity for ").append(lacking);
+        text += ": it is used for no band of the rig, because ratios of bands from two sources "
+                "would be wrong";
+        sayWarning({}, text);
         for (PlannedCamera& camera : plan.cameras) {
             if (std::binary_search(rig.begin(), rig.end(), camera.id)) {
                 sensitivities.erase(camera.id);
