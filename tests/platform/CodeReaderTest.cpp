@@ -41,7 +41,7 @@ void expectCode(const Code& code, const DrawnPanel& panel) {
 TEST(CodeReader, aCodeIsFoundSmallLargeDimBlurredAndTurned) {
     const CodeCase cases[] = {
         {"small", 45.0},
-        {"blurred over nearly a module", 60.0, 8000.0, 45000.0, 500.0, 1},
+        {"blurred over nearly a module", 56.0, 8000.0, 45000.0, 500.0, 1},
         {"of middle size", 93.0},
         {"large", 600.0},
         {"large and blurred", 580.0, 8000.0, 45000.0, 500.0, 6},
@@ -53,7 +53,7 @@ TEST(CodeReader, aCodeIsFoundSmallLargeDimBlurredAndTurned) {
     for (const CodeCase& c : cases) {
         const bool isLarge = c.side > 300.0;
         const std::vector<double> angles =
-            isLarge ? std::vector{0.0, 0.79} : std::vector{0.0, 0.4, 0.79, 2.0, 3.0, -1.2};
+            isLarge ? std::vector{0.0, 0.79} : std::vector{0.0, 0.4, 0.79, -2.0};
         for (const double angle : angles) {
             SCOPED_TRACE(testing::Message() << c.what << ", angle " << angle);
             PanelScene scene(isLarge ? 900 : 240, isLarge ? 960 : 320);

@@ -98,11 +98,6 @@ PanelScene& PanelScene::draw(const DrawnPanel& panel) {
     return *this;
 }
 
-PanelScene& PanelScene::shade(Eigen::Index row, Eigen::Index column, Eigen::Index side) {
-    m_band.block(row, column, side, side).setConstant(static_cast<float>(kDark + 1500.0));
-    return *this;
-}
-
 PanelScene& PanelScene::blur(int times) {
     const Eigen::Index rows = m_band.rows() - 2;
     const Eigen::Index cols = m_band.cols() - 2;

@@ -46,8 +46,6 @@ public:
 
     PanelScene& fill(double value);
     PanelScene& draw(const DrawnPanel& panel);
-    /// Even, and darker than any panel.
-    PanelScene& shade(Eigen::Index row, Eigen::Index column, Eigen::Index side);
     /// Twice in each direction a mean of three, that many times: a standard deviation of the square
     /// root of that many px.
     PanelScene& blur(int times);

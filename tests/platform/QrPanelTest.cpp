@@ -103,6 +103,10 @@ TEST(QrPanel, whatIsNoUsablePanelIsLeftOutAndSaid) {
         "panel RP06-1234567-AB does not show its grey surface inside the image"};
     DrawnPanel bare{kText, left};
     bare.hasSurface = false;
+    bare.isFramed = false;
+    DrawnPanel dim{kText, left};
+    dim.grey = PanelScene::kDark + 1500.0;
+    dim.ink = PanelScene::kDark;
     // As panels of version 5 have it: beside the code.
     DrawnPanel turned{kText, right};
     turned.surface = {-1.58, 0.0};
@@ -125,10 +129,7 @@ TEST(QrPanel, whatIsNoUsablePanelIsLeftOutAndSaid) {
          PanelScene(360, 560).draw({kText, {{506.0, 120.0}, 82.0, -M_PI / 4.0, {0.0, 0.0}}}),
          0,
          {"panel RP06-1234567-AB has a code that is not inside the image"}},
-        {"no surface, but even shade",
-         PanelScene(360, 560).draw(bare).shade(180, 60, 180),
-         0,
-         noSurface},
+        {"surface as dark as no panel", PanelScene(360, 560).draw(dim), 0, noSurface},
         {"no surface, but even ground", PanelScene(even).draw(bare), 0, noSurface},
         {"a surface where the version has none", PanelScene(360, 560).draw(turned), 0, noSurface}};
     for (const SceneCase& c : cases) {
