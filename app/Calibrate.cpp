@@ -9,9 +9,10 @@
 #include "SensitivityFile.h"
 #include "TargetPictures.h"
 #include "platform/exif/Tags.h"
+#include "platform/panel/Detectors.h"
 #include "platform/text/Text.h"
-#include "radiometry/MakerSensitivity.h"
-#include "radiometry/TargetCalibration.h"
+#include "radiometry/calibrationTarget/TargetCalibration.h"
+#include "radiometry/config/MakerSensitivity.h"
 
 #include <cmath>
 #include <cstdio>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "radiometry/Types.h"
+#include "radiometry/core/Types.h"
 
 #include <optional>
 #include <string>

@@ -1,7 +1,7 @@
 #include "Flight.h"
 
 #include "Console.h"
-#include "platform/exif/Predicates.h"
+#include "platform/camera/ExifInfo.h"
 #include "platform/image/Raster.h"
 
 #include <QtCore/QSet>

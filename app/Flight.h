@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Inputs.h"
-#include "platform/camera/CamerasData.h"
+#include "platform/camera/CameraParams.h"
 #include "platform/camera/InputImage.h"
 #include "platform/exif/ExifReader.h"
 

@@ -6,7 +6,8 @@
 #include "SensitivityFile.h"
 #include "TargetPictures.h"
 #include "Targets.h"
-#include "radiometry/MakerSensitivity.h"
+#include "platform/panel/Detectors.h"
+#include "radiometry/config/MakerSensitivity.h"
 
 #include <algorithm>
 #include <memory>

@@ -6,14 +6,14 @@
 #include "platform/geo/ProjectCoordinateSystems.h"
 #include "platform/math/Angle.h"
 #include "platform/text/Text.h"
-#include "radiometry/Config.h"
 #include "radiometry/Correct.h"
-#include "radiometry/DirectSunlightFraction.h"
-#include "radiometry/SunPosition.h"
 #include "radiometry/Thermal.h"
-#include "radiometry/Validation.h"
+#include "radiometry/config/CorrectionSelection.h"
+#include "radiometry/config/Validation.h"
 #include "radiometry/corrector/ICorrector.h"
 #include "radiometry/corrector/SunSensor.h"
+#include "radiometry/directSunlightFraction/DirectSunlightFraction.h"
+#include "radiometry/sun/SunPosition.h"
 
 #include <algorithm>
 #include <cmath>

@@ -4,8 +4,8 @@
 #include "Project.h"
 #include "platform/camera/InputImage.h"
 #include "platform/image/Raster.h"
-#include "radiometry/Account.h"
-#include "radiometry/Types.h"
+#include "radiometry/core/Account.h"
+#include "radiometry/core/Types.h"
 
 #include <cstdint>
 #include <optional>

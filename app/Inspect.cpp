@@ -5,9 +5,9 @@
 #include "Flight.h"
 #include "ImageCorrector.h"
 #include "JsonReader.h"
+#include "platform/camera/ExifInfo.h"
 #include "platform/exif/ExifReader.h"
-#include "platform/exif/Predicates.h"
-#include "radiometry/Config.h"
+#include "radiometry/config/CorrectionSelection.h"
 
 #include <nlohmann/json.hpp>
 

@@ -3,7 +3,7 @@
 #include "ImageCorrector.h"
 #include "platform/exif/Tags.h"
 #include "platform/text/Text.h"
-#include "radiometry/ReflectanceStore.h"
+#include "radiometry/calibrationTarget/ReflectanceStore.h"
 
 #include <cmath>
 #include <limits>

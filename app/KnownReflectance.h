@@ -2,7 +2,7 @@
 
 #include "Calibrate.h"
 #include "platform/camera/InputImage.h"
-#include "platform/target/TargetDetector.h"
+#include "platform/camera/TargetDetector.h"
 
 #include <string>
 #include <vector>

@@ -3,7 +3,7 @@
 #include "platform/camera/InputImage.h"
 #include "platform/exif/TagFile.h"
 #include "platform/image/BandMatrix.h"
-#include "radiometry/Types.h"
+#include "radiometry/core/Types.h"
 
 #include <filesystem>
 #include <string>

@@ -5,7 +5,7 @@
 #include "ImageCorrector.h"
 #include "Output.h"
 #include "platform/exif/ExifReader.h"
-#include "radiometry/Config.h"
+#include "radiometry/config/CorrectionSelection.h"
 
 #include <malloc.h>
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Flight.h"
-#include "platform/camera/CalibCamera.h"
 #include "platform/camera/CameraExternals.h"
 #include "platform/geo/ProjectCoordinateSystems.h"
 

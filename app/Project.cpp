@@ -3,10 +3,10 @@
 #include "Console.h"
 #include "CorrectionWords.h"
 #include "Poses.h"
-#include "platform/exif/Predicates.h"
+#include "platform/camera/ExifInfo.h"
 #include "platform/math/Angle.h"
-#include "radiometry/Config.h"
-#include "radiometry/sequoia/FactoryCalibration.h"
+#include "radiometry/cameras/sequoia/loadCalibration.h"
+#include "radiometry/config/CorrectionSelection.h"
 
 #include <algorithm>
 #include <cmath>

@@ -5,8 +5,8 @@
 #include "Rigs.h"
 #include "Sunlight.h"
 #include "platform/geo/ProjectCoordinateSystems.h"
-#include "radiometry/Types.h"
-#include "radiometry/sequoia/ModelParameter.h"
+#include "radiometry/cameras/sequoia/ModelParameter.h"
+#include "radiometry/core/Types.h"
 
 #include <cstdint>
 #include <filesystem>

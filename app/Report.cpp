@@ -2,7 +2,7 @@
 
 #include "platform/image/PendingFile.h"
 #include "platform/image/Raster.h"
-#include "radiometry/Types.h"
+#include "radiometry/core/Types.h"
 #include "report/PageData.h"
 #include "report/PageParts.h"
 #include "report/RunFiles.h"

@@ -2,7 +2,7 @@
 
 #include "TargetRecord.h"
 #include "platform/camera/InputImage.h"
-#include "radiometry/Types.h"
+#include "radiometry/core/Types.h"
 
 #include <cstdint>
 #include <string>

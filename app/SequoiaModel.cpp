@@ -2,8 +2,8 @@
 
 #include "Console.h"
 #include "JsonReader.h"
-#include "radiometry/Types.h"
-#include "radiometry/sequoia/ModelFile.h"
+#include "radiometry/cameras/sequoia/ioModels.h"
+#include "radiometry/core/Types.h"
 
 #include <nlohmann/json.hpp>
 

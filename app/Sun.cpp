@@ -2,8 +2,8 @@
 #include "Sunlight.h"
 #include "platform/exif/Tags.h"
 #include "platform/math/Angle.h"
-#include "radiometry/DirectSunlightFraction.h"
-#include "radiometry/SunPosition.h"
+#include "radiometry/directSunlightFraction/DirectSunlightFraction.h"
+#include "radiometry/sun/SunPosition.h"
 
 #include <QtCore/QDateTime>
 #include <nlohmann/json.hpp>

@@ -5,7 +5,7 @@
 #include "JsonReader.h"
 #include "Poses.h"
 #include "Project.h"
-#include "platform/exif/Predicates.h"
+#include "platform/camera/ExifInfo.h"
 #include "platform/exif/Tags.h"
 #include "platform/log/Log.h"
 

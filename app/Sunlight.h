@@ -2,8 +2,8 @@
 
 #include "Flight.h"
 #include "platform/geo/ProjectCoordinateSystems.h"
-#include "radiometry/DirectSunlightFraction.h"
-#include "radiometry/Types.h"
+#include "radiometry/core/Types.h"
+#include "radiometry/directSunlightFraction/DirectSunlightFraction.h"
 
 #include <Eigen/Core>
 

@@ -2,7 +2,7 @@
 
 #include "Console.h"
 #include "platform/image/Raster.h"
-#include "platform/target/TargetPicture.h"
+#include "platform/panel/TargetPicture.h"
 
 #include <cmath>
 #include <set>

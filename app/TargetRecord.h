@@ -1,7 +1,7 @@
 #pragma once
 
 #include "JsonReader.h"
-#include "radiometry/TargetCalibration.h"
+#include "radiometry/calibrationTarget/TargetCalibration.h"
 
 #include <string>
 

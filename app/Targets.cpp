@@ -3,7 +3,7 @@
 #include "Console.h"
 #include "JsonReader.h"
 #include "platform/exif/Tags.h"
-#include "radiometry/ReflectanceStore.h"
+#include "radiometry/calibrationTarget/ReflectanceStore.h"
 
 #include <QtCore/QSettings>
 #include <nlohmann/json.hpp>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/target/TargetType.h"
+#include "platform/camera/TargetDetector.h"
 
 #include <QtCore/QString>
 

@@ -6,7 +6,7 @@
 #include "ImageCorrector.h"
 #include "JsonReader.h"
 #include "Poses.h"
-#include "radiometry/Validation.h"
+#include "radiometry/config/Validation.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/exif/ExifReader.h"
-#include "radiometry/Types.h"
+#include "radiometry/core/Types.h"
 
 #include <Eigen/Core>
 

@@ -7,8 +7,8 @@
 #include "platform/exif/ExifReader.h"
 #include "platform/geo/ProjectCoordinateSystems.h"
 #include "radiometry/Correct.h"
-#include "radiometry/DarkCurrentModel.h"
-#include "radiometry/VignettingModel.h"
+#include "radiometry/darkcurrent/DarkCurrentModel.h"
+#include "radiometry/vignetting/VignettingModel.h"
 
 #include <benchmark/benchmark.h>
 

@@ -4,7 +4,7 @@
 
 #include "simulate/Panel.h"
 
-#include "platform/target/CodeReader.h"
+#include "platform/panel/CodeReader.h"
 
 #include <benchmark/benchmark.h>
 

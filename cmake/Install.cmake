@@ -13,7 +13,6 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/radiometryConfigVersion.c
   COMPATIBILITY SameMinorVersion)
 configure_file(${CMAKE_CURRENT_LIST_DIR}/radiometry.pc.in ${PROJECT_BINARY_DIR}/radiometry.pc @ONLY)
 
-set_target_properties(tessik_platform PROPERTIES EXPORT_NAME platform)
 install(EXPORT radiometryTargets NAMESPACE tessik:: DESTINATION ${package_dir})
 install(FILES ${PROJECT_BINARY_DIR}/radiometryConfig.cmake
               ${PROJECT_BINARY_DIR}/radiometryConfigVersion.cmake

@@ -2,7 +2,7 @@
 
 #include "platform/image/Png.h"
 #include "platform/image/Raster.h"
-#include "radiometry/Types.h"
+#include "radiometry/core/Types.h"
 
 #include <QtCore/QByteArray>
 

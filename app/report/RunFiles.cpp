@@ -1,6 +1,6 @@
 #include "report/RunFiles.h"
 
-#include "radiometry/Types.h"
+#include "radiometry/core/Types.h"
 
 #include <algorithm>
 #include <fstream>

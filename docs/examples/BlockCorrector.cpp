@@ -2,8 +2,8 @@
 
 #include <platform/camera/CameraExternals.h>
 #include <platform/camera/CameraParams.h>
+#include <platform/camera/ExifInfo.h>
 #include <platform/exif/ExifReader.h>
-#include <platform/exif/Predicates.h>
 
 #include <algorithm>
 #include <atomic>

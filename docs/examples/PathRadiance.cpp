@@ -1,6 +1,6 @@
 #include "PathRadiance.h"
 
-#include <radiometry/Consistency.h>
+#include <radiometry/core/Consistency.h>
 
 namespace example {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <radiometry/Account.h>
+#include <radiometry/core/Account.h>
 #include <radiometry/corrector/ICorrector.h>
 
 #include <utility>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "radiometry/Account.h"
-#include "radiometry/Types.h"
+#include "radiometry/core/Account.h"
+#include "radiometry/core/Types.h"
 #include "radiometry/datasource/DataSources.h"
 
 #include <Eigen/Core>

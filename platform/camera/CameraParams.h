@@ -1,14 +1,40 @@
 #pragma once
 
-#include "platform/camera/VignettingData.h"
+/// @file
+/// What is known of a camera before any of its images is looked at.
+
+#include "platform/camera/BandInfo.h"
 #include "platform/export.h"
 #include "platform/image/DataType.h"
 
+#include <Eigen/Core>
+#include <QtCore/QString>
+
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <utility>
 
 namespace tessik {
+
+/// What the coefficients of a VignettingData are.
+enum class VignettingType : std::int32_t {
+    None = 0,             ///< no description
+    RadialPolynomial = 1, ///< of the distance to the centre, px
+    Polynomial2D = 2,     ///< of column / width and row / height
+    Sequoia = 3,          ///< a grid of two interleaved row fields
+};
+
+/// How a camera's brightness falls off over the image: relative brightness, to divide by.
+struct VignettingData {
+    /// Radial: one column, power of the radius in px = row. 2D: row = power of x = column/width,
+    /// column = power of y = row/height. Sequoia: a coarse grid of brightness. Empty: no
+    /// description.
+    Eigen::MatrixXd coefficients;
+    double centerX = 0.0; ///< px; 0 = not given, the principal point is used
+    double centerY = 0.0; ///< px; 0 = not given
+    VignettingType type = VignettingType::None;
+};
 
 /// Where samples clip, for a camera whose limit is another one in each row: at
 /// atFirstRow + perRow * row and above, DN.
@@ -43,5 +69,17 @@ struct TESSIK_PLATFORM_EXPORT CameraParams {
     /// @return false, and min and max untouched, when the camera states none.
     bool pixelValue(DataType type, double& min, double& max) const;
 };
+
+/// One camera of a project.
+struct CameraData {
+    QString uniqueName; ///< for people
+    QString make;       ///< empty = not known
+    QString model;      ///< empty = not known
+    bands_t bands;
+    CameraParams params;
+};
+
+/// Cameras by identifier, in ascending order.
+using CamerasData = std::map<std::uint64_t, CameraData>;
 
 } // namespace tessik

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "platform/camera/ExifInfo.h"
 #include "platform/camera/GeoData.h"
-#include "platform/exif/ExifInfo.h"
 
 #include <QtCore/QString>
 

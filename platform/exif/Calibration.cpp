@@ -1,8 +1,5 @@
 #include "platform/exif/Calibration.h"
 
-#include "platform/exif/ExifReader.h"
-#include "platform/exif/Predicates.h"
-
 #include <algorithm>
 
 namespace tessik::exif {
@@ -37,35 +34,7 @@ bool isOfSameBand(const ExifInfo& a, const ExifInfo& b) {
            a.bands == b.bands && a.imageWidth == b.imageWidth && a.imageHeight == b.imageHeight;
 }
 
-CalibrationDonor readDonor(const std::string& path) {
-    const auto refuse = [&path](const char* reason) {
-        throw Error(path + ": its calibration cannot be used: " + reason);
-    };
-    CalibrationDonor donor{path, {}};
-    try {
-        donor.exif = readMetadata(path).exif;
-    } catch (const Error& failure) {
-        refuse(failure.what());
-    }
-    if (donor.exif.serialNumber.isEmpty() || donor.exif.bands.empty()) {
-        refuse("it states no serial number or no wavelength, by which body and band are known");
-    }
-    if (donor.exif.isNormalized || donor.exif.sensitivity.empty() || !hasVignetting(donor.exif)) {
-        refuse("it states no sensitivity or no vignetting itself");
-    }
-    return donor;
-}
-
 } // namespace
-
-CalibrationDonors readDonors(const std::vector<std::string>& paths) {
-    CalibrationDonors donors;
-    donors.reserve(paths.size());
-    for (const std::string& path : paths) {
-        donors.push_back(readDonor(path));
-    }
-    return donors;
-}
 
 void borrowCalibration(const CalibrationDonors& donors, ImageMetadata& metadata) {
     ExifInfo& exif = metadata.exif;

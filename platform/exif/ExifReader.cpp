@@ -1,5 +1,6 @@
 #include "platform/exif/ExifReader.h"
 
+#include "platform/exif/Calibration.h"
 #include "platform/exif/cameras/CaptureTime.h"
 #include "platform/exif/cameras/Dialects.h"
 #include "platform/text/Hash.h"
@@ -11,16 +12,27 @@
 namespace tessik::exif {
 namespace {
 
-QString joined(const std::vector<QString>& names) {
-    QString text;
-    for (const QString& name : names) {
-        text += (text.isEmpty() ? "" : ", ") + name;
+CalibrationDonor readDonor(const std::string& path) {
+    const auto refuse = [&path](const char* reason) {
+        throw Error(path + ": its calibration cannot be used: " + reason);
+    };
+    CalibrationDonor donor{path, {}};
+    try {
+        donor.exif = readMetadata(path).exif;
+    } catch (const Error& failure) {
+        refuse(failure.what());
     }
-    return text;
+    if (donor.exif.serialNumber.isEmpty() || donor.exif.bands.empty()) {
+        refuse("it states no serial number or no wavelength, by which body and band are known");
+    }
+    if (donor.exif.isNormalized || donor.exif.sensitivity.empty() ||
+        donor.exif.vignetting.coefficients.size() == 0) {
+        refuse("it states no sensitivity or no vignetting itself");
+    }
+    return donor;
 }
 
 } // namespace
-
 ImageMetadata readMetadata(const std::string& path, const ReadOptions& options) {
     return interpret(readTags(path), options);
 }
@@ -46,60 +58,6 @@ ImageMetadata interpret(const TagFile& file, const ReadOptions& options) {
     return metadata;
 }
 
-std::uint64_t cameraId(const ExifInfo& exif) {
-    QString text = text::compose(exif.make,
-                                 "|",
-                                 exif.model,
-                                 "|",
-                                 exif.serialNumber,
-                                 "|",
-                                 exif.rigName,
-                                 "|",
-                                 exif.rigCameraIndex.value_or(-1),
-                                 "|",
-                                 joined(exif.bandNames),
-                                 "|",
-                                 exif.imageWidth,
-                                 "x",
-                                 exif.imageHeight,
-                                 "x",
-                                 exif.bandCount);
-    for (const BandInfo& band : exif.bands) {
-        text += text::compose("|", band.wavelengthNm, "_", band.fwhmNm);
-    }
-    return text::hash(text.toStdString());
-}
-
-QString cameraName(const ExifInfo& exif) {
-    QString name = exif.make;
-    const auto append = [&name](const QString& part) {
-        if (!part.isEmpty()) {
-            name += (name.isEmpty() ? "" : " ") + part;
-        }
-    };
-    append(exif.model);
-    append(joined(exif.bandNames));
-    if (!exif.serialNumber.isEmpty()) {
-        append("(" + exif.serialNumber + ")");
-    }
-    return name.isEmpty() ? QStringLiteral("unknown camera") : name;
-}
-
-CameraParams cameraParams(const ExifInfo& exif) {
-    CameraParams params;
-    params.width = exif.imageWidth;
-    params.height = exif.imageHeight;
-    const Eigen::Vector2d point = exif.principalPoint.value_or(
-        Eigen::Vector2d(0.5 * (static_cast<double>(exif.imageWidth) - 1.0),
-                        0.5 * (static_cast<double>(exif.imageHeight) - 1.0)));
-    params.principalPointX = point.x();
-    params.principalPointY = point.y();
-    params.vignetting = exif.vignetting;
-    params.storedRange = exif.storedRange;
-    params.clipLine = exif.clipLine;
-    return params;
-}
-
 InputImage inputImage(const std::string& path, ImageMetadata metadata) {
     InputImage image;
     image.path = QString::fromStdString(path);
@@ -107,6 +65,15 @@ InputImage inputImage(const std::string& path, ImageMetadata metadata) {
     image.geo = metadata.geo;
     image.cameraId = cameraId(image.exif);
     return image;
+}
+
+CalibrationDonors readDonors(const std::vector<std::string>& paths) {
+    CalibrationDonors donors;
+    donors.reserve(paths.size());
+    for (const std::string& path : paths) {
+        donors.push_back(readDonor(path));
+    }
+    return donors;
 }
 
 } // namespace tessik::exif

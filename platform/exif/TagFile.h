@@ -12,7 +12,7 @@
 namespace tessik::exif {
 
 /// Metadata that cannot be read or written. what() is the reason; it does not repeat the path.
-class TESSIK_PLATFORM_EXPORT Error : public std::runtime_error {
+class TESSIK_READERS_EXPORT Error : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
@@ -33,7 +33,7 @@ struct TagFile {
 
 /// Reads EXIF and XMP of a TIFF or JPEG file. Thread safe.
 /// @throws Error when the file cannot be opened or its structure is broken.
-TESSIK_PLATFORM_EXPORT TagFile readTags(const std::string& path);
+TESSIK_READERS_EXPORT TagFile readTags(const std::string& path);
 
 /// One tag to write. Key as in "Exif.Photo.ExposureTime" or "Xmp.Camera.BandName"; EXIF values as
 /// text of the tag's own type ("1395/1000000", "2 2"; a whole number does for a fraction); several
@@ -48,7 +48,7 @@ struct NewTag {
 /// Camera, MicaSense, DLS, drone-dji and Tessik. Other tags of the file stay. Thread safe.
 /// @throws Error when a key is unknown, a value is not of its tag's type, or the file cannot be
 ///         written.
-TESSIK_PLATFORM_EXPORT void writeTags(const std::string& path, const std::vector<NewTag>& tags);
+TESSIK_READERS_EXPORT void writeTags(const std::string& path, const std::vector<NewTag>& tags);
 
 /// Gives a corrected image the metadata of the image that it was made from: what says where, when,
 /// with which camera and which geometry it was taken is copied; what describes the raw pixels (dark
@@ -59,9 +59,9 @@ TESSIK_PLATFORM_EXPORT void writeTags(const std::string& path, const std::vector
 /// @param omitted names of XMP tags that do not hold for the corrected image
 /// @return the bytes of the file that has them
 /// @throws Error when the target cannot be read or written
-TESSIK_PLATFORM_EXPORT std::string copyDescription(const RawMetadata& source,
-                                                   const std::string& target,
-                                                   const std::vector<NewTag>& newTags,
-                                                   const std::vector<std::string>& omitted = {});
+TESSIK_READERS_EXPORT std::string copyDescription(const RawMetadata& source,
+                                                  const std::string& target,
+                                                  const std::vector<NewTag>& newTags,
+                                                  const std::vector<std::string>& omitted = {});
 
 } // namespace tessik::exif

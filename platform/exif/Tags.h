@@ -16,17 +16,17 @@ namespace tessik::exif {
 
 /// A number as cameras write it: decimal, with sign, "a/b", "inf", "nan"; nothing else around it
 /// but blanks. A zero denominator gives a value that is not finite.
-TESSIK_PLATFORM_EXPORT std::optional<double> parseNumber(std::string_view text);
+TESSIK_READERS_EXPORT std::optional<double> parseNumber(std::string_view text);
 
 /// All numbers of the texts, each split at commas and blanks; empty when any piece is no number.
-TESSIK_PLATFORM_EXPORT std::vector<double> parseNumbers(const std::vector<std::string>& texts);
+TESSIK_READERS_EXPORT std::vector<double> parseNumbers(const std::vector<std::string>& texts);
 
 /// The text split at commas, pieces trimmed.
-TESSIK_PLATFORM_EXPORT std::vector<std::string> splitList(std::string_view text);
+TESSIK_READERS_EXPORT std::vector<std::string> splitList(std::string_view text);
 
 /// The tags of one file. A value is a list of texts: the components of an EXIF value (an ASCII
 /// value is one component), the items of an XMP array, or the one text of a plain XMP property.
-class TESSIK_PLATFORM_EXPORT Tags {
+class TESSIK_READERS_EXPORT Tags {
 public:
     /// Components or items of a tag, in file order.
     using Value = std::vector<std::string>;

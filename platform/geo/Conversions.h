@@ -2,8 +2,7 @@
 
 #include "platform/camera/GeoData.h"
 #include "platform/export.h"
-#include "platform/geo/OutCoordSystem.h"
-#include "platform/geo/SiteCalibration.h"
+#include "platform/geo/ProjectCoordinateSystems.h"
 
 #include <Eigen/Core>
 

@@ -1,6 +1,6 @@
 #include "platform/image/PendingFile.h"
 
-#include "platform/image/Raster.h"
+#include "platform/image/Error.h"
 
 #include <filesystem>
 #include <system_error>

@@ -1,7 +1,7 @@
 #include "platform/image/Png.h"
 
+#include "platform/image/Error.h"
 #include "platform/image/PendingFile.h"
-#include "platform/image/Raster.h"
 #include "platform/image/detail/Gdal.h"
 
 #include <cpl_vsi.h>

@@ -6,6 +6,7 @@
 #include "platform/export.h"
 #include "platform/image/BandMatrix.h"
 #include "platform/image/DataType.h"
+#include "platform/image/Error.h"
 
 #include <cstdint>
 #include <functional>
@@ -17,12 +18,6 @@
 #include <vector>
 
 namespace tessik::image {
-
-/// A raster that cannot be read or written. what() is the reason; it does not repeat the path.
-class TESSIK_PLATFORM_EXPORT Error : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
 
 /// A raster file open for reading. Movable; not to be used by two threads at once.
 class TESSIK_PLATFORM_EXPORT Raster {

@@ -1,6 +1,6 @@
 #include "platform/image/SoftwareTag.h"
 
-#include "platform/image/Raster.h"
+#include "platform/image/Error.h"
 
 #include <tiffio.h>
 

@@ -1,6 +1,6 @@
 #include "platform/image/TiffBlocks.h"
 
-#include "platform/image/Raster.h"
+#include "platform/image/Error.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,7 +1,7 @@
 #include "calibrationTarget/Choice.h"
 
 #include "platform/text/Text.h"
-#include "radiometry/ExposureMetadata.h"
+#include "radiometry/config/ExposureMetadata.h"
 
 #include <QtCore/QFileInfo>
 #include <QtCore/QStringList>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "radiometry/TargetCalibration.h"
+#include "radiometry/calibrationTarget/MeasuredTarget.h"
 
 #include <QtCore/QString>
 

@@ -1,6 +1,6 @@
-#include "radiometry/ReflectanceStore.h"
+#include "radiometry/calibrationTarget/ReflectanceStore.h"
 
-#include "Fail.h"
+#include "core/Fail.h"
 
 #include <QtCore/QSettings>
 #include <QtCore/QStringList>

@@ -1,13 +1,13 @@
-#include "radiometry/TargetCalibration.h"
+#include "radiometry/calibrationTarget/TargetCalibration.h"
 
-#include "Fail.h"
 #include "calibrationTarget/Choice.h"
+#include "core/Fail.h"
 #include "platform/camera/InputImage.h"
 #include "platform/geo/ProjectCoordinateSystems.h"
 #include "platform/image/Raster.h"
 #include "platform/log/Log.h"
-#include "radiometry/DirectSunlightFraction.h"
-#include "radiometry/detail/CalibrationTargetReader.h"
+#include "radiometry/calibrationTargetDetail/CalibrationTargetReader.h"
+#include "radiometry/directSunlightFraction/DirectSunlightFraction.h"
 
 #include <QtCore/QStringList>
 #include <boost/geometry/algorithms/covered_by.hpp>

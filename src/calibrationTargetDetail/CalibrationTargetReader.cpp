@@ -1,6 +1,6 @@
-#include "radiometry/detail/CalibrationTargetReader.h"
+#include "radiometry/calibrationTargetDetail/CalibrationTargetReader.h"
 
-#include "Fail.h"
+#include "core/Fail.h"
 #include "platform/image/Raster.h"
 
 #include <boost/geometry/algorithms/assign.hpp>

@@ -1,8 +1,8 @@
-#include "Fail.h"
+#include "core/Fail.h"
 #include "platform/camera/InputImage.h"
 #include "platform/geo/Conversions.h"
 #include "platform/geo/ProjectCoordinateSystems.h"
-#include "radiometry/detail/CalibrationTargetReader.h"
+#include "radiometry/calibrationTargetDetail/CalibrationTargetReader.h"
 
 #include <algorithm>
 #include <cmath>

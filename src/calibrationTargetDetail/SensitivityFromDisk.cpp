@@ -1,12 +1,11 @@
-#include "Fail.h"
+#include "core/Fail.h"
+#include "platform/camera/ExifInfo.h"
 #include "platform/camera/InputImage.h"
-#include "platform/exif/ExifReader.h"
-#include "platform/exif/Predicates.h"
 #include "platform/geo/ProjectCoordinateSystems.h"
 #include "platform/log/Log.h"
-#include "radiometry/Consistency.h"
 #include "radiometry/Correct.h"
-#include "radiometry/detail/CalibrationTargetReader.h"
+#include "radiometry/calibrationTargetDetail/CalibrationTargetReader.h"
+#include "radiometry/core/Consistency.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,14 +1,14 @@
 #include "radiometry/corrector/BadExposureMasking.h"
 
-#include "DarkLevel.h"
-#include "Rows.h"
-#include "Tell.h"
+#include "corrector/DarkLevel.h"
+#include "corrector/Rows.h"
+#include "corrector/Tell.h"
 #include "platform/camera/CameraParams.h"
-#include "platform/exif/ExifInfo.h"
+#include "platform/camera/ExifInfo.h"
 #include "platform/log/Log.h"
-#include "radiometry/Consistency.h"
-#include "radiometry/ExposureMetadata.h"
-#include "radiometry/Gamma.h"
+#include "radiometry/config/ExposureMetadata.h"
+#include "radiometry/config/Gamma.h"
+#include "radiometry/core/Consistency.h"
 
 #include <algorithm>
 #include <limits>

@@ -1,8 +1,8 @@
 #include "radiometry/corrector/BadPixelMasking.h"
 
-#include "Tell.h"
-#include "platform/exif/ExifInfo.h"
-#include "radiometry/Consistency.h"
+#include "corrector/Tell.h"
+#include "platform/camera/ExifInfo.h"
+#include "radiometry/core/Consistency.h"
 
 #include <limits>
 

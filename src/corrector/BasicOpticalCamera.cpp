@@ -1,10 +1,10 @@
 #include "radiometry/corrector/BasicOpticalCamera.h"
 
-#include "Rows.h"
-#include "Tell.h"
+#include "corrector/Rows.h"
+#include "corrector/Tell.h"
 #include "platform/log/Log.h"
-#include "radiometry/Consistency.h"
-#include "radiometry/ExposureMetadata.h"
+#include "radiometry/config/ExposureMetadata.h"
+#include "radiometry/core/Consistency.h"
 
 namespace tessik::radiometry::corrector {
 

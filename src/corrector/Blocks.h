@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Fail.h"
-#include "radiometry/Types.h"
+#include "core/Fail.h"
+#include "radiometry/core/Types.h"
 
 namespace tessik::radiometry::corrector {
 

@@ -1,9 +1,9 @@
 #include "radiometry/corrector/CalibrationTarget.h"
 
-#include "Rows.h"
-#include "Tell.h"
+#include "corrector/Rows.h"
+#include "corrector/Tell.h"
 #include "platform/log/Log.h"
-#include "radiometry/Consistency.h"
+#include "radiometry/core/Consistency.h"
 
 namespace tessik::radiometry::corrector {
 

@@ -1,6 +1,5 @@
-#include "platform/exif/ExifInfo.h"
-#include "platform/exif/Predicates.h"
-#include "radiometry/Gamma.h"
+#include "platform/camera/ExifInfo.h"
+#include "radiometry/config/Gamma.h"
 #include "radiometry/corrector/AirinovMultispec4COpticalCameraV2_32.h"
 #include "radiometry/corrector/BadExposureMasking.h"
 #include "radiometry/corrector/BadPixelMasking.h"

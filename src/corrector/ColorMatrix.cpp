@@ -1,11 +1,10 @@
 #include "radiometry/corrector/ColorMatrix.h"
 
-#include "Fail.h"
-#include "Tell.h"
-#include "platform/exif/ExifInfo.h"
-#include "platform/exif/Predicates.h"
+#include "core/Fail.h"
+#include "corrector/Tell.h"
+#include "platform/camera/ExifInfo.h"
 #include "platform/log/Log.h"
-#include "radiometry/Consistency.h"
+#include "radiometry/core/Consistency.h"
 
 #include <limits>
 #include <string>

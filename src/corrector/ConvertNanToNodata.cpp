@@ -1,7 +1,7 @@
 #include "radiometry/corrector/ConvertNanToNodata.h"
 
-#include "Rows.h"
-#include "Tell.h"
+#include "corrector/Rows.h"
+#include "corrector/Tell.h"
 
 #include <limits>
 #include <memory>

@@ -1,10 +1,10 @@
 #include "radiometry/corrector/DarkCurrent.h"
 
-#include "DarkLevel.h"
-#include "Rows.h"
-#include "Tell.h"
+#include "corrector/DarkLevel.h"
+#include "corrector/Rows.h"
+#include "corrector/Tell.h"
 #include "platform/log/Log.h"
-#include "radiometry/Consistency.h"
+#include "radiometry/core/Consistency.h"
 
 #include <algorithm>
 #include <memory>

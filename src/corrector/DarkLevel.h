@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Blocks.h"
+#include "corrector/Blocks.h"
 #include "radiometry/datasource/DataSources.h"
 
 #include <algorithm>

@@ -1,12 +1,12 @@
 #include "radiometry/corrector/GammaRelinearisation.h"
 
-#include "Rows.h"
-#include "Tell.h"
+#include "corrector/Rows.h"
+#include "corrector/Tell.h"
+#include "platform/camera/ExifInfo.h"
 #include "platform/camera/Gamma.h"
-#include "platform/exif/ExifInfo.h"
 #include "platform/log/Log.h"
-#include "radiometry/Consistency.h"
-#include "radiometry/Gamma.h"
+#include "radiometry/config/Gamma.h"
+#include "radiometry/core/Consistency.h"
 
 #include <algorithm>
 #include <cstdint>

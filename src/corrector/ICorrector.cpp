@@ -1,6 +1,7 @@
 #include "radiometry/corrector/ICorrector.h"
 
-namespace tessik::radiometry::corrector {
+namespace tessik::radiometry {
+namespace corrector {
 
 void ICorrector::useData(const datasource::VignettingModel& /*source*/) {}
 void ICorrector::useData(const datasource::UserSettings& /*source*/) {}
@@ -19,4 +20,41 @@ void ICorrector::correct(BandImage& bands, const Eigen::Vector2i& blockOffset) c
     }
 }
 
-} // namespace tessik::radiometry::corrector
+} // namespace corrector
+
+// The other half of the double dispatch. It stands here because data sources know no corrector.
+namespace datasource {
+
+void CoordinateSystems::accept(corrector::ICorrector& corrector) const {
+    corrector.useData(*this);
+}
+void ImageMetadata::accept(corrector::ICorrector& corrector) const {
+    corrector.useData(*this);
+}
+void LightConditions::accept(corrector::ICorrector& corrector) const {
+    corrector.useData(*this);
+}
+void Sensor::accept(corrector::ICorrector& corrector) const {
+    corrector.useData(*this);
+}
+void Photogrammetry::accept(corrector::ICorrector& corrector) const {
+    corrector.useData(*this);
+}
+void UserSettings::accept(corrector::ICorrector& corrector) const {
+    corrector.useData(*this);
+}
+void ParrotSequoiaCMOS::accept(corrector::ICorrector& corrector) const {
+    corrector.useData(*this);
+}
+void CalibrationTarget::accept(corrector::ICorrector& corrector) const {
+    corrector.useData(*this);
+}
+void DarkCurrentModel::accept(corrector::ICorrector& corrector) const {
+    corrector.useData(*this);
+}
+void VignettingModel::accept(corrector::ICorrector& corrector) const {
+    corrector.useData(*this);
+}
+
+} // namespace datasource
+} // namespace tessik::radiometry

@@ -1,7 +1,7 @@
 #include "radiometry/corrector/IntensityShift.h"
 
-#include "Rows.h"
-#include "Tell.h"
+#include "corrector/Rows.h"
+#include "corrector/Tell.h"
 #include "platform/log/Log.h"
 
 namespace tessik::radiometry::corrector {

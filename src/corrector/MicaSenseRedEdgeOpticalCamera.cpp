@@ -1,12 +1,11 @@
 #include "radiometry/corrector/MicaSenseRedEdgeOpticalCamera.h"
 
-#include "Rows.h"
-#include "Tell.h"
-#include "platform/exif/ExifInfo.h"
-#include "platform/exif/Predicates.h"
+#include "corrector/Rows.h"
+#include "corrector/Tell.h"
+#include "platform/camera/ExifInfo.h"
 #include "platform/log/Log.h"
-#include "radiometry/Consistency.h"
-#include "radiometry/ExposureMetadata.h"
+#include "radiometry/config/ExposureMetadata.h"
+#include "radiometry/core/Consistency.h"
 
 namespace tessik::radiometry::corrector {
 

@@ -1,4 +1,4 @@
-#include "Names.h"
+#include "corrector/Names.h"
 
 #include "radiometry/corrector/AirinovMultispec4COpticalCameraV2_32.h"
 #include "radiometry/corrector/BadExposureMasking.h"

@@ -1,9 +1,9 @@
 #include "radiometry/corrector/ParrotSequoiaBias.h"
 
-#include "Rows.h"
-#include "Tell.h"
-#include "platform/exif/ExifInfo.h"
-#include "radiometry/Consistency.h"
+#include "corrector/Rows.h"
+#include "corrector/Tell.h"
+#include "platform/camera/ExifInfo.h"
+#include "radiometry/core/Consistency.h"
 
 #include <algorithm>
 #include <optional>

@@ -1,11 +1,11 @@
 #include "radiometry/corrector/ParrotSequoiaOpticalCameraV1.h"
 
-#include "Fail.h"
-#include "Rows.h"
-#include "SequoiaExposure.h"
-#include "Tell.h"
-#include "radiometry/Consistency.h"
-#include "radiometry/ExposureMetadata.h"
+#include "core/Fail.h"
+#include "corrector/Rows.h"
+#include "corrector/SequoiaExposure.h"
+#include "corrector/Tell.h"
+#include "radiometry/config/ExposureMetadata.h"
+#include "radiometry/core/Consistency.h"
 
 namespace tessik::radiometry::corrector {
 

@@ -1,13 +1,13 @@
 #include "radiometry/corrector/ParrotSequoiaOpticalCameraV2.h"
 
-#include "Blocks.h"
-#include "RowFields.h"
-#include "Rows.h"
-#include "SequoiaExposure.h"
-#include "Tell.h"
+#include "cameras/sequoia/RowFields.h"
+#include "corrector/Blocks.h"
+#include "corrector/Rows.h"
+#include "corrector/SequoiaExposure.h"
+#include "corrector/Tell.h"
 #include "platform/log/Log.h"
-#include "radiometry/Consistency.h"
-#include "radiometry/sequoia/Physics.h"
+#include "radiometry/cameras/sequoia/Physics.h"
+#include "radiometry/core/Consistency.h"
 
 #include <limits>
 #include <memory>

@@ -1,6 +1,6 @@
-#include "Pipeline.h"
+#include "corrector/Pipeline.h"
 
-#include "Names.h"
+#include "corrector/Names.h"
 #include "platform/log/Log.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Rows.h"
+#include "corrector/Rows.h"
 #include "radiometry/corrector/detail/Step.h"
 
 #include <vector>

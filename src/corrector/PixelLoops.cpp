@@ -1,4 +1,4 @@
-#include "PixelLoops.h"
+#include "corrector/PixelLoops.h"
 
 #include <array>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "Rows.h"
+#include "corrector/Rows.h"
 
 #include <algorithm>
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "PixelLoops.h"
-#include "radiometry/Account.h"
-#include "radiometry/Types.h"
+#include "corrector/PixelLoops.h"
+#include "radiometry/core/Account.h"
+#include "radiometry/core/Types.h"
 #include "radiometry/corrector/detail/Step.h"
 
 #include <functional>

@@ -1,13 +1,13 @@
 #include "radiometry/corrector/SunSensor.h"
 
-#include "LevelIrradiance.h"
-#include "Rows.h"
-#include "Tell.h"
-#include "platform/exif/ExifInfo.h"
+#include "corrector/Rows.h"
+#include "corrector/Tell.h"
+#include "platform/camera/ExifInfo.h"
 #include "platform/geo/ProjectCoordinateSystems.h"
 #include "platform/log/Log.h"
 #include "platform/math/Angle.h"
-#include "radiometry/Consistency.h"
+#include "radiometry/core/Consistency.h"
+#include "radiometry/sun/SunIrradiance.h"
 
 #include <cmath>
 

@@ -1,7 +1,7 @@
 #include "radiometry/corrector/Vignetting.h"
 
-#include "Blocks.h"
-#include "Rows.h"
+#include "corrector/Blocks.h"
+#include "corrector/Rows.h"
 
 namespace tessik::radiometry::corrector {
 

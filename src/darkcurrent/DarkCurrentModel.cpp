@@ -1,6 +1,6 @@
-#include "radiometry/DarkCurrentModel.h"
+#include "radiometry/darkcurrent/DarkCurrentModel.h"
 
-#include "radiometry/sequoia/ModelParameter.h"
+#include "radiometry/cameras/sequoia/ModelParameter.h"
 
 #include <ostream>
 

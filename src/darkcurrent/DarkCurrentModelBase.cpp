@@ -1,6 +1,6 @@
-#include "platform/exif/ExifInfo.h"
+#include "platform/camera/ExifInfo.h"
 #include "platform/log/Log.h"
-#include "radiometry/DarkCurrentModel.h"
+#include "radiometry/darkcurrent/DarkCurrentModel.h"
 
 #include <algorithm>
 #include <limits>

@@ -1,7 +1,7 @@
-#include "platform/exif/ExifInfo.h"
+#include "platform/camera/ExifInfo.h"
 #include "platform/log/Log.h"
-#include "radiometry/DarkCurrentModel.h"
-#include "radiometry/sequoia/Physics.h"
+#include "radiometry/cameras/sequoia/Physics.h"
+#include "radiometry/darkcurrent/DarkCurrentModel.h"
 
 #include <ostream>
 

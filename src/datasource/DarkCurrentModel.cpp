@@ -1,9 +1,8 @@
-#include "radiometry/DarkCurrentModel.h"
+#include "radiometry/darkcurrent/DarkCurrentModel.h"
 
 #include "datasource/Key.h"
-#include "platform/exif/ExifInfo.h"
+#include "platform/camera/ExifInfo.h"
 #include "platform/log/Log.h"
-#include "radiometry/corrector/ICorrector.h"
 #include "radiometry/datasource/DataSources.h"
 
 #include <algorithm>
@@ -40,10 +39,6 @@ DarkCurrentModel::DarkCurrentModel(const IDarkCurrentModel& model) {
     }
     m_maps = std::move(maps);
     TESSIK_LOG(logging::kInfo) << "Dark current: " << model;
-}
-
-void DarkCurrentModel::accept(corrector::ICorrector& corrector) const {
-    corrector.useData(*this);
 }
 
 DataSourcePointer createDarkCurrentSource(const ExifInfo& exif,

@@ -2,35 +2,9 @@
 
 #include "platform/camera/CameraParams.h"
 #include "platform/camera/InputImage.h"
-#include "radiometry/corrector/ICorrector.h"
-#include "radiometry/sequoia/ModelParameter.h"
+#include "radiometry/cameras/sequoia/ModelParameter.h"
 
 namespace tessik::radiometry::datasource {
-
-void CoordinateSystems::accept(corrector::ICorrector& corrector) const {
-    corrector.useData(*this);
-}
-void ImageMetadata::accept(corrector::ICorrector& corrector) const {
-    corrector.useData(*this);
-}
-void LightConditions::accept(corrector::ICorrector& corrector) const {
-    corrector.useData(*this);
-}
-void Sensor::accept(corrector::ICorrector& corrector) const {
-    corrector.useData(*this);
-}
-void Photogrammetry::accept(corrector::ICorrector& corrector) const {
-    corrector.useData(*this);
-}
-void UserSettings::accept(corrector::ICorrector& corrector) const {
-    corrector.useData(*this);
-}
-void ParrotSequoiaCMOS::accept(corrector::ICorrector& corrector) const {
-    corrector.useData(*this);
-}
-void CalibrationTarget::accept(corrector::ICorrector& corrector) const {
-    corrector.useData(*this);
-}
 
 CalibrationTarget::CalibrationTarget(const std::vector<double>& sensitivity)
     : m_sensitivity(std::make_unique<Eigen::ArrayXd>(Eigen::Map<const Eigen::ArrayXd>(

@@ -1,21 +1,16 @@
-#include "radiometry/VignettingModel.h"
+#include "radiometry/vignetting/VignettingModel.h"
 
 #include "datasource/Key.h"
 #include "platform/camera/CameraParams.h"
 #include "platform/log/Log.h"
-#include "radiometry/corrector/ICorrector.h"
+#include "radiometry/cameras/sequoia/ModelParameter.h"
 #include "radiometry/datasource/DataSources.h"
-#include "radiometry/sequoia/ModelParameter.h"
 
 namespace tessik::radiometry::datasource {
 
 VignettingModel::VignettingModel(const IVignettingModel& model) : m_inverseMap(model.map()) {
     m_inverseMap = m_inverseMap.cwiseInverse();
     TESSIK_LOG(logging::kInfo) << "Vignetting: " << model;
-}
-
-void VignettingModel::accept(corrector::ICorrector& corrector) const {
-    corrector.useData(*this);
 }
 
 DataSourcePointer createVignettingSource(const CameraParams& camera,

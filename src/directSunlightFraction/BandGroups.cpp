@@ -1,4 +1,4 @@
-#include "radiometry/DirectSunlightFraction.h"
+#include "radiometry/directSunlightFraction/BandGroups.h"
 
 #include <stdexcept>
 

@@ -1,4 +1,4 @@
-#include "radiometry/ClearSkyModelBird.h"
+#include "radiometry/directSunlightFraction/ClearSkyModelBird.h"
 
 #include "platform/math/Angle.h"
 

@@ -1,4 +1,4 @@
-#include "radiometry/DirectSunlightFraction.h"
+#include "radiometry/directSunlightFraction/DirectSunlightFraction.h"
 
 #include "directSunlightFraction/Fit.h"
 #include "directSunlightFraction/Readings.h"

@@ -1,6 +1,6 @@
 #include "directSunlightFraction/Fit.h"
 
-#include "Fail.h"
+#include "core/Fail.h"
 #include "platform/log/Log.h"
 #include "platform/optimization/EMProblem.h"
 

@@ -1,11 +1,12 @@
-#include "Fail.h"
+#include "radiometry/directSunlightFraction/PhysicalModel.h"
+
+#include "core/Fail.h"
 #include "platform/camera/InputImage.h"
 #include "platform/geo/Conversions.h"
 #include "platform/log/Log.h"
 #include "platform/math/Angle.h"
-#include "radiometry/ClearSkyModelBird.h"
-#include "radiometry/DirectSunlightFraction.h"
-#include "radiometry/SunPosition.h"
+#include "radiometry/directSunlightFraction/ClearSkyModelBird.h"
+#include "radiometry/sun/SunPosition.h"
 
 namespace tessik::radiometry {
 namespace {

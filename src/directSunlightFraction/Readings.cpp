@@ -1,11 +1,11 @@
 #include "directSunlightFraction/Readings.h"
 
-#include "Fail.h"
-#include "platform/camera/CalibCamera.h"
+#include "core/Fail.h"
+#include "platform/camera/CameraExternals.h"
+#include "platform/camera/ExifInfo.h"
 #include "platform/camera/InputImage.h"
-#include "platform/exif/Predicates.h"
-#include "platform/geo/OutCoordSystem.h"
-#include "radiometry/SunIrradiance.h"
+#include "platform/geo/ProjectCoordinateSystems.h"
+#include "radiometry/sun/SunIrradiance.h"
 
 #include <algorithm>
 #include <cmath>

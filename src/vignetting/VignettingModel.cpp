@@ -1,4 +1,4 @@
-#include "radiometry/VignettingModel.h"
+#include "radiometry/vignetting/VignettingModel.h"
 
 #include "platform/camera/CameraParams.h"
 

@@ -1,6 +1,6 @@
-#include "RowFields.h"
-#include "radiometry/Consistency.h"
-#include "radiometry/VignettingModel.h"
+#include "cameras/sequoia/RowFields.h"
+#include "radiometry/core/Consistency.h"
+#include "radiometry/vignetting/VignettingModel.h"
 
 #include <ostream>
 

@@ -1,8 +1,8 @@
 #include "app/Command.h"
 
 #include "Flight.h"
+#include "platform/camera/ExifInfo.h"
 #include "platform/exif/ExifReader.h"
-#include "platform/exif/Predicates.h"
 #include "platform/exif/TagFile.h"
 #include "platform/image/Raster.h"
 #include "simulate/Compare.h"

@@ -2,7 +2,7 @@
 
 #include "app/Command.h"
 #include "platform/image/Raster.h"
-#include "radiometry/Types.h"
+#include "radiometry/core/Types.h"
 #include "report/Curves.h"
 #include "support/Support.h"
 

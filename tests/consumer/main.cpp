@@ -1,6 +1,5 @@
 #include <platform/camera/CameraExternals.h>
 #include <platform/camera/InputImage.h>
-#include <platform/exif/ExifReader.h>
 #include <platform/geo/ProjectCoordinateSystems.h>
 #include <radiometry/Correct.h>
 

@@ -1,6 +1,6 @@
 #include "ExampleCamera.h"
 #include "PathRadiance.h"
-#include "platform/TagBuilders.h"
+#include "platform/exif/TagBuilders.h"
 #include "radiometry/corrector/SunSensor.h"
 #include "support/Support.h"
 

@@ -2,8 +2,8 @@
 
 #include "platform/camera/CameraExternals.h"
 #include "platform/geo/ProjectCoordinateSystems.h"
-#include "radiometry/VignettingModel.h"
 #include "radiometry/corrector/ICorrector.h"
+#include "radiometry/vignetting/VignettingModel.h"
 #include "support/RedEdge.h"
 #include "support/Support.h"
 

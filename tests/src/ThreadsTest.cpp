@@ -1,8 +1,8 @@
 #include "platform/camera/CameraExternals.h"
 #include "platform/geo/ProjectCoordinateSystems.h"
 #include "radiometry/Correct.h"
-#include "radiometry/DarkCurrentModel.h"
-#include "radiometry/VignettingModel.h"
+#include "radiometry/darkcurrent/DarkCurrentModel.h"
+#include "radiometry/vignetting/VignettingModel.h"
 #include "support/RedEdge.h"
 #include "support/Support.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/exif/ExifInfo.h"
+#include "platform/camera/ExifInfo.h"
 #include "platform/image/BandMatrix.h"
 
 namespace tessik::test {

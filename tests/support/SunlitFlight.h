@@ -1,11 +1,10 @@
 #pragma once
 
-#include "platform/camera/CalibCamera.h"
-#include "platform/camera/CamerasData.h"
+#include "platform/camera/CameraExternals.h"
+#include "platform/camera/CameraParams.h"
 #include "platform/camera/InputImage.h"
-#include "platform/geo/OutCoordSystem.h"
-#include "platform/geo/SiteCalibration.h"
-#include "radiometry/DirectSunlightFraction.h"
+#include "platform/geo/ProjectCoordinateSystems.h"
+#include "radiometry/directSunlightFraction/DirectSunlightFraction.h"
 
 #include <Eigen/Core>
 

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "platform/camera/CameraParams.h"
+#include "platform/camera/ExifInfo.h"
 #include "platform/camera/InputImage.h"
-#include "platform/exif/ExifInfo.h"
 #include "platform/log/Log.h"
-#include "radiometry/Types.h"
+#include "radiometry/core/Types.h"
 #include "radiometry/corrector/ICorrector.h"
 #include "radiometry/datasource/DataSources.h"
 

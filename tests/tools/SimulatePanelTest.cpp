@@ -1,6 +1,7 @@
+#include "platform/camera/TargetDetector.h"
 #include "platform/exif/ExifReader.h"
 #include "platform/image/Raster.h"
-#include "platform/target/TargetDetector.h"
+#include "platform/panel/Detectors.h"
 #include "simulate/Compare.h"
 #include "simulate/Flight.h"
 #include "support/Support.h"

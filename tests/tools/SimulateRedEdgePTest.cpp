@@ -1,6 +1,7 @@
+#include "platform/camera/TargetDetector.h"
 #include "platform/exif/ExifReader.h"
 #include "platform/exif/TagFile.h"
-#include "platform/target/TargetDetector.h"
+#include "platform/panel/Detectors.h"
 #include "simulate/Course.h"
 #include "simulate/RedEdgePCamera.h"
 #include "tools/RenderedFlight.h"

@@ -2,8 +2,8 @@
 #include "platform/exif/ExifReader.h"
 #include "platform/geo/ProjectCoordinateSystems.h"
 #include "radiometry/Correct.h"
-#include "radiometry/sequoia/FactoryCalibration.h"
-#include "radiometry/sequoia/ModelFile.h"
+#include "radiometry/cameras/sequoia/ioModels.h"
+#include "radiometry/cameras/sequoia/loadCalibration.h"
 #include "simulate/SequoiaCamera.h"
 #include "tools/RenderedFlight.h"
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Input.h"
+#include "platform/camera/ExifInfo.h"
 #include "platform/exif/ExifReader.h"
-#include "platform/exif/Predicates.h"
 
 #include <cmath>
 

@@ -1,9 +1,9 @@
 #include "Calibrate.h"
 #include "Input.h"
-#include "platform/camera/CamerasData.h"
+#include "platform/camera/CameraParams.h"
 #include "platform/geo/CoordSystem.h"
 #include "platform/image/Raster.h"
-#include "radiometry/detail/CalibrationTargetReader.h"
+#include "radiometry/calibrationTargetDetail/CalibrationTargetReader.h"
 
 #include <algorithm>
 #include <cmath>

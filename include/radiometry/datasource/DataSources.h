@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/camera/GeoData.h"
-#include "radiometry/Types.h"
+#include "radiometry/core/Types.h"
 
 #include <Eigen/Core>
 #include <QtCore/QString>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/exif/ExifReader.h"
+#include "platform/exif/ImageMetadata.h"
 #include "platform/exif/Tags.h"
 
 #include <optional>

@@ -5,7 +5,7 @@
 /// dialect that knows the file replaces what it knows better. A new camera is a new file and a line
 /// in the table of Dialects.cpp.
 
-#include "platform/exif/ExifReader.h"
+#include "platform/exif/ImageMetadata.h"
 #include "platform/exif/Tags.h"
 #include "platform/exif/cameras/CaptureTime.h"
 

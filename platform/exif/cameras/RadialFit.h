@@ -16,7 +16,7 @@ namespace tessik::exif {
 ///
 /// @param correction k, one a power of the radius in px
 /// @param maxRadius largest radius in the image, px
-TESSIK_PLATFORM_EXPORT std::optional<Eigen::VectorXd>
+TESSIK_READERS_EXPORT std::optional<Eigen::VectorXd>
 brightnessFromCorrection(const Eigen::VectorXd& correction, double maxRadius);
 
 } // namespace tessik::exif

@@ -41,7 +41,7 @@ struct SequoiaIrradiance {
 /// are
 ///        in the ratio of channel 0
 /// @param imageSeconds time of the image on the records' clock; absent = not known
-TESSIK_PLATFORM_EXPORT SequoiaIrradiance
+TESSIK_READERS_EXPORT SequoiaIrradiance
 decodeSequoiaIrradiance(const std::string& text,
                         const std::vector<double>& calibration,
                         std::optional<double> imageSeconds);

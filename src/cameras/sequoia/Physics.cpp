@@ -1,4 +1,4 @@
-#include "radiometry/sequoia/Physics.h"
+#include "radiometry/cameras/sequoia/Physics.h"
 
 #include <cassert>
 #include <cmath>

@@ -1,6 +1,6 @@
-#include "ThermalProfile.h"
+#include "cameras/sequoia/ThermalProfile.h"
 
-#include "Fail.h"
+#include "core/Fail.h"
 
 #include <QtCore/QByteArray>
 #include <QtCore/QFile>

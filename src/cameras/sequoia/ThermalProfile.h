@@ -1,6 +1,6 @@
 #pragma once
 
-#include "radiometry/sequoia/ModelFile.h"
+#include "radiometry/cameras/sequoia/ioModels.h"
 
 #include <QtCore/QString>
 

@@ -1,8 +1,9 @@
-#include "Fail.h"
+#include "radiometry/cameras/sequoia/ioModels.h"
+
+#include "core/Fail.h"
 #include "platform/image/PendingFile.h"
 #include "platform/image/Raster.h"
 #include "platform/image/SoftwareTag.h"
-#include "radiometry/sequoia/ModelFile.h"
 
 #include <array>
 #include <cmath>

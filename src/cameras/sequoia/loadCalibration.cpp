@@ -1,11 +1,12 @@
-#include "ThermalProfile.h"
+#include "radiometry/cameras/sequoia/loadCalibration.h"
+
+#include "cameras/sequoia/ThermalProfile.h"
+#include "platform/camera/ExifInfo.h"
 #include "platform/camera/InputImage.h"
-#include "platform/exif/Predicates.h"
 #include "platform/log/Log.h"
 #include "platform/text/Hash.h"
-#include "radiometry/Types.h"
-#include "radiometry/sequoia/FactoryCalibration.h"
-#include "radiometry/sequoia/ModelFile.h"
+#include "radiometry/cameras/sequoia/ioModels.h"
+#include "radiometry/core/Types.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>

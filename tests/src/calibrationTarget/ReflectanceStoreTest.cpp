@@ -1,6 +1,6 @@
-#include "radiometry/ReflectanceStore.h"
+#include "radiometry/calibrationTarget/ReflectanceStore.h"
 
-#include "radiometry/Types.h"
+#include "radiometry/core/Types.h"
 #include "support/Settings.h"
 #include "support/Support.h"
 

@@ -2,7 +2,7 @@
 #include "platform/exif/ExifReader.h"
 #include "platform/geo/ProjectCoordinateSystems.h"
 #include "platform/image/Raster.h"
-#include "radiometry/detail/CalibrationTargetReader.h"
+#include "radiometry/calibrationTargetDetail/CalibrationTargetReader.h"
 #include "support/RedEdge.h"
 #include "support/Support.h"
 

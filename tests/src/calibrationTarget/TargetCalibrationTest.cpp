@@ -1,4 +1,4 @@
-#include "radiometry/TargetCalibration.h"
+#include "radiometry/calibrationTarget/TargetCalibration.h"
 
 #include "platform/camera/InputImage.h"
 #include "platform/exif/ExifReader.h"

@@ -1,6 +1,6 @@
-#include "radiometry/DarkCurrentModel.h"
 #include "radiometry/corrector/BadExposureMasking.h"
 #include "radiometry/corrector/DarkCurrent.h"
+#include "radiometry/darkcurrent/DarkCurrentModel.h"
 #include "support/Support.h"
 
 #include <gtest/gtest.h>

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "platform/image/DataType.h"
+#include "radiometry/core/Types.h"
+
+#include <Eigen/Core>
+
+#include <vector>
+
+namespace tessik {
+struct CameraParams;
+struct ExifInfo;
+} // namespace tessik
+
+namespace tessik::radiometry {
+
+/// Exposure time in s; 1.0 when it is not stated, which is neutral in opticalCorrection.
+RADIOMETRY_EXPORT double readExposure(const ExifInfo& exif);
+/// ISO speed; 1.0 when it is not stated.
+RADIOMETRY_EXPORT double readIso(const ExifInfo& exif);
+/// Aperture f-number; 1.0 when it is not stated.
+RADIOMETRY_EXPORT double readApertureFNumber(const ExifInfo& exif);
+
+/// The factor that makes pixel values of different exposures comparable:
+/// fNumber^2 / (exposureTime * sensitivity * iso). A zero divisor is not guarded.
+/// Source: ISO 12232 exposure relation, H = q L t / N^2.
+RADIOMETRY_EXPORT double
+opticalCorrection(double fNumber, double exposureTime, double iso, double sensitivity);
+
+/// Not empty, and every value finite and positive.
+RADIOMETRY_EXPORT bool isSensitivityValid(const std::vector<double>& sensitivity);
+
+/// Sensitivity of each band; ones when it is not stated, invalid, or not one value a band.
+RADIOMETRY_EXPORT Eigen::ArrayXd readSensitivity(const ExifInfo& exif);
+
+/// Range of the raw values: the camera's own where it states one, else that of the pixel type.
+/// @throws error "Inconsistent pixel range found in DB" when the camera's does not lie in the
+/// type's
+RADIOMETRY_EXPORT PixelValueRange originalPixelRange(const ExifInfo& exif,
+                                                     const CameraParams& camera);
+
+/// The type that a camera's raw values really have: 16 bits for 8-bit Sequoia images, whose values
+/// are shifted back by 8 bits before anything else.
+RADIOMETRY_EXPORT DataType fixedPixeltypeForCamera(const ExifInfo& exif);
+
+} // namespace tessik::radiometry

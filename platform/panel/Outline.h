@@ -1,0 +1,24 @@
+#pragma once
+
+#include "platform/camera/TargetDetector.h"
+#include "platform/export.h"
+#include "platform/image/BandMatrix.h"
+#include "platform/image/Region.h"
+
+/// From corners in an image to regions of it.
+namespace tessik::target {
+
+/// The convex outline of the corners at whole pixels: clockwise as the image is looked at, closed,
+/// whatever their order. Empty when it encloses nothing.
+TESSIK_READERS_EXPORT image::Ring outline(const Corners& corners);
+
+/// Whether all corners are pixels of the image.
+bool isInside(const Corners& corners, const BandMatrix& band);
+
+/// The smallest box around a region.
+image::Box boundsOf(const image::Ring& region);
+
+/// The pixels of a box that lies inside the image, both its corners included.
+BandMatrix blockOf(const image::Box& box, const BandMatrix& band);
+
+} // namespace tessik::target
