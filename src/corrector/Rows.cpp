@@ -5,9 +5,9 @@
 namespace tessik::radiometry::corrector {
 namespace {
 
-/// Samples of a band that all steps work on before the next ones: 16 KiB, so that those of a few
-/// bands stay in the first cache. `warm` of bench/ChainBenchmark.cpp measures it.
-constexpr Eigen::Index kTileSamples = 4096;
+/// Samples of a band that all steps work on before the next ones: 8 KiB, so that those of a few
+/// bands and their maps stay in the first cache. `warm` of bench/ChainBenchmark.cpp measures it.
+constexpr Eigen::Index kTileSamples = 2048;
 
 /// Rows [first, last) of all bands that have them.
 void runTile(const RowWork& work, BandImage& bands, Eigen::Index first, Eigen::Index last) {
