@@ -26,15 +26,8 @@ bool verifyConsistentMatrixBlocks(std::int64_t rows,
     if (blockRows <= 0 || blockCols <= 0 || rows % blockRows != 0 || cols % blockCols != 0 ||
         rows / blockRows != cols / blockCols) {
         fail(context,
-             ": matrix (",
-             static_cast<qint64>(rows),
-             ",",
-             static_cast<qint64>(cols),
-             ") cannot be divided in blocks of (",
-             static_cast<qint64>(blockRows),
-             ",",
-             static_cast<qint64>(blockCols),
-             ")");
+             ": matrix " + pairText(rows, cols) + " cannot be divided in blocks of " +
+                 pairText(blockRows, blockCols));
     }
     return true;
 }

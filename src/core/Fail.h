@@ -11,4 +11,9 @@ template <typename... Args>
     throw error(text::compose(args...).toStdString());
 }
 
+/// A size or a position as messages show it: "(rows,columns)".
+inline QString pairText(qint64 row, qint64 column) {
+    return QStringLiteral("(%1,%2)").arg(row).arg(column);
+}
+
 } // namespace tessik::radiometry

@@ -1,7 +1,6 @@
 #include "radiometry/corrector/AirinovMultispec4COpticalCameraV2_32.h"
 
 #include "corrector/Rows.h"
-#include "corrector/Tell.h"
 #include "platform/log/Log.h"
 #include "radiometry/config/ExposureMetadata.h"
 #include "radiometry/core/Consistency.h"
@@ -29,15 +28,13 @@ bool AirinovMultispec4COpticalCameraV2_32::isApplicable() const {
     return m_data->sensitivity.size() > 0 && doAnyCorrection(m_data->correctionType);
 }
 
-RowWork AirinovMultispec4COpticalCameraV2_32::prepare(const BandImage& bands,
-                                                      const Eigen::Vector2i& /*blockOffset*/,
-                                                      Account* account) const {
-    verifyConsistentNumberOfBands(bands.size(),
+RowWork AirinovMultispec4COpticalCameraV2_32::prepare(const RowTask& task) const {
+    verifyConsistentNumberOfBands(task.bands.size(),
                                   static_cast<std::size_t>(m_data->sensitivity.size()),
                                   QStringLiteral("Correcting for optical effects"));
     const Eigen::ArrayXd factors = m_data->sensitivity.inverse();
     TESSIK_LOG(logging::kInfo) << "AirinovMultispec4C optical correction: " << factors.transpose();
-    tell(account, "factor", "", factors);
+    tell(task.account, "factor", "", factors);
     return scaling(factors.cast<float>());
 }
 

@@ -2,7 +2,6 @@
 
 #include "corrector/DarkLevel.h"
 #include "corrector/Rows.h"
-#include "corrector/Tell.h"
 #include "platform/camera/CameraParams.h"
 #include "platform/camera/ExifInfo.h"
 #include "platform/log/Log.h"
@@ -56,9 +55,7 @@ bool BadExposureMasking::isApplicable() const {
     return m_data->exif != nullptr && m_data->camera != nullptr;
 }
 
-RowWork BadExposureMasking::prepare(const BandImage& bands,
-                                    const Eigen::Vector2i& blockOffset,
-                                    Account* account) const {
+RowWork BadExposureMasking::prepare(const RowTask& task) const {
     const PixelValueRange range = isGammaTransformationApplied(*m_data->exif)
                                       ? linearRange(m_data->exif->gamma)
                                       : originalPixelRange(*m_data->exif, *m_data->camera);
@@ -67,37 +64,37 @@ RowWork BadExposureMasking::prepare(const BandImage& bands,
     const DarkLevel::Maps& maps = m_data->darkCurrent;
     const bool hasDarkCurrent = maps && !maps->bands.empty();
     if (hasDarkCurrent) {
-        verifyConsistentNumberOfBands(bands.size(), maps->bands.size(), kBadExposureContext);
+        verifyConsistentNumberOfBands(task.bands.size(), maps->bands.size(), kBadExposureContext);
     }
     std::vector<DarkLevel> darks;
     if (hasDarkCurrent) {
-        darks = DarkLevel::ofBands(maps, bands, blockOffset, kBadExposureContext);
+        darks = DarkLevel::ofBands(maps, task.bands, task.blockOffset, kBadExposureContext);
     }
     const auto lo = static_cast<float>(range.min);
     const auto limit = [line = m_data->camera->clipLine,
                         max = range.max,
-                        firstRow = static_cast<Eigen::Index>(blockOffset[1])](Eigen::Index row) {
+                        firstRow =
+                            static_cast<Eigen::Index>(task.blockOffset[1])](Eigen::Index row) {
         return static_cast<float>(
             line ? std::min(max, line->ofRow(static_cast<double>(firstRow + row))) : max);
     };
     const char* unit = isGammaTransformationApplied(*m_data->exif) ? "" : "DN";
-    tell(account, "lower_limit", unit, {range.min});
-    tell(account, "upper_limit", unit, {range.max});
+    tell(task.account, "lower_limit", unit, {range.min});
+    tell(task.account, "upper_limit", unit, {range.max});
     if (m_data->camera->clipLine) {
-        tell(account, "upper_limit_of_first_row", unit, {m_data->camera->clipLine->atFirstRow});
-        tell(account, "upper_limit_per_row", unit, {m_data->camera->clipLine->perRow});
+        tell(
+            task.account, "upper_limit_of_first_row", unit, {m_data->camera->clipLine->atFirstRow});
+        tell(task.account, "upper_limit_per_row", unit, {m_data->camera->clipLine->perRow});
     }
     if (darks.empty()) {
         return {[lo, limit](const Row& row) {
-                    loops::maskOutside(row.pixels, row.size, lo, limit(row.index));
-                },
-                {}};
+            loops::maskOutside(row.pixels, row.size, lo, limit(row.index));
+        }};
     }
     return {[darks, lo, limit](const Row& row) {
-                const float* dark = darks[row.band].ofRow(row.index);
-                loops::maskOutside(row.pixels, row.size, dark, lo, limit(row.index));
-            },
-            {}};
+        const float* dark = darks[row.band].ofRow(row.index);
+        loops::maskOutside(row.pixels, row.size, dark, lo, limit(row.index));
+    }};
 }
 
 } // namespace tessik::radiometry::corrector

@@ -1,6 +1,6 @@
 #include "radiometry/corrector/BadPixelMasking.h"
 
-#include "corrector/Tell.h"
+#include "corrector/Rows.h"
 #include "platform/camera/ExifInfo.h"
 #include "radiometry/core/Consistency.h"
 

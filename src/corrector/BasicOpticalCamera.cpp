@@ -1,7 +1,6 @@
 #include "radiometry/corrector/BasicOpticalCamera.h"
 
 #include "corrector/Rows.h"
-#include "corrector/Tell.h"
 #include "platform/log/Log.h"
 #include "radiometry/config/ExposureMetadata.h"
 #include "radiometry/core/Consistency.h"
@@ -34,10 +33,8 @@ bool BasicOpticalCamera::isApplicable() const {
     return m_data->sensitivity.size() > 0 && doAnyCorrection(m_data->correctionType);
 }
 
-RowWork BasicOpticalCamera::prepare(const BandImage& bands,
-                                    const Eigen::Vector2i& /*blockOffset*/,
-                                    Account* account) const {
-    verifyConsistentNumberOfBands(bands.size(),
+RowWork BasicOpticalCamera::prepare(const RowTask& task) const {
+    verifyConsistentNumberOfBands(task.bands.size(),
                                   static_cast<std::size_t>(m_data->sensitivity.size()),
                                   QStringLiteral("Correcting for optical effects"));
     Eigen::ArrayXd factors(m_data->sensitivity.size());
@@ -46,7 +43,7 @@ RowWork BasicOpticalCamera::prepare(const BandImage& bands,
             m_data->apertureFNumber, m_data->exposure, m_data->iso, m_data->sensitivity(b));
     }
     TESSIK_LOG(logging::kInfo) << "Camera optical correction: " << factors.transpose();
-    tell(account, "factor", "", factors);
+    tell(task.account, "factor", "", factors);
     return scaling(factors.cast<float>());
 }
 

@@ -1,7 +1,6 @@
 #include "radiometry/corrector/CalibrationTarget.h"
 
 #include "corrector/Rows.h"
-#include "corrector/Tell.h"
 #include "platform/log/Log.h"
 #include "radiometry/core/Consistency.h"
 
@@ -25,16 +24,14 @@ bool CalibrationTarget::isApplicable() const {
     return m_data->factors.size() > 0;
 }
 
-RowWork CalibrationTarget::prepare(const BandImage& bands,
-                                   const Eigen::Vector2i& /*blockOffset*/,
-                                   Account* account) const {
-    verifyConsistentNumberOfBands(bands.size(),
+RowWork CalibrationTarget::prepare(const RowTask& task) const {
+    verifyConsistentNumberOfBands(task.bands.size(),
                                   static_cast<std::size_t>(m_data->factors.size()),
                                   QStringLiteral("Correcting for target sensitivity"));
     // Promised: docs/contract.md, factors-as-array.
     TESSIK_LOG(logging::kInfo) << "Calibration target derived sensitivity correction: "
                                << m_data->factors;
-    tell(account, "factor", "", m_data->factors.cast<double>());
+    tell(task.account, "factor", "", m_data->factors.cast<double>());
     return scaling(m_data->factors);
 }
 

@@ -1,3 +1,4 @@
+#include "corrector/Pipeline.h"
 #include "platform/camera/ExifInfo.h"
 #include "radiometry/config/Gamma.h"
 #include "radiometry/corrector/AirinovMultispec4COpticalCameraV2_32.h"
@@ -11,10 +12,14 @@
 #include "radiometry/corrector/GammaRelinearisation.h"
 #include "radiometry/corrector/IntensityShift.h"
 #include "radiometry/corrector/MicaSenseRedEdgeOpticalCamera.h"
+#include "radiometry/corrector/ParrotSequoiaBias.h"
 #include "radiometry/corrector/ParrotSequoiaOpticalCameraV1.h"
 #include "radiometry/corrector/ParrotSequoiaOpticalCameraV2.h"
 #include "radiometry/corrector/SunSensor.h"
 #include "radiometry/corrector/Vignetting.h"
+
+#include <typeinfo>
+#include <utility>
 
 namespace tessik::radiometry::corrector {
 namespace {
@@ -34,6 +39,34 @@ void appendOpticalCamera(const ExifInfo& exif, Chain& chain) {
     } else {
         chain.push_back(std::make_unique<BasicOpticalCamera>());
     }
+}
+
+using Named = std::pair<const std::type_info*, const char*>;
+
+template <typename... Correctors>
+std::vector<Named> named() {
+    return {{&typeid(Correctors), Correctors::kName}...};
+}
+
+/// All correctors of the library: the one place where names are listed.
+const std::vector<Named>& library() {
+    static const auto all = named<IntensityShift,
+                                  GammaRelinearisation,
+                                  BadPixelMasking,
+                                  BadExposureMasking,
+                                  DarkCurrent,
+                                  Vignetting,
+                                  ColorMatrix,
+                                  MicaSenseRedEdgeOpticalCamera,
+                                  AirinovMultispec4COpticalCameraV2_32,
+                                  ParrotSequoiaBias,
+                                  ParrotSequoiaOpticalCameraV1,
+                                  ParrotSequoiaOpticalCameraV2,
+                                  BasicOpticalCamera,
+                                  SunSensor,
+                                  CalibrationTarget,
+                                  ConvertNanToNodata>();
+    return all;
 }
 
 } // namespace
@@ -57,6 +90,23 @@ Chain create(const ExifInfo& exif) {
     chain.push_back(std::make_unique<CalibrationTarget>());
     chain.push_back(std::make_unique<ConvertNanToNodata>());
     return chain;
+}
+
+std::vector<std::string> names() {
+    std::vector<std::string> all;
+    for (const auto& [type, name] : library()) {
+        all.emplace_back(name);
+    }
+    return all;
+}
+
+const char* libraryName(const ICorrector& corrector) {
+    for (const auto& [type, name] : library()) {
+        if (*type == typeid(corrector)) {
+            return name;
+        }
+    }
+    return nullptr;
 }
 
 } // namespace tessik::radiometry::corrector

@@ -1,7 +1,7 @@
 #include "radiometry/corrector/ColorMatrix.h"
 
 #include "core/Fail.h"
-#include "corrector/Tell.h"
+#include "corrector/Rows.h"
 #include "platform/camera/ExifInfo.h"
 #include "platform/log/Log.h"
 #include "radiometry/core/Consistency.h"

@@ -1,7 +1,6 @@
 #include "radiometry/corrector/ConvertNanToNodata.h"
 
 #include "corrector/Rows.h"
-#include "corrector/Tell.h"
 
 #include <limits>
 #include <memory>
@@ -33,15 +32,13 @@ bool ConvertNanToNodata::isApplicable() const {
     return true;
 }
 
-RowWork ConvertNanToNodata::prepare(const BandImage& bands,
-                                    const Eigen::Vector2i& /*blockOffset*/,
-                                    Account* account) const {
-    if (account == nullptr) {
-        return {[](const Row& row) { loops::replaceNan(row.pixels, row.size, kNoData); }, {}};
+RowWork ConvertNanToNodata::prepare(const RowTask& task) const {
+    if (task.account == nullptr) {
+        return {[](const Row& row) { loops::replaceNan(row.pixels, row.size, kNoData); }};
     }
     // While the row is in the cache, where it costs less than in a pass of its own: `told` of
     // bench/ChainBenchmark.cpp measures it.
-    const auto sums = std::make_shared<std::vector<loops::Sums>>(bands.size());
+    const auto sums = std::make_shared<std::vector<loops::Sums>>(task.bands.size());
     return {[sums](const Row& row) {
                 loops::replaceNan(row.pixels, row.size, kNoData);
                 (*sums)[row.band].add(loops::sumsWithout(row.pixels, row.size, kNoData));

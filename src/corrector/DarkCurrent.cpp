@@ -2,7 +2,6 @@
 
 #include "corrector/DarkLevel.h"
 #include "corrector/Rows.h"
-#include "corrector/Tell.h"
 #include "platform/log/Log.h"
 #include "radiometry/core/Consistency.h"
 
@@ -31,21 +30,19 @@ bool DarkCurrent::isApplicable() const {
     return m_data->maps != nullptr;
 }
 
-RowWork DarkCurrent::prepare(const BandImage& bands,
-                             const Eigen::Vector2i& blockOffset,
-                             Account* account) const {
-    verifyConsistentNumberOfBands(bands.size(), m_data->maps->bands.size(), kDarkContext);
+RowWork DarkCurrent::prepare(const RowTask& task) const {
+    verifyConsistentNumberOfBands(task.bands.size(), m_data->maps->bands.size(), kDarkContext);
     const std::vector<DarkLevel> darks =
-        DarkLevel::ofBands(m_data->maps, bands, blockOffset, kDarkContext);
+        DarkLevel::ofBands(m_data->maps, task.bands, task.blockOffset, kDarkContext);
     for (const DarkLevel& dark : darks) {
         TESSIK_LOG(logging::kInfo) << "Dark current correction: " << dark.runningMean();
     }
-    if (account != nullptr) {
+    if (task.account != nullptr) {
         Eigen::ArrayXd means(static_cast<Eigen::Index>(darks.size()));
         std::transform(darks.begin(), darks.end(), means.begin(), [](const DarkLevel& dark) {
             return dark.mean();
         });
-        tell(account, "dark_level", "DN", means);
+        tell(task.account, "dark_level", "DN", means);
     }
     // Of the band processed last; a NaN is not negative. Promised: docs/contract.md, last-band.
     const auto isLastNegative = std::make_shared<bool>(false);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "corrector/Blocks.h"
+#include "corrector/Rows.h"
 #include "radiometry/datasource/DataSources.h"
 
 #include <algorithm>

@@ -1,7 +1,6 @@
 #include "radiometry/corrector/GammaRelinearisation.h"
 
 #include "corrector/Rows.h"
-#include "corrector/Tell.h"
 #include "platform/camera/ExifInfo.h"
 #include "platform/camera/Gamma.h"
 #include "platform/log/Log.h"
@@ -51,12 +50,10 @@ bool GammaRelinearisation::isApplicable() const {
     return m_data->gammas != nullptr;
 }
 
-RowWork GammaRelinearisation::prepare(const BandImage& bands,
-                                      const Eigen::Vector2i& /*blockOffset*/,
-                                      Account* account) const {
+RowWork GammaRelinearisation::prepare(const RowTask& task) const {
     const std::vector<gamma_t>& gammas = *m_data->gammas;
     verifyConsistentNumberOfBands(
-        bands.size(), gammas.size(), QStringLiteral("Correcting for gamma transformation"));
+        task.bands.size(), gammas.size(), QStringLiteral("Correcting for gamma transformation"));
     TESSIK_LOG(logging::kInfo) << "Gamma:";
     for (const gamma_t& gamma : gammas) {
         TESSIK_LOG(logging::kInfo) << gamma;
@@ -68,9 +65,9 @@ RowWork GammaRelinearisation::prepare(const BandImage& bands,
         });
         return numbers;
     };
-    tell(account, "alpha", "", ofCurves(&gamma_t::alpha));
-    tell(account, "gamma", "", ofCurves(&gamma_t::gamma));
-    tell(account, "beta", "", ofCurves(&gamma_t::beta));
+    tell(task.account, "alpha", "", ofCurves(&gamma_t::alpha));
+    tell(task.account, "gamma", "", ofCurves(&gamma_t::gamma));
+    tell(task.account, "beta", "", ofCurves(&gamma_t::beta));
     const auto [min, max] = minMaxForPixelType(m_data->pixelType);
     std::vector<Table> tables;
     tables.reserve(gammas.size());
@@ -78,11 +75,10 @@ RowWork GammaRelinearisation::prepare(const BandImage& bands,
         tables.push_back(makeGammaLut(gamma, min, max));
     }
     return {[tables](const Row& row) {
-                for (std::size_t i = 0; i < row.size; ++i) {
-                    row.pixels[i] = lookUp(tables[row.band], row.pixels[i]);
-                }
-            },
-            {}};
+        for (std::size_t i = 0; i < row.size; ++i) {
+            row.pixels[i] = lookUp(tables[row.band], row.pixels[i]);
+        }
+    }};
 }
 
 } // namespace tessik::radiometry::corrector

@@ -1,7 +1,6 @@
 #include "radiometry/corrector/IntensityShift.h"
 
 #include "corrector/Rows.h"
-#include "corrector/Tell.h"
 #include "platform/log/Log.h"
 
 namespace tessik::radiometry::corrector {
@@ -10,13 +9,10 @@ bool IntensityShift::isApplicable() const {
     return true;
 }
 
-RowWork IntensityShift::prepare(const BandImage& /*bands*/,
-                                const Eigen::Vector2i& /*blockOffset*/,
-                                Account* account) const {
+RowWork IntensityShift::prepare(const RowTask& task) const {
     TESSIK_LOG(logging::kInfo) << "Image shifted by " << m_factor;
-    tell(account, "factor", "", {static_cast<double>(m_factor)});
-    return {[factor = m_factor](const Row& row) { loops::multiply(row.pixels, row.size, factor); },
-            {}};
+    tell(task.account, "factor", "", {static_cast<double>(m_factor)});
+    return {[factor = m_factor](const Row& row) { loops::multiply(row.pixels, row.size, factor); }};
 }
 
 } // namespace tessik::radiometry::corrector

@@ -1,7 +1,6 @@
 #include "radiometry/corrector/MicaSenseRedEdgeOpticalCamera.h"
 
 #include "corrector/Rows.h"
-#include "corrector/Tell.h"
 #include "platform/camera/ExifInfo.h"
 #include "platform/log/Log.h"
 #include "radiometry/config/ExposureMetadata.h"
@@ -41,34 +40,31 @@ bool MicaSenseRedEdgeOpticalCamera::isApplicable() const {
            doAnyCorrection(m_data->correctionType);
 }
 
-RowWork MicaSenseRedEdgeOpticalCamera::prepare(const BandImage& bands,
-                                               const Eigen::Vector2i& /*blockOffset*/,
-                                               Account* account) const {
-    verifyConsistentNumberOfBands(bands.size(),
+RowWork MicaSenseRedEdgeOpticalCamera::prepare(const RowTask& task) const {
+    verifyConsistentNumberOfBands(task.bands.size(),
                                   static_cast<std::size_t>(m_data->sensitivity.size()),
                                   QStringLiteral("Correcting for optical effects"));
     TESSIK_LOG(logging::kInfo) << "MicaSense 3k coefficients: " << m_data->model.k1 << " "
                                << m_data->model.k2;
-    tell(account, "k1", "s/row", {m_data->model.k1});
-    tell(account, "k2", "1/row", {m_data->model.k2});
+    tell(task.account, "k1", "s/row", {m_data->model.k1});
+    tell(task.account, "k2", "1/row", {m_data->model.k2});
     const auto factorsOf = [&](auto rowOf) {
-        Eigen::ArrayXd factors(static_cast<Eigen::Index>(bands.size()));
-        for (std::size_t b = 0; b < bands.size(); ++b) {
+        Eigen::ArrayXd factors(static_cast<Eigen::Index>(task.bands.size()));
+        for (std::size_t b = 0; b < task.bands.size(); ++b) {
             factors(static_cast<Eigen::Index>(b)) =
-                static_cast<double>(rowFactor(b, rowOf(bands[b])));
+                static_cast<double>(rowFactor(b, rowOf(task.bands[b])));
         }
         return factors;
     };
-    if (account != nullptr) {
+    if (task.account != nullptr) {
         const auto first = [](const BandMatrix& /*band*/) { return Eigen::Index{0}; };
         const auto last = [](const BandMatrix& band) { return band.rows() - 1; };
-        tell(account, "factor_first_row", "", factorsOf(first));
-        tell(account, "factor_last_row", "", factorsOf(last));
+        tell(task.account, "factor_first_row", "", factorsOf(first));
+        tell(task.account, "factor_last_row", "", factorsOf(last));
     }
     return {[this](const Row& row) {
-                loops::multiply(row.pixels, row.size, rowFactor(row.band, row.index));
-            },
-            {}};
+        loops::multiply(row.pixels, row.size, rowFactor(row.band, row.index));
+    }};
 }
 
 float MicaSenseRedEdgeOpticalCamera::rowFactor(std::size_t band, Eigen::Index r) const {

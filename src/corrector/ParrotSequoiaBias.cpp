@@ -1,7 +1,6 @@
 #include "radiometry/corrector/ParrotSequoiaBias.h"
 
 #include "corrector/Rows.h"
-#include "corrector/Tell.h"
 #include "platform/camera/ExifInfo.h"
 #include "radiometry/core/Consistency.h"
 
@@ -49,23 +48,20 @@ bool ParrotSequoiaBias::isApplicable() const {
     return m_data->hasCmos && doAnyCorrection(m_data->correctionType);
 }
 
-RowWork ParrotSequoiaBias::prepare(const BandImage& bands,
-                                   const Eigen::Vector2i& /*blockOffset*/,
-                                   Account* account) const {
+RowWork ParrotSequoiaBias::prepare(const RowTask& task) const {
     const std::optional<float> bias = biasOf(m_data->bandName);
     if (!bias) {
         return {};
     }
-    verifyConsistentNumberOfBands(bands.size(), 1, QStringLiteral("Correcting bias"));
-    tell(account, "bias", "", {static_cast<double>(*bias)});
+    verifyConsistentNumberOfBands(task.bands.size(), 1, QStringLiteral("Correcting bias"));
+    tell(task.account, "bias", "", {static_cast<double>(*bias)});
     return {[bias = *bias](const Row& row) {
-                for (std::size_t i = 0; i < row.size; ++i) {
-                    float& value = row.pixels[i];
-                    // A NaN is the first argument of both, which is the one that they return then.
-                    value = std::max(value + bias, std::min(value, 0.0F));
-                }
-            },
-            {}};
+        for (std::size_t i = 0; i < row.size; ++i) {
+            float& value = row.pixels[i];
+            // A NaN is the first argument of both, which is the one that they return then.
+            value = std::max(value + bias, std::min(value, 0.0F));
+        }
+    }};
 }
 
 } // namespace tessik::radiometry::corrector

@@ -3,7 +3,6 @@
 #include "core/Fail.h"
 #include "corrector/Rows.h"
 #include "corrector/SequoiaExposure.h"
-#include "corrector/Tell.h"
 #include "radiometry/config/ExposureMetadata.h"
 #include "radiometry/core/Consistency.h"
 
@@ -52,16 +51,14 @@ bool ParrotSequoiaOpticalCameraV1::isApplicable() const {
     return m_data->cmos == nullptr && doAnyCorrection(m_data->correctionType);
 }
 
-RowWork ParrotSequoiaOpticalCameraV1::prepare(const BandImage& bands,
-                                              const Eigen::Vector2i& /*blockOffset*/,
-                                              Account* account) const {
+RowWork ParrotSequoiaOpticalCameraV1::prepare(const RowTask& task) const {
     verifyConsistentNumberOfBands(
-        bands.size(), 1, QStringLiteral("Correcting for optical effects"));
+        task.bands.size(), 1, QStringLiteral("Correcting for optical effects"));
     const auto& [fNumber, exposure, iso] = m_data->exposure;
     const double factor =
         fNumber * fNumber / (exposure * m_data->sensitivity * iso + m_data->cmosCorrection);
     TESSIK_LOG(logging::kInfo) << "Sequoia V1 model optical correction: " << factor;
-    tell(account, "factor", "", {factor});
+    tell(task.account, "factor", "", {factor});
     return scaling(Eigen::ArrayXf::Constant(1, static_cast<float>(factor)));
 }
 

@@ -1,10 +1,8 @@
 #include "radiometry/corrector/ParrotSequoiaOpticalCameraV2.h"
 
 #include "cameras/sequoia/RowFields.h"
-#include "corrector/Blocks.h"
 #include "corrector/Rows.h"
 #include "corrector/SequoiaExposure.h"
-#include "corrector/Tell.h"
 #include "platform/log/Log.h"
 #include "radiometry/cameras/sequoia/Physics.h"
 #include "radiometry/core/Consistency.h"
@@ -73,11 +71,9 @@ bool ParrotSequoiaOpticalCameraV2::isApplicable() const {
     return m_data->cmos != nullptr && doAnyCorrection(m_data->correctionType);
 }
 
-RowWork ParrotSequoiaOpticalCameraV2::prepare(const BandImage& bands,
-                                              const Eigen::Vector2i& blockOffset,
-                                              Account* account) const {
+RowWork ParrotSequoiaOpticalCameraV2::prepare(const RowTask& task) const {
     verifyConsistentNumberOfBands(
-        bands.size(), 1, QStringLiteral("Correcting for optical effects"));
+        task.bands.size(), 1, QStringLiteral("Correcting for optical effects"));
     const sequoia::ParameterMatrix& deltaTau = m_data->cmos->deltaTau;
     const auto width = static_cast<Eigen::Index>(m_data->imageWidth);
     verifyConsistentMatrixBlocks(static_cast<std::int64_t>(m_data->imageHeight),
@@ -89,23 +85,20 @@ RowWork ParrotSequoiaOpticalCameraV2::prepare(const BandImage& bands,
     const auto map = std::make_shared<const BandMatrix>(
         zoomRowFields(sequoia::opticalCorrection(iso, fNumber, exposure, *m_data->cmos),
                       static_cast<int>(width / deltaTau.cols())));
-    const BandMatrix& band = bands.front();
-    verifyInside(*map, band, blockOffset, kExposureContext);
-    if (account != nullptr || logging::takes(logging::kInfo)) {
+    const BandMatrix& band = task.bands.front();
+    verifyInside(*map, band, task.blockOffset, kExposureContext);
+    if (task.account != nullptr || logging::takes(logging::kInfo)) {
         const FactorRange range =
-            rangeOf(map->block(blockOffset[1], blockOffset[0], band.rows(), band.cols()));
+            rangeOf(map->block(task.blockOffset[1], task.blockOffset[0], band.rows(), band.cols()));
         TESSIK_LOG(logging::kInfo) << "Sequoia V2 model optical correction: min " << range.least
                                    << " max " << range.largest << " mean " << range.mean;
-        tell(account, "factor_least", "", {range.least});
-        tell(account, "factor_largest", "", {range.largest});
-        tell(account, "factor_mean", "", {range.mean});
+        tell(task.account, "factor_least", "", {range.least});
+        tell(task.account, "factor_largest", "", {range.largest});
+        tell(task.account, "factor_mean", "", {range.mean});
     }
-    return {[map, blockOffset](const Row& row) {
-                const float* factors =
-                    map->data() + (blockOffset[1] + row.index) * map->cols() + blockOffset[0];
-                loops::multiply(row.pixels, row.size, factors);
-            },
-            {}};
+    return {[map, offset = task.blockOffset](const Row& row) {
+        loops::multiply(row.pixels, row.size, rowOfMap(*map, offset, row));
+    }};
 }
 
 } // namespace tessik::radiometry::corrector

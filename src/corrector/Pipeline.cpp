@@ -1,6 +1,5 @@
 #include "corrector/Pipeline.h"
 
-#include "corrector/Names.h"
 #include "platform/log/Log.h"
 
 #include <algorithm>
@@ -76,7 +75,7 @@ void Pipeline::feedAndAct(const Member& member) {
     }
     Account account{member.name, {}};
     m_waiting.push_back(member.rowStep->prepare(
-        m_bands, m_blockOffset, m_accounts == nullptr ? nullptr : &account));
+        {m_bands, m_blockOffset, m_accounts == nullptr ? nullptr : &account}));
     m_waitingAccounts.push_back(std::move(account));
 }
 

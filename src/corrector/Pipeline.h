@@ -7,6 +7,10 @@
 
 namespace tessik::radiometry::corrector {
 
+/// The name of a corrector of the library. Null for one of an application; so too for a class
+/// derived from one of the library, which may act in a way of its own.
+const char* libraryName(const ICorrector& corrector);
+
 /// Runs the steps of a chain on the bands of one image.
 ///
 /// Row steps of the library that follow each other run together, and nobody can tell:

@@ -39,12 +39,25 @@ void runKernels(const std::vector<RowWork>& works, BandImage& bands) {
     }
 }
 
+void verifyInside(const BandMatrix& map,
+                  const BandMatrix& band,
+                  const Eigen::Vector2i& blockOffset,
+                  const char* context) {
+    const Eigen::Index row = blockOffset[1];
+    const Eigen::Index col = blockOffset[0];
+    if (row < 0 || col < 0 || row + band.rows() > map.rows() || col + band.cols() > map.cols()) {
+        fail(context,
+             ": block " + pairText(row, col) + " of size " + pairText(band.rows(), band.cols()) +
+                 " lies outside the map " + pairText(map.rows(), map.cols()));
+    }
+}
+
 void Step::apply(BandImage& bands, const Eigen::Vector2i& blockOffset) const {
     act(bands, blockOffset, nullptr);
 }
 
 void RowStep::act(BandImage& bands, const Eigen::Vector2i& blockOffset, Account* account) const {
-    const RowWork work = prepare(bands, blockOffset, account);
+    const RowWork work = prepare({bands, blockOffset, account});
     runKernels({work}, bands);
     if (work.finish) {
         work.finish(account);

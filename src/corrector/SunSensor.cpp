@@ -1,7 +1,6 @@
 #include "radiometry/corrector/SunSensor.h"
 
 #include "corrector/Rows.h"
-#include "corrector/Tell.h"
 #include "platform/camera/ExifInfo.h"
 #include "platform/geo/ProjectCoordinateSystems.h"
 #include "platform/log/Log.h"
@@ -84,9 +83,7 @@ bool SunSensor::isApplicable() const {
            doIrradianceCorrection(data.correctionType);
 }
 
-RowWork SunSensor::prepare(const BandImage& bands,
-                           const Eigen::Vector2i& /*blockOffset*/,
-                           Account* account) const {
+RowWork SunSensor::prepare(const RowTask& task) const {
     const Data& data = *m_data;
     const correction::LevelIrradiance light =
         correction::levelIrradiance(*data.exif,
@@ -98,11 +95,11 @@ RowWork SunSensor::prepare(const BandImage& bands,
                                     *data.siteCalibration,
                                     data.correctionType);
     // Without a reading the bands would come out as they are, and look like corrected ones.
-    verifyConsistentNumberOfBands(bands.size(),
+    verifyConsistentNumberOfBands(task.bands.size(),
                                   static_cast<std::size_t>(light.irradiance.size()),
                                   QStringLiteral("Correcting for sun irradiance"));
     TESSIK_LOG(logging::kInfo) << "Sun irradiance correction: " << light.irradiance.transpose();
-    tellLight(light, *data.directSunlightFraction, account);
+    tellLight(light, *data.directSunlightFraction, task.account);
     return scaling(light.irradiance.inverse().cast<float>());
 }
 

@@ -1,6 +1,5 @@
 #include "radiometry/corrector/Vignetting.h"
 
-#include "corrector/Blocks.h"
 #include "corrector/Rows.h"
 
 namespace tessik::radiometry::corrector {
@@ -20,19 +19,14 @@ bool Vignetting::isApplicable() const {
     return m_data->inverseMap != nullptr;
 }
 
-RowWork Vignetting::prepare(const BandImage& bands,
-                            const Eigen::Vector2i& blockOffset,
-                            Account* /*account*/) const {
+RowWork Vignetting::prepare(const RowTask& task) const {
     const BandMatrix& map = *m_data->inverseMap;
-    for (const BandMatrix& band : bands) {
-        verifyInside(map, band, blockOffset, "Correcting for vignetting");
+    for (const BandMatrix& band : task.bands) {
+        verifyInside(map, band, task.blockOffset, "Correcting for vignetting");
     }
-    return {[&map, blockOffset](const Row& row) {
-                const float* inverse =
-                    map.data() + (blockOffset[1] + row.index) * map.cols() + blockOffset[0];
-                loops::multiply(row.pixels, row.size, inverse);
-            },
-            {}};
+    return {[&map, offset = task.blockOffset](const Row& row) {
+        loops::multiply(row.pixels, row.size, rowOfMap(map, offset, row));
+    }};
 }
 
 } // namespace tessik::radiometry::corrector

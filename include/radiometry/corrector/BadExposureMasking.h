@@ -24,9 +24,7 @@ protected:
     [[nodiscard]] bool isApplicable() const override;
 
 private:
-    [[nodiscard]] RowWork prepare(const BandImage& bands,
-                                  const Eigen::Vector2i& blockOffset,
-                                  Account* account) const override;
+    [[nodiscard]] RowWork prepare(const RowTask& task) const override;
 
     struct Data;
     std::unique_ptr<Data> m_data;

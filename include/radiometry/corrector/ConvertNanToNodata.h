@@ -13,9 +13,7 @@ protected:
     [[nodiscard]] bool isApplicable() const override;
 
 private:
-    [[nodiscard]] RowWork prepare(const BandImage& bands,
-                                  const Eigen::Vector2i& blockOffset,
-                                  Account* account) const override;
+    [[nodiscard]] RowWork prepare(const RowTask& task) const override;
 };
 
 } // namespace tessik::radiometry::corrector

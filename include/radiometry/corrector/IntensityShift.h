@@ -16,9 +16,7 @@ protected:
     [[nodiscard]] bool isApplicable() const override;
 
 private:
-    [[nodiscard]] RowWork prepare(const BandImage& bands,
-                                  const Eigen::Vector2i& blockOffset,
-                                  Account* account) const override;
+    [[nodiscard]] RowWork prepare(const RowTask& task) const override;
 
     float m_factor;
 };

@@ -26,9 +26,7 @@ protected:
     [[nodiscard]] bool isApplicable() const override;
 
 private:
-    [[nodiscard]] RowWork prepare(const BandImage& bands,
-                                  const Eigen::Vector2i& blockOffset,
-                                  Account* account) const override;
+    [[nodiscard]] RowWork prepare(const RowTask& task) const override;
 
     /// Factor of a row of the block.
     [[nodiscard]] float rowFactor(std::size_t band, Eigen::Index row) const;

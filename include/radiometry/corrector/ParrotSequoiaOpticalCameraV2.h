@@ -30,9 +30,7 @@ private:
     [[nodiscard]] bool isHeardWhenAsked() const override { return true; }
     /// @throws error when the grid does not fit the image, or the block does not lie in it
     /// @throws std::runtime_error when a row field of the grid is smaller than 2 x 2
-    [[nodiscard]] RowWork prepare(const BandImage& bands,
-                                  const Eigen::Vector2i& blockOffset,
-                                  Account* account) const override;
+    [[nodiscard]] RowWork prepare(const RowTask& task) const override;
 
     struct Data;
     std::unique_ptr<Data> m_data;

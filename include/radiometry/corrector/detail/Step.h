@@ -8,6 +8,13 @@ namespace tessik::radiometry::corrector {
 
 struct RowWork;
 
+/// What a row step is to work on.
+struct RowTask {
+    const BandImage& bands;
+    const Eigen::Vector2i& blockOffset; ///< (column, row) of the block's first pixel in the image
+    Account* account;                   ///< where what the step does is added; null = nobody asks
+};
+
 /// A corrector of the library, which tells what it did.
 class RADIOMETRY_EXPORT Step : public ICorrector {
 protected:
@@ -36,10 +43,8 @@ private:
 
     /// Checks that it can act on these bands, and says what it will do to each row. The bands stay
     /// as they are; the work may refer to this and to what its data sources refer to.
-    /// @param account as act
     /// @throws error as apply
-    [[nodiscard]] virtual RowWork
-    prepare(const BandImage& bands, const Eigen::Vector2i& blockOffset, Account* account) const = 0;
+    [[nodiscard]] virtual RowWork prepare(const RowTask& task) const = 0;
 };
 
 } // namespace tessik::radiometry::corrector
