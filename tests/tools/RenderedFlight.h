@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/image/Raster.h"
-#include "simulate/Angle.h"
+#include "platform/math/Angle.h"
 #include "simulate/Compare.h"
 #include "simulate/Flight.h"
 #include "support/Support.h"

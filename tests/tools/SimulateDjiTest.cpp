@@ -1,6 +1,5 @@
 #include "platform/exif/TagFile.h"
-#include "simulate/M3mCamera.h"
-#include "simulate/P4mCamera.h"
+#include "simulate/DjiCamera.h"
 #include "simulate/Scene.h"
 #include "tools/RenderedFlight.h"
 
@@ -60,7 +59,7 @@ double limitOfP4m(Eigen::Index row) {
     return 65400.0 - 0.386 * static_cast<double>(row) - 130.0;
 }
 double limitOfM3m(Eigen::Index /*row*/) {
-    return static_cast<double>(M3mCamera::kClip);
+    return 65200.0;
 }
 
 struct DjiCase {
@@ -189,7 +188,7 @@ exif::Tags written(const Frame& frame) {
 
 TEST(SimulateP4m, pixelsClipAtAPlateauThatFallsWithTheRowAndSpreads) {
     const CameraOptions options{160, 1300, 3, 1.0};
-    const Frame frame = imageOf(P4mCamera(options), options, Scene::kGlint);
+    const Frame frame = imageOf(*makeP4m(options), options, Scene::kGlint);
     ASSERT_EQ(frame.saturatedPixels, 160U * 1300U);
     // A straight line through the samples, by least squares.
     const Eigen::ArrayXXd samples = frame.samples.cast<double>().array();
@@ -212,10 +211,10 @@ TEST(SimulateP4m, pixelsClipAtAPlateauThatFallsWithTheRowAndSpreads) {
 TEST(SimulateP4m, theTruthKnowsWhichPixelsWereClippedWhereStoredValuesDoNotTell) {
     // Without noise, in steps around the plateau.
     const CameraOptions options{160, 120, 1, 0.0};
-    const P4mCamera camera(options);
+    const std::unique_ptr<Camera> camera = makeP4m(options);
     std::map<float, std::pair<int, int>> counts; // clipped and not, of each stored value
     for (double reflectance = 1.0; reflectance < 2.5; reflectance *= 1.004) {
-        const Frame frame = imageOf(camera, options, reflectance);
+        const Frame frame = imageOf(*camera, options, reflectance);
         std::size_t clipped = 0;
         for (Eigen::Index i = 0; i < frame.samples.size(); ++i) {
             const bool isClipped = std::isinf(frame.relativeDeviation.data()[i]);
@@ -234,8 +233,8 @@ TEST(SimulateP4m, theTruthKnowsWhichPixelsWereClippedWhereStoredValuesDoNotTell)
 
 TEST(SimulateP4m, theTimeIsLocalInWholeSecondsAndHasNoZone) {
     const CameraOptions options{16, 16, 1, 1.0};
-    const P4mCamera camera(options);
-    const exif::Tags tags = written(imageOf(camera, options, 0.3));
+    const std::unique_ptr<Camera> camera = makeP4m(options);
+    const exif::Tags tags = written(imageOf(*camera, options, 0.3));
     EXPECT_EQ(tags.exifText("Exif.Photo.DateTimeOriginal"), "2024:06:21 12:05:07");
     for (const char* key : {"Exif.Photo.SubSecTime",
                             "Exif.Photo.OffsetTimeOriginal",
@@ -243,14 +242,14 @@ TEST(SimulateP4m, theTimeIsLocalInWholeSecondsAndHasNoZone) {
                             "Exif.GPSInfo.GPSTimeStamp"}) {
         EXPECT_EQ(tags.exif(key), nullptr) << key;
     }
-    EXPECT_EQ(camera.fileName(0, 0), "DJI_0011.TIF");
-    EXPECT_EQ(camera.fileName(11, 4), "DJI_0125.TIF");
+    EXPECT_EQ(camera->fileName(0, 0), "DJI_0011.TIF");
+    EXPECT_EQ(camera->fileName(11, 4), "DJI_0125.TIF");
 }
 
 TEST(SimulateM3m, theTimeIsUtcWithStampsAndTheLightIsStatedBeforeAndAfterCompensation) {
     const CameraOptions options{16, 16, 1, 1.0};
-    const M3mCamera camera(options);
-    const exif::Tags tags = written(imageOf(camera, options, 0.3));
+    const std::unique_ptr<Camera> camera = makeM3m(options);
+    const exif::Tags tags = written(imageOf(*camera, options, 0.3));
     EXPECT_EQ(tags.exifText("Exif.Photo.DateTimeOriginal"), "2024:06:21 19:05:07");
     EXPECT_EQ(tags.exifText("Exif.GPSInfo.GPSDateStamp"), "2024:06:21");
     EXPECT_EQ(tags.exifNumbers("Exif.GPSInfo.GPSTimeStamp"), (std::vector<double>{19, 5, 7}));
@@ -262,12 +261,12 @@ TEST(SimulateM3m, theTimeIsUtcWithStampsAndTheLightIsStatedBeforeAndAfterCompens
     EXPECT_NEAR(tags.xmpNumber("drone-dji", "Irradiance").value(), 9000.0 * 1.3, 1e-3);
     EXPECT_EQ(tags.xmpNumbers("drone-dji", "CalibratedHMatrix"),
               (std::vector<double>{1, 0, 0, 0, 1, 0, 0, 0, 1}));
-    EXPECT_EQ(camera.fileName(0, 2), "DJI_20240621190000_0001_MS_RE.TIF");
+    EXPECT_EQ(camera->fileName(0, 2), "DJI_20240621190000_0001_MS_RE.TIF");
 }
 
 TEST(SimulateM3m, theCorrectionIsTheMakersExample) {
     const CameraOptions options{324, 243, 1, 1.0};
-    const exif::Tags tags = written(imageOf(M3mCamera(options), options, 0.3));
+    const exif::Tags tags = written(imageOf(*makeM3m(options), options, 0.3));
     const std::vector<double> k = tags.xmpNumbers("drone-dji", "VignettingData");
     ASSERT_EQ(k.size(), 6U);
     const auto correction = [&k](double r) {

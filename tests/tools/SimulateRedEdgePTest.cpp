@@ -3,7 +3,7 @@
 #include "platform/exif/TagFile.h"
 #include "platform/panel/Detectors.h"
 #include "simulate/Course.h"
-#include "simulate/RedEdgePCamera.h"
+#include "simulate/MicaSenseCamera.h"
 #include "tools/RenderedFlight.h"
 
 #include <algorithm>
@@ -215,12 +215,13 @@ TEST(SimulateRedEdgeP, fractionsOfASecondAreCountedInNanosecondsWithoutZerosInFr
     options.width = options.height = kSmallestSide;
     options.hasTruth = false;
     renderFlight(folder.path() / "flight", options);
-    const RedEdgePCamera camera({options.width, options.height, options.seed, options.noise});
+    const std::unique_ptr<Camera> camera =
+        makeRedEdgeP({options.width, options.height, options.seed, options.noise});
     std::set<std::size_t> lengths;
     for (std::size_t capture = 0; capture < options.captures; ++capture) {
         const std::string text =
             exif::readTags(
-                (folder.path() / "flight" / kImagesFolder / camera.fileName(capture, 0)).string())
+                (folder.path() / "flight" / kImagesFolder / camera->fileName(capture, 0)).string())
                 .tags.exifText("Exif.Photo.SubSecTime");
         const std::int64_t expected =
             stationOf(options.seed, capture, options.intervalSeconds).microseconds % 1000000;

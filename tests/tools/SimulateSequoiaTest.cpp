@@ -176,8 +176,8 @@ TEST_F(UniformSequoiaFlight, whatWasPutInTheFilesIsReadBack) {
 }
 
 TEST_F(MeasuredSequoiaFlight, theModelFileHoldsWhatTheImagesWereRenderedWith) {
-    const SequoiaCamera camera(
-        {SequoiaCamera::Kind::Measured, options.width, options.height, options.seed, 1.0});
+    const SequoiaCamera camera({options.width, options.height, options.seed, 1.0},
+                               SequoiaCamera::Kind::Measured);
     EXPECT_EQ(serialNumber, SequoiaCamera::kSerialNumber);
     ASSERT_EQ(models.size(), 4U);
     CamerasData cameras;

@@ -1,9 +1,9 @@
 #include "platform/exif/ExifReader.h"
-#include "simulate/Angle.h"
+#include "platform/math/Angle.h"
 #include "simulate/ClearSky.h"
+#include "simulate/Course.h"
 #include "simulate/Flight.h"
 #include "simulate/Sun.h"
-#include "simulate/Survey.h"
 #include "support/Support.h"
 
 #include <Eigen/QR>

@@ -1,10 +1,10 @@
 #include "platform/exif/ExifReader.h"
 #include "platform/image/Raster.h"
-#include "simulate/Angle.h"
+#include "platform/math/Angle.h"
 #include "simulate/Compare.h"
 #include "simulate/Flight.h"
+#include "simulate/MicaSenseCamera.h"
 #include "simulate/Random.h"
-#include "simulate/RedEdgeCamera.h"
 #include "simulate/Scene.h"
 #include "support/Support.h"
 
@@ -222,7 +222,7 @@ TEST(Simulate, randomNumbersAreNormalAndIndependent) {
 }
 
 TEST(Simulate, theNoisePutInIsTheNoiseStatedAndGrowsWithTheGain) {
-    const RedEdgeCamera camera({200, 150, 1, 1.0});
+    const std::unique_ptr<Camera> camera = makeRedEdge({200, 150, 1, 1.0});
     std::map<int, double> varianceOverSignal;
     for (const double reflectance : {Scene::kDarkest, Scene::kBrightest}) {
         for (std::size_t capture = 0; capture < 4; ++capture) {
@@ -230,8 +230,8 @@ TEST(Simulate, theNoisePutInIsTheNoiseStatedAndGrowsWithTheGain) {
             shot.capture = capture;
             shot.irradiance = 1.3;
             shot.reflectance = BandMatrix::Constant(150, 200, static_cast<float>(reflectance));
-            const Frame noisy = camera.take(shot, true);
-            const Frame clean = RedEdgeCamera({200, 150, 1, 0.0}).take(shot, true);
+            const Frame noisy = camera->take(shot, true);
+            const Frame clean = makeRedEdge({200, 150, 1, 0.0})->take(shot, true);
             // The sensor's centre, where the signal is even to a percent; the clean frame's own
             // rounding adds a sixth of a step's variance at most.
             const auto difference = (noisy.samples - clean.samples).block(50, 70, 50, 60).eval();
@@ -260,8 +260,8 @@ Eigen::ArrayXd noiseOf(std::uint64_t seed, std::size_t capture, std::size_t band
     shot.band = band;
     shot.irradiance = 1.3;
     shot.reflectance = BandMatrix::Constant(60, 80, 0.4F);
-    const BandMatrix noise = RedEdgeCamera({80, 60, seed, 1.0}).take(shot, false).samples -
-                             RedEdgeCamera({80, 60, seed, 0.0}).take(shot, false).samples;
+    const BandMatrix noise = makeRedEdge({80, 60, seed, 1.0})->take(shot, false).samples -
+                             makeRedEdge({80, 60, seed, 0.0})->take(shot, false).samples;
     const Eigen::ArrayXd values =
         Eigen::Map<const Eigen::ArrayXf>(noise.data(), noise.size()).cast<double>();
     return values - values.mean();

@@ -1,6 +1,6 @@
 #include "simulate/Attitude.h"
 
-#include "simulate/Angle.h"
+#include "platform/math/Angle.h"
 
 #include <Eigen/Geometry>
 

@@ -27,7 +27,7 @@ struct Band {
     BandInfo info;
 };
 
-/// What is in front of a camera at one capture, in one of its bands.
+/// What is in front of a camera at one capture, as one of its bands sees it.
 struct Shot {
     std::size_t capture = 0;
     std::size_t band = 0;
@@ -44,12 +44,12 @@ struct Frame {
     BandMatrix samples; ///< whole numbers
     std::vector<exif::NewTag> tags;
     /// Standard deviation of the noise in a sample as a fraction of the signal without dark level;
-    /// infinite where the sample says nothing (defective or saturated). Empty unless asked for.
+    /// infinite where the sample tells nothing (defective or saturated). Empty unless requested.
     BandMatrix relativeDeviation;
     double exposureSeconds = 0.0;
     int iso = 0;
     std::size_t badPixels = 0;
-    std::size_t saturatedPixels = 0; ///< defective ones not counted
+    std::size_t saturatedPixels = 0; ///< without the defective ones
 };
 
 /// A forward model: from what is in front of a camera to what it stores.
@@ -62,12 +62,12 @@ public:
 
     [[nodiscard]] virtual std::string name() const = 0;
     [[nodiscard]] virtual const std::vector<Band>& bands() const = 0;
-    /// Name of the file of one band of one capture.
+    /// Name of the file that holds one band of one capture.
     [[nodiscard]] virtual std::string fileName(std::size_t capture, std::size_t band) const = 0;
-    /// Thread safe; the same shot gives the same frame.
+    /// Is thread safe. The same shot gives the same frame.
     [[nodiscard]] virtual Frame take(const Shot& shot, bool withDeviation) const = 0;
-    /// Writes what comes with such a camera, besides its images.
-    /// @param folder of the flight; there
+    /// Writes what comes with such a camera besides its images.
+    /// @param folder of the flight, which exists
     virtual void writeCompanions(const std::filesystem::path& folder) const {
         static_cast<void>(folder);
     }

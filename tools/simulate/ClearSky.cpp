@@ -1,6 +1,6 @@
 #include "simulate/ClearSky.h"
 
-#include "simulate/Angle.h"
+#include "platform/math/Angle.h"
 #include "simulate/Random.h"
 #include "simulate/Sun.h"
 
@@ -86,7 +86,7 @@ LightReading ClearSky::reading(std::size_t capture, double wavelengthNm) const {
     sun.sunElevationDegrees = moment.sunElevationDegrees;
     sun.cosIncidence = moment.cosIncidence;
     sun.cosTilt = moment.cosTilt;
-    // Bands are told apart by their wavelength.
+    // A band is known by its wavelength.
     const auto band = static_cast<std::uint64_t>(std::llround(wavelengthNm * 1000.0));
     std::vector<float> noise(1);
     Random({m_seed, kReadingPurpose, capture, band}).normal(noise);

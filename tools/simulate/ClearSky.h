@@ -6,14 +6,14 @@
 namespace tessik::simulate {
 
 /// Share of the irradiance on a surface that faces the sun under the whole sky that a turned one
-/// receives: (1 - f) w + f max(0, cos incidence), f the direct fraction. How much sky it sees is
-/// w = 1/2 + sign(c) c^2 / 2, c the cosine of its tilt.
+/// receives: (1 - f) w + f max(0, cos incidence), f the direct fraction. It sees the part
+/// w = 1/2 + sign(c) c^2 / 2 of the sky, c the cosine of its tilt.
 double receivedShare(double directFraction, double cosIncidence, double cosTilt);
 
 /// A clear sky with a sun, and an irradiance sensor that tilts with the aircraft. On level ground
 ///   E(t) = P(t) (f sin(elevation) + 1 - f),
-/// P a parabola in time of its own for each band, f the direct fraction. The sensor reads
-/// P(t) receivedShare(f, ...) and noise in proportion.
+/// where P is a parabola in time, another one for each band, and f the direct fraction. The sensor
+/// reads P(t) receivedShare(f, ...), with noise in proportion.
 class ClearSky final : public Light {
 public:
     struct Options {
@@ -24,7 +24,7 @@ public:
         SensorMount mount;
     };
 
-    /// @param course one station a capture
+    /// @param course one station for each capture
     ClearSky(std::uint64_t seed, const Options& options, const std::vector<Station>& course);
 
     [[nodiscard]] double irradiance(std::size_t capture, double wavelengthNm) const override;

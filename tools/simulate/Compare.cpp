@@ -20,7 +20,7 @@ using nlohmann::ordered_json;
 using std::filesystem::path;
 
 /// A reflectance level counts when noise alone moves its mean by no more than this share, and when
-/// it has this share of the pixels: the many values of a ramp, each on few pixels, do not.
+/// it has this share of the pixels. The many values of a ramp, each on few pixels, do not count.
 constexpr double kLevelUncertainty = 1e-3;
 constexpr double kLevelShare = 5e-3;
 
@@ -176,7 +176,7 @@ BandResult resultOf(const std::string& band, const BandSums& sums, Scale scale) 
     return result;
 }
 
-/// Corrected images end in .tif, whatever the raw ones do.
+/// Names of corrected images end in .tif, whatever the ending of the raw ones.
 path correctedFile(const path& folder, const std::string& rawName) {
     return (folder / rawName).replace_extension(".tif");
 }

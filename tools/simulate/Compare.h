@@ -12,7 +12,7 @@ namespace tessik::simulate {
 
 constexpr float kNoData = -10000.0F;
 
-/// A file that the comparison needs is not there. what() is "path: reason".
+/// A file that the comparison needs does not exist. what() is "path: reason".
 class MissingFile : public std::runtime_error {
 public:
     explicit MissingFile(const std::filesystem::path& path)
@@ -22,24 +22,25 @@ public:
 /// What corrected values should be proportional to.
 enum class Target {
     Radiance,    ///< reflectance x irradiance: as far as correcting the camera alone can get
-    Reflectance, ///< the ground's own property: the light corrected too
+    Reflectance, ///< the ground's own property: the light is corrected, too
 };
 
 /// What turns corrected values into the target.
 enum class Scale {
-    Fitted, ///< one number a band, over all captures
-    One,    ///< they are taken for what they should be
+    Fitted, ///< one number for each band, over all captures
+    One,    ///< nothing: they are taken as they stand
 };
 
 /// How the corrected images of one band agree with the truth after scaling, in percent of the true
 /// value.
 struct BandResult {
     std::string band;
-    double scale = 0.0; ///< corrected value a unit of truth; 1 unless it is fitted
+    double scale = 0.0; ///< corrected value per unit of truth; 1 unless it is fitted
     double bias = 0.0;  ///< mean error
     double worstCaptureBias = 0.0;
     std::size_t worstCapture = 0;
-    /// Of the reflectances that have enough pixels for their mean error to tell; absent = none has.
+    /// Of the reflectances with enough pixels for a meaningful mean error; absent if there are
+    /// none.
     std::optional<double> worstLevelBias;
     double worstLevel = 0.0; ///< reflectance
     double rms = 0.0;
@@ -53,7 +54,7 @@ struct BandResult {
 };
 
 /// Compares corrected images (float TIFF, no-data value kNoData or NaN) with the truth of a flight.
-/// Captures of a panel take no part: they need not be there, and are not of the scene.
+/// Captures of a panel are left out, because they do not show the scene. They may be missing.
 /// @throws MissingFile, Failure
 std::vector<BandResult> compare(const std::filesystem::path& flight,
                                 const std::filesystem::path& corrected,

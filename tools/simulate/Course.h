@@ -7,32 +7,32 @@
 
 namespace tessik::simulate {
 
-class Random;
-
 /// When and where one capture is taken, and how aircraft and camera hang.
 struct Station {
     double eastM = 0.0;            ///< from where the flight begins, m
     double northM = 0.0;           ///< from where the flight begins, m
-    double belowFlightM = 0.0;     ///< lower than the flight, m
+    double belowFlightM = 0.0;     ///< how much lower than the flight, m
     std::int64_t microseconds = 0; ///< since the flight's day began, UTC
     Attitude attitude;
 };
 
-/// Of all flights: this far in that time.
+/// All flights advance this far in this time.
 inline constexpr double kAdvanceM = 7.3;
 inline constexpr double kAdvanceSeconds = 1.5;
 
-/// At a capture before take-off or after landing: near where the flight begins, the camera held
-/// level over what lies on the ground.
+/// The station of a capture before take-off or after landing: near where the flight begins, with
+/// the camera held level above what lies on the ground.
 Station onGround(Station station);
 
-/// The station of a capture: a line to the north at a steady pace, with what wind does to it.
+/// The station of a capture on a line to the north, flown at a steady pace and displaced by wind.
 Station stationOf(std::uint64_t seed, std::size_t capture, double intervalSeconds);
 
-/// Time of a capture since the flight began: even but for the camera's own delay.
-std::int64_t captureMicroseconds(std::size_t capture, double intervalSeconds, Random& random);
+/// The station of a capture in a survey of an area: legs to the north and to the south side by
+/// side, joined by half circles, flown in a wind that makes pitch and roll wander. A camera without
+/// a gimbal hangs as the aircraft does.
+Station surveyStation(std::uint64_t seed, std::size_t capture, double intervalSeconds);
 
-/// Width of an image on the ground, m, whatever its size in pixels.
+/// Width of an image on the ground in m, whatever its size in pixels.
 inline constexpr double kFootprintWidthM = 48.0;
 
 /// The day of the flight, as EXIF writes it.

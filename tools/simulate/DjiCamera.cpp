@@ -1,18 +1,61 @@
 // Source of the sample's formula: the maker's image processing guides, solved for the sample.
 #include "simulate/DjiCamera.h"
 
-#include "simulate/Angle.h"
-#include "simulate/DjiTags.h"
+#include "platform/math/Angle.h"
 #include "simulate/Scene.h"
+#include "simulate/TagText.h"
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 
 namespace tessik::simulate {
 namespace {
 
 constexpr std::uint64_t kDjiExposurePurpose = 0xd177e;
 constexpr std::uint64_t kDjiNoisePurpose = 0xd174015e;
+
+std::string signedDegrees(double degrees) {
+    std::array<char, 40> text{};
+    std::snprintf(text.data(), text.size(), "%+.2f", degrees);
+    return text.data();
+}
+
+/// Aircraft and gimbal; the camera looks straight down from the gimbal and turns with the aircraft.
+void addPose(const Shot& shot, std::vector<exif::NewTag>& tags) {
+    const Attitude& attitude = shot.station.attitude;
+    tags.push_back({"Xmp.drone-dji.FlightYawDegree", {signedDegrees(attitude.yawDegrees)}});
+    tags.push_back({"Xmp.drone-dji.FlightPitchDegree", {signedDegrees(attitude.pitchDegrees)}});
+    tags.push_back({"Xmp.drone-dji.FlightRollDegree", {signedDegrees(attitude.rollDegrees)}});
+    tags.push_back({"Xmp.drone-dji.GimbalYawDegree", {signedDegrees(attitude.yawDegrees)}});
+    tags.push_back({"Xmp.drone-dji.GimbalPitchDegree", {signedDegrees(-90.0)}});
+    tags.push_back({"Xmp.drone-dji.GimbalRollDegree", {signedDegrees(0.0)}});
+}
+
+void addGeometry(Eigen::Index width, std::vector<exif::NewTag>& tags) {
+    constexpr double kHeightM = 55.0; // above the ground, of all flights
+    const std::string focal = fixed(static_cast<double>(width) * kHeightM / kFootprintWidthM, 7);
+    tags.push_back({"Xmp.drone-dji.CalibratedFocalLength", {focal}});
+    tags.push_back({"Xmp.drone-dji.RelativeOpticalCenterX", {fixed(0.0, 5)}});
+    tags.push_back({"Xmp.drone-dji.RelativeOpticalCenterY", {fixed(0.0, 5)}});
+    tags.push_back({"Xmp.drone-dji.DewarpFlag", {"0"}});
+    tags.push_back(
+        {"Xmp.drone-dji.DewarpData", {"2024-01-15;" + focal + "," + focal + ",0,0,0,0,0,0,0"}});
+    tags.push_back({"Xmp.drone-dji.DewarpHMatrix", {kIdentityMatrix}});
+}
+
+void addVignetting(const RadialPolynomial& correction, std::vector<exif::NewTag>& tags) {
+    // The first one, 1, is not written.
+    const std::vector<double> powers(correction.coefficients.begin() + 1,
+                                     correction.coefficients.end());
+    tags.push_back({"Xmp.drone-dji.CalibratedOpticalCenterX", {number(correction.centerX)}});
+    tags.push_back({"Xmp.drone-dji.CalibratedOpticalCenterY", {number(correction.centerY)}});
+    tags.push_back({"Xmp.drone-dji.VignettingFlag", {"0"}});
+    tags.push_back({"Xmp.drone-dji.VignettingData", {joined(numbers(powers), ", ")}});
+    tags.push_back({"Xmp.Camera.VignettingPolynomial", numbers(powers)});
+    tags.push_back(
+        {"Xmp.Camera.VignettingCenter", numbers({correction.centerX, correction.centerY})});
+}
 
 } // namespace
 
@@ -22,19 +65,15 @@ DjiCamera::DjiCamera(const CameraOptions& options, Model model)
 DjiCamera::Optics DjiCamera::opticsOf(const CameraOptions& options,
                                       double adjustment,
                                       const std::array<double, 6>& correction,
-                                      double shiftX,
-                                      double shiftY) {
+                                      const std::pair<double, double>& centerShift) {
     const auto width = static_cast<double>(options.width);
     const auto height = static_cast<double>(options.height);
     Optics optics;
     optics.calibration.adjustment = adjustment;
-    optics.calibration.correction = {(0.5 + shiftX) * width, (0.5 + shiftY) * height, {1.0}};
-    const double halfDiagonal = 0.5 * std::hypot(width, height);
-    double power = halfDiagonal;
-    for (const double coefficient : correction) {
-        optics.calibration.correction.coefficients.push_back(coefficient / power);
-        power *= halfDiagonal;
-    }
+    optics.calibration.correction = radialPolynomial((0.5 + centerShift.first) * width,
+                                                     (0.5 + centerShift.second) * height,
+                                                     0.5 * std::hypot(width, height),
+                                                     correction);
     optics.brightness =
         valuesOf(optics.calibration.correction, options.width, options.height).cwiseInverse();
     return optics;
@@ -42,7 +81,7 @@ DjiCamera::Optics DjiCamera::opticsOf(const CameraOptions& options,
 
 /// The time puts the brightest material at a level drawn for the capture.
 DjiExposure DjiCamera::expose(const Shot& shot) const {
-    DjiExposure exposure = amplification(shot);
+    DjiExposure exposure = m_model.amplification(shot);
     const double peak =
         drawPeak(Random({m_options.seed, kDjiExposurePurpose, shot.capture, shot.band}));
     const double radiance = Scene::kBrightest * shot.irradiance / kPi;
@@ -53,8 +92,53 @@ DjiExposure DjiCamera::expose(const Shot& shot) const {
     return exposure;
 }
 
-double DjiCamera::statedIrradiance(const Shot& shot) const {
-    return m_model.perIrradiance * shot.irradiance * shot.reading.error;
+/// The tags that every such camera writes in the same way, and those of the model. The geometry is
+/// that of the scene: the lenses do not distort, and all bands see the same.
+std::vector<exif::NewTag> DjiCamera::tagsOf(const DjiExposure& exposure, const Shot& shot) const {
+    const DjiBody& body = m_model.body;
+    const DjiCalibration& calibration = m_model.optics[shot.band].calibration;
+    const Band& band = m_model.bands[shot.band];
+    const double irradiance = m_model.perIrradiance * shot.irradiance * shot.reading.error;
+    const std::string microseconds = std::to_string(exposure.microseconds);
+    const std::string index = std::to_string(shot.band + 1);
+    const std::string wavelength = number(band.info.wavelengthNm);
+    const std::string halfWidth = number(0.5 * band.info.fwhmNm);
+    std::array<char, 40> captureId{};
+    std::snprintf(captureId.data(), captureId.size(), "5e1f%08zx5e1f", shot.capture);
+    std::vector<exif::NewTag> tags = {
+        {"Exif.Image.Make", {"DJI"}},
+        {"Exif.Image.Model", {body.model}},
+        {"Exif.Image.Software", {"simulate"}},
+        {"Exif.Photo.ExposureTime", {microseconds + "/1000000"}},
+        {"Exif.Photo.FNumber", {fraction(body.fNumber, 10)}},
+        {"Exif.Photo.ISOSpeed", {std::to_string(exposure.iso)}},
+        {"Exif.Photo.BodySerialNumber", {body.serialNumber}},
+        {"Xmp.drone-dji.BandName", {band.name}},
+        {"Xmp.drone-dji.BandFreq", {wavelength + "(+/-" + halfWidth + ")nm"}},
+        {"Xmp.drone-dji.Irradiance", {fixed(irradiance, 3)}},
+        {"Xmp.drone-dji.SensorGain", {fixed(exposure.gain, 3)}},
+        {"Xmp.drone-dji.ExposureTime", {microseconds}},
+        {"Xmp.drone-dji.SensorGainAdjustment", {fixed(calibration.adjustment, 6)}},
+        {"Xmp.drone-dji.SensorIndex", {index}},
+        {"Xmp.drone-dji.CaptureUUID", {captureId.data()}},
+        {"Xmp.Camera.RigName", {body.model}},
+        {"Xmp.Camera.RigCameraIndex", {index}},
+        {"Xmp.Camera.BandName", {band.name}},
+        {"Xmp.Camera.CentralWavelength", {wavelength}},
+        {"Xmp.Camera.WavelengthFWHM", {halfWidth}},
+        {"Xmp.Camera.BlackCurrent", {number(body.dark)}},
+        {"Xmp.Camera.IsNormalized", {"0"}},
+        {"Xmp.Camera.Irradiance", {fixed(irradiance, 6)}},
+        {"Xmp.Camera.IrradianceYaw", {fixed(0.0, 6)}},
+        {"Xmp.Camera.IrradiancePitch", {fixed(0.0, 6)}},
+        {"Xmp.Camera.IrradianceRoll", {fixed(0.0, 6)}}};
+    addVignetting(calibration.correction, tags);
+    addGeometry(m_options.width, tags);
+    addPose(shot, tags);
+    addPosition(positionOf(shot.station), tags);
+    const std::vector<exif::NewTag> more = m_model.ownTags(shot, irradiance);
+    tags.insert(tags.end(), more.begin(), more.end());
+    return tags;
 }
 
 Frame DjiCamera::take(const Shot& shot, bool withDeviation) const {
@@ -88,15 +172,7 @@ Frame DjiCamera::take(const Shot& shot, bool withDeviation) const {
             frame);
     frame.exposureSeconds = seconds;
     frame.iso = exposure.iso;
-    frame.tags = djiTags(m_model.body,
-                         optics.calibration,
-                         exposure,
-                         statedIrradiance(shot),
-                         m_options.width,
-                         bands()[shot.band],
-                         shot);
-    const std::vector<exif::NewTag> more = ownTags(shot);
-    frame.tags.insert(frame.tags.end(), more.begin(), more.end());
+    frame.tags = tagsOf(exposure, shot);
     return frame;
 }
 

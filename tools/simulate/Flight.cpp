@@ -2,14 +2,11 @@
 
 #include "platform/image/PendingFile.h"
 #include "platform/image/Raster.h"
-#include "simulate/M3mCamera.h"
-#include "simulate/P4mCamera.h"
+#include "simulate/DjiCamera.h"
+#include "simulate/MicaSenseCamera.h"
 #include "simulate/Panel.h"
-#include "simulate/RedEdgeCamera.h"
-#include "simulate/RedEdgePCamera.h"
 #include "simulate/Scene.h"
 #include "simulate/SequoiaCamera.h"
-#include "simulate/Survey.h"
 
 #include <nlohmann/json.hpp>
 
@@ -26,7 +23,7 @@ using std::filesystem::path;
 
 constexpr int kManifestVersion = 1;
 
-/// Writes under a temporary name and renames; adds the path to what goes wrong.
+/// Writes under a temporary name and renames; adds the path to the text of a failure.
 void writeWhole(const path& file, const std::function<void(const std::string&)>& write) {
     try {
         image::PendingFile pending(file.u8string());
@@ -39,25 +36,21 @@ void writeWhole(const path& file, const std::function<void(const std::string&)>&
 
 std::unique_ptr<Camera> makeCamera(const FlightOptions& flight) {
     const CameraOptions options{flight.width, flight.height, flight.seed, flight.noise};
-    const auto sequoia = [&options](SequoiaCamera::Kind kind) {
-        return std::make_unique<SequoiaCamera>(SequoiaCamera::Options{
-            kind, options.width, options.height, options.seed, options.noise});
-    };
     switch (flight.camera) {
     case CameraModel::RedEdgeP:
-        return std::make_unique<RedEdgePCamera>(options);
+        return makeRedEdgeP(options);
     case CameraModel::SequoiaV1:
-        return sequoia(SequoiaCamera::Kind::Uniform);
+        return std::make_unique<SequoiaCamera>(options, SequoiaCamera::Kind::Uniform);
     case CameraModel::SequoiaV2:
-        return sequoia(SequoiaCamera::Kind::Measured);
+        return std::make_unique<SequoiaCamera>(options, SequoiaCamera::Kind::Measured);
     case CameraModel::P4m:
-        return std::make_unique<P4mCamera>(options);
+        return makeP4m(options);
     case CameraModel::M3m:
-        return std::make_unique<M3mCamera>(options);
+        return makeM3m(options);
     case CameraModel::RedEdge:
         break;
     }
-    return std::make_unique<RedEdgeCamera>(options);
+    return makeRedEdge(options);
 }
 
 void prepareFolder(const path& folder) {
@@ -71,7 +64,7 @@ void prepareFolder(const path& folder) {
     }
 }
 
-/// Files of an earlier flight among those of this one would go unnoticed.
+/// Nobody would notice files of an earlier flight among those of this one.
 void checkVacant(const path& folder) {
     std::error_code failure;
     if (!std::filesystem::exists(folder, failure)) {
@@ -79,7 +72,7 @@ void checkVacant(const path& folder) {
     }
     const bool isEmpty = std::filesystem::is_empty(folder, failure);
     if (failure || !std::filesystem::is_directory(folder)) {
-        throw Failure(folder, "is no folder that can be read");
+        throw Failure(folder, "is not a folder that can be read");
     }
     if (!isEmpty) {
         throw Failure(folder, "the folder is not empty");
@@ -180,7 +173,7 @@ ordered_json record(const Camera& camera, const Shot& shot, const Frame& frame) 
     return record;
 }
 
-/// Makes the files of one band of one capture. @return its part of the manifest
+/// Writes the files of one band of one capture. @return its part of the manifest
 ordered_json renderFile(const path& folder, const Camera& camera, const Shot& shot, bool hasTruth) {
     const Frame frame = camera.take(shot, hasTruth);
     const std::string name = camera.fileName(shot.capture, shot.band);

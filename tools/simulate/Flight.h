@@ -9,7 +9,7 @@
 
 namespace tessik::simulate {
 
-/// A failure to be shown as it stands: "path: reason".
+/// A failure whose text is shown as it stands: "path: reason".
 class Failure : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -17,21 +17,21 @@ public:
         : std::runtime_error(path.u8string() + ": " + reason) {}
 };
 
-/// Where, below the folder of a flight, the raw images and the truth are.
+/// Where the raw images and the truth are, below the folder of a flight.
 inline constexpr auto kImagesFolder = "images";
 inline constexpr auto kTruthFolder = "truth";
 inline constexpr auto kManifestFile = "flight.json";
 
-/// The cameras that can be flown; the Sequoia with uniform sensors, or with measured ones whose
-/// model comes along.
+/// The cameras that can be flown. SequoiaV1 has uniform sensors; SequoiaV2 has measured ones, whose
+/// model is written beside the images.
 enum class CameraModel { RedEdge, RedEdgeP, SequoiaV1, SequoiaV2, P4m, M3m };
 
 enum class Sky {
-    Changing, ///< drift and clouds over a straight line flown level; the sensor is exact
-    Clear,    ///< a sun over a survey in wind; the sensor tilts with the aircraft
+    Changing, ///< drift and clouds; a straight line, flown level; the sensor is exact
+    Clear,    ///< sun; a survey, flown in wind; the sensor tilts with the aircraft
 };
 
-/// Smallest width and height, px: a band has a few defects, which must stay a few percent of it.
+/// Smallest width and height, px: the few defects of a band must stay a few percent of it.
 inline constexpr Eigen::Index kSmallestSide = 16;
 
 struct FlightOptions {
@@ -49,12 +49,12 @@ struct FlightOptions {
     ClearSky::Options clearSky;
 };
 
-/// Renders a flight into a folder, which is made, or is there and empty: the camera's files, and
-/// beside them what they were made from. The same options give the same bytes.
+/// Renders a flight into a folder, which is new or empty: the camera's files, and beside them what
+/// they were made from. The same options give the same bytes.
 ///   images/<file>      as the camera stores them
 ///   truth/<file>       two float bands: reflectance, and the relative deviation of the noise
 ///   truth/flight.json  light, sensor, exposure and counts of unusable pixels of each file, and
-///                      the panel that it shows; also without the truth's images
+///                      the panel that it shows; it is written even without the truth's images
 ///   calibration/       model file and thermal profile of a Sequoia with measured sensors
 /// @throws Failure
 void renderFlight(const std::filesystem::path& folder, const FlightOptions& options);

@@ -10,7 +10,7 @@ namespace {
 
 constexpr Spectrum kClearSky = {1.56, 1.47, 1.36, 1.24, 1.03};
 
-/// Clouds let less infrared through than blue light: per nm from 650 nm, under the thickest.
+/// Clouds let less infrared than blue light through: change per nm from 650 nm, under the thickest.
 constexpr double kCloudTilt = -3e-4;
 constexpr double kLightReferenceNm = 650.0;
 
@@ -38,7 +38,7 @@ ChangingLight::ChangingLight(std::uint64_t seed, std::size_t captureCount)
         }
         --left;
         moment.clearSky = drift;
-        // No two places under a cloud are alike.
+        // The light differs from place to place under a cloud.
         moment.cloud = isCloudy ? cover * random.uniform(0.92, 1.08) : 1.0;
     }
 }

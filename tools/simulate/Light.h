@@ -9,7 +9,7 @@
 
 namespace tessik::simulate {
 
-/// What lies behind a reading, where the sun itself is simulated. Angles in degrees.
+/// What a reading was made from, where the sun itself is simulated. Angles are in degrees.
 struct SunView {
     double directFraction = 0.0;      ///< of what a surface that faces the sun receives
     double facingIrradiance = 0.0;    ///< what such a surface under the whole sky receives, W/m2/nm
@@ -19,7 +19,7 @@ struct SunView {
     double cosTilt = 1.0;             ///< of the sensor
 };
 
-/// What the irradiance sensor on top of the aircraft says of one capture in one band.
+/// What the irradiance sensor on top of the aircraft states for one capture in one band.
 struct LightReading {
     double irradiance = 0.0; ///< W/m2/nm
     Attitude attitude;       ///< of the sensor
@@ -40,16 +40,16 @@ public:
     [[nodiscard]] virtual LightReading reading(std::size_t capture, double wavelengthNm) const = 0;
 };
 
-/// Global irradiance on level ground of a high sun and a clear sky at sea level, rounded; W/m2/nm.
+/// Irradiance on level ground under a high sun and a clear sky at sea level, rounded, W/m2/nm.
 double clearSkyIrradiance(double wavelengthNm);
 
-/// A spectrum of clear sky that drifts, and clouds that come and go between two captures.
+/// The light of a clear sky that drifts, with clouds that come and go between two captures.
 class ChangingLight final : public Light {
 public:
     ChangingLight(std::uint64_t seed, std::size_t captureCount);
 
     [[nodiscard]] double irradiance(std::size_t capture, double wavelengthNm) const override;
-    /// The sensor is level, and right.
+    /// The sensor is level and exact.
     [[nodiscard]] LightReading reading(std::size_t capture, double wavelengthNm) const override;
 
 private:

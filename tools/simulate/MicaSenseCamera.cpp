@@ -1,9 +1,9 @@
 // Source of the sample's formula: the maker's radiometric calibration model, solved for the sample.
 #include "simulate/MicaSenseCamera.h"
 
-#include "simulate/Angle.h"
-#include "simulate/MicaSenseTags.h"
+#include "platform/math/Angle.h"
 #include "simulate/Scene.h"
+#include "simulate/TagText.h"
 
 #include <algorithm>
 #include <cmath>
@@ -57,7 +57,7 @@ std::string MicaSenseCamera::fileName(std::size_t capture, std::size_t band) con
     return text.data();
 }
 
-/// The speed goes through all that there are from capture to capture; the time puts the brightest
+/// The ISO speed changes from capture to capture, in turn; the time puts the brightest
 /// material at a level drawn for the capture.
 MicaSenseExposure MicaSenseCamera::expose(const Shot& shot) const {
     const MicaSenseCalibration& calibration = m_model.optics[shot.band].calibration;
@@ -77,10 +77,48 @@ MicaSenseExposure MicaSenseCamera::expose(const Shot& shot) const {
     return exposure;
 }
 
+std::vector<exif::NewTag> MicaSenseCamera::tagsOf(const MicaSenseExposure& exposure,
+                                                  const Shot& shot) const {
+    const MicaSenseCalibration& calibration = m_model.optics[shot.band].calibration;
+    const Band& band = m_model.bands[shot.band];
+    std::array<char, 40> captureId{};
+    std::snprintf(captureId.data(), captureId.size(), "simulatedcapture%04zu", shot.capture);
+    std::vector<exif::NewTag> tags = {
+        {"Exif.Image.Make", {"MicaSense"}},
+        {"Exif.Image.Model", {m_model.name}},
+        {"Exif.Image.Software", {"simulate"}},
+        {"Exif.Photo.ExposureTime",
+         {std::to_string(exposure.numerator) + "/" +
+          std::to_string(MicaSenseExposure::kDenominator)}},
+        {"Exif.Photo.FNumber", {fraction(calibration.fNumber, 10)}},
+        {"Exif.Photo.ISOSpeed", {std::to_string(exposure.iso)}},
+        {"Exif.Photo.BodySerialNumber", {m_model.serialNumber}},
+        {"Xmp.MicaSense.CaptureId", {captureId.data()}},
+        {"Xmp.MicaSense.RadiometricCalibration",
+         numbers({calibration.a1, calibration.a2, calibration.a3})},
+        {"Xmp.Camera.BandName", {band.name}},
+        {"Xmp.Camera.CentralWavelength", {number(band.info.wavelengthNm)}},
+        {"Xmp.Camera.WavelengthFWHM", {number(band.info.fwhmNm)}},
+        {"Xmp.Camera.BandSensitivity", {number(calibration.bandSensitivity())}},
+        {"Xmp.Camera.RigCameraIndex", {std::to_string(shot.band)}},
+        {"Xmp.Camera.InvalidPixel", pairs(calibration.badPixels)},
+        {"Xmp.Camera.IrradianceYaw", {number(shot.reading.attitude.yawDegrees)}},
+        {"Xmp.Camera.IrradiancePitch", {number(shot.reading.attitude.pitchDegrees)}},
+        {"Xmp.Camera.IrradianceRoll", {number(shot.reading.attitude.rollDegrees)}},
+        {"Xmp.Camera.Yaw", {number(shot.station.attitude.yawDegrees)}},
+        {"Xmp.Camera.Pitch", {number(shot.station.attitude.pitchDegrees)}},
+        {"Xmp.Camera.Roll", {number(shot.station.attitude.rollDegrees)}}};
+    addTime(shot.station.microseconds, tags);
+    addPosition(positionOf(shot.station), tags);
+    const std::vector<exif::NewTag> more = m_model.ownTags(shot);
+    tags.insert(tags.end(), more.begin(), more.end());
+    return tags;
+}
+
 Frame MicaSenseCamera::take(const Shot& shot, bool withDeviation) const {
     const auto& [calibration, brightness] = m_model.optics[shot.band];
     const MicaSenseExposure exposure = expose(shot);
-    const std::array<double, 4> dark = darkLevels(shot);
+    const std::array<double, 4> dark = m_model.darkLevels(shot);
     const double gain = exposure.gain();
     const double perSecond =
         kMicaSenseFullScale * shot.irradiance / kPi * gain / calibration.a1; // and reflectance
@@ -108,10 +146,7 @@ Frame MicaSenseCamera::take(const Shot& shot, bool withDeviation) const {
             frame);
     frame.exposureSeconds = exposure.seconds();
     frame.iso = exposure.iso;
-    frame.tags = micaSenseTags(
-        m_model.name, m_model.serialNumber, calibration, exposure, bands()[shot.band], shot);
-    const std::vector<exif::NewTag> more = ownTags(shot);
-    frame.tags.insert(frame.tags.end(), more.begin(), more.end());
+    frame.tags = tagsOf(exposure, shot);
     return frame;
 }
 

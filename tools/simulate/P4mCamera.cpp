@@ -1,15 +1,19 @@
-#include "simulate/P4mCamera.h"
-
+#include "simulate/DjiCamera.h"
 #include "simulate/TagText.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
+#include <memory>
 
 namespace tessik::simulate {
 namespace {
 
+/// Of the clock: Pacific daylight time.
+constexpr int kUtcOffsetHours = -7;
+
+constexpr std::size_t kP4mBandCount = 5;
 constexpr double kP4mDark = 4096.0;
 constexpr Sensor kP4mSensor = {64.0, 65472.0F, 40.0, 3.0, 0.3, {}};
 
@@ -18,19 +22,19 @@ constexpr double kPlateauFall = 0.386; ///< DN a row
 constexpr double kPlateauSpread = 33.0;
 constexpr double kPlateauReach = 130.0;
 
-constexpr std::array<double, P4mCamera::kBandCount> kP4mAdjustment = {
+constexpr std::array<double, kP4mBandCount> kP4mAdjustment = {
     1.392108, 0.759547, 0.762136, 0.835013, 0.951476};
 
 /// Over r as a share of the half diagonal: 2.0 in the corners.
 constexpr std::array<double, 6> kP4mCorrection = {
     0.224951, 1.282671, -3.140595, 5.841187, -4.850710, 1.642808};
 /// Of the correction's centre from the image's, as a share of the width and height.
-constexpr std::array<std::pair<double, double>, P4mCamera::kBandCount> kP4mCenterShift = {
+constexpr std::array<std::pair<double, double>, kP4mBandCount> kP4mCenterShift = {
     {{0.006, -0.009}, {-0.011, 0.004}, {0.008, 0.010}, {-0.005, -0.007}, {0.0, 0.0}}};
 
 constexpr std::uint64_t kPlateauPurpose = 0x91a7ea;
 
-/// A property of each pixel's own. Stored values lie as near the plateau as the values clipped.
+/// Where each pixel of a band clips. Limits see to it that the rounded value stays in reach, too.
 BandMatrix plateauOf(std::size_t band, const CameraOptions& options) {
     Random random({options.seed, kPlateauPurpose, band});
     BandMatrix clip(options.height, options.width);
@@ -50,57 +54,55 @@ BandMatrix plateauOf(std::size_t band, const CameraOptions& options) {
     return clip;
 }
 
-} // namespace
-
-P4mCamera::P4mCamera(const CameraOptions& options) : DjiCamera(options, modelOf(options)) {}
-
-DjiCamera::Model P4mCamera::modelOf(const CameraOptions& options) {
-    Model model{{"FC6360", "1000003", 2.2, kP4mDark}, kP4mSensor, 4.5e8, 6500.0, {}};
-    for (std::size_t b = 0; b < kBandCount; ++b) {
-        const auto& [shiftX, shiftY] = kP4mCenterShift[b];
-        model.optics.push_back(
-            opticsOf(options, kP4mAdjustment[b], kP4mCorrection, shiftX, shiftY));
-        model.optics.back().clip = plateauOf(b, options);
-    }
-    return model;
-}
-
-const std::vector<Band>& P4mCamera::bands() const {
-    static const std::vector<Band> bands = {{"Blue", {450.0, 32.0}},
-                                            {"Green", {560.0, 32.0}},
-                                            {"Red", {650.0, 32.0}},
-                                            {"RedEdge", {730.0, 32.0}},
-                                            {"NIR", {840.0, 52.0}}};
-    return bands;
-}
-
 /// The last digit is the band; 0 would be the colour camera's.
-std::string P4mCamera::fileName(std::size_t capture, std::size_t band) const {
+std::string p4mFileName(std::size_t capture, std::size_t band) {
     std::array<char, 40> text{};
     std::snprintf(text.data(), text.size(), "DJI_%03zu%zu.TIF", capture + 1, band + 1);
     return text.data();
 }
 
-DjiExposure P4mCamera::amplification(const Shot& shot) const {
-    constexpr std::array<int, 3> kGains = {1, 2, 4};
-    constexpr int kIso = 200;
-    const int gain = kGains[(shot.capture + shot.band + options().seed) % kGains.size()];
-    return {1, static_cast<double>(gain), kIso * gain};
-}
-
-std::vector<exif::NewTag> P4mCamera::ownTags(const Shot& shot) const {
+std::vector<exif::NewTag> p4mTags(const Shot& shot, double irradiance) {
     constexpr std::int64_t kHour = 3600LL * 1000000;
-    const double adjustment = model().optics[shot.band].calibration.adjustment;
     std::vector<exif::NewTag> tags = {
         {"Exif.Image.BlackLevelRepeatDim", {"1", "1"}},
         {"Exif.Image.BlackLevel", {number(kP4mDark)}},
         {"Xmp.drone-dji.LS_type", {"1"}},
-        {"Xmp.Camera.SunSensor", {fixed(statedIrradiance(shot), 3)}},
-        // Not the three coefficients that MicaSense writes under this name.
+        {"Xmp.Camera.SunSensor", {fixed(irradiance, 3)}},
+        // These are not the three coefficients that MicaSense writes under this name.
         {"Xmp.Camera.RadiometricCalibration",
-         {fixed(adjustment, 6), fixed(0.0, 6), fixed(0.0, 6)}}};
+         {fixed(kP4mAdjustment[shot.band], 6), fixed(0.0, 6), fixed(0.0, 6)}}};
     addTime(shot.station.microseconds + kUtcOffsetHours * kHour, tags);
     return tags;
+}
+
+} // namespace
+
+std::unique_ptr<Camera> makeP4m(const CameraOptions& options) {
+    DjiCamera::Model model;
+    model.name = "P4 Multispectral";
+    model.body = {"FC6360", "1000003", 2.2, kP4mDark};
+    model.bands = {{"Blue", {450.0, 32.0}},
+                   {"Green", {560.0, 32.0}},
+                   {"Red", {650.0, 32.0}},
+                   {"RedEdge", {730.0, 32.0}},
+                   {"NIR", {840.0, 52.0}}};
+    for (std::size_t b = 0; b < kP4mBandCount; ++b) {
+        model.optics.push_back(
+            DjiCamera::opticsOf(options, kP4mAdjustment[b], kP4mCorrection, kP4mCenterShift[b]));
+        model.optics.back().clip = plateauOf(b, options);
+    }
+    model.sensor = kP4mSensor;
+    model.perRadiance = 4.5e8;
+    model.perIrradiance = 6500.0;
+    model.fileName = p4mFileName;
+    model.amplification = [seed = options.seed](const Shot& shot) -> DjiExposure {
+        constexpr std::array<int, 3> kGains = {1, 2, 4};
+        constexpr int kIso = 200;
+        const int gain = kGains[(shot.capture + shot.band + seed) % kGains.size()];
+        return {1, static_cast<double>(gain), kIso * gain};
+    };
+    model.ownTags = p4mTags;
+    return std::make_unique<DjiCamera>(options, std::move(model));
 }
 
 } // namespace tessik::simulate

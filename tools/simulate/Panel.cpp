@@ -1,6 +1,6 @@
 #include "simulate/Panel.h"
 
-#include "simulate/Angle.h"
+#include "platform/math/Angle.h"
 #include "simulate/Random.h"
 
 #include <Eigen/Geometry>
@@ -18,13 +18,13 @@ namespace {
 
 // Millimetres from the centre of the code, y up, as panels of version 6 are made.
 constexpr double kCodeHalfSide = 41.0;
-constexpr double kLabelHalfSide = 55.0; ///< white around the code, as wide as a decoder asks for
+constexpr double kLabelHalfSide = 55.0; ///< white around the code, as wide as decoders need
 constexpr std::array<PanelPrint, 2> kPrints = {{{70.5, 162.4, 45.9}, {77.9, 182.9, 51.7}}};
 constexpr double kFrameHalfWidth = 62.0;
 constexpr double kFrameTop = 62.0;
 constexpr double kFrameBottom = -193.0;
 constexpr double kMiddleY = 0.5 * (kFrameTop + kFrameBottom);
-/// Half the frame's diagonal: the panel fits into the image however it is turned.
+/// Half the frame's diagonal: the panel fits into the image at any angle.
 constexpr double kReachMm = 142.0;
 constexpr double kReachShare = 0.90; ///< of the image's smaller half side
 
@@ -41,7 +41,7 @@ constexpr double kGrainMm = 6.0;
 constexpr double kDarkestGrain = 0.04;
 constexpr double kBrightestGrain = 0.30;
 
-/// Along a side of a pixel: what a pixel sees is the mean over it.
+/// Along a side of a pixel. A pixel sees the mean over its parts.
 constexpr int kSubpixels = 4;
 
 constexpr std::uint64_t kViewPurpose = 0x9a4e1;

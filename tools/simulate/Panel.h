@@ -14,7 +14,7 @@ namespace tessik::simulate {
 /// How a panel lies in front of a camera that looks straight down on it: turned and shifted.
 struct PanelView {
     Eigen::Vector2d middle = Eigen::Vector2d::Zero(); ///< of the panel, px
-    double angle = 0.0;                               ///< rad, clockwise as the image is looked at
+    double angle = 0.0;                               ///< rad, clockwise in the image
     double pixelsPerMm = 1.0;                         ///< of the image
     Eigen::Index width = 0;                           ///< px, of the image
     Eigen::Index height = 0;                          ///< px, of the image
@@ -28,8 +28,8 @@ struct PanelPrint {
 };
 
 /// A reflectance panel of version 6 on coarse ground: a grey surface whose reflectance changes
-/// little with the wavelength, and above it a label with a QR code that says which, in a black
-/// frame. Its surface has one of the two sizes in which such panels are made, by the seed.
+/// little with the wavelength, and above it, in a black frame, a label with a QR code that states
+/// this reflectance. The seed chooses one of the two sizes in which such panels are made.
 class Panel {
 public:
     explicit Panel(std::uint64_t seed);
@@ -39,7 +39,7 @@ public:
     [[nodiscard]] static double reflectanceAt(double wavelengthNm);
 
     /// How the panel lies at a capture. The bands' lenses stand side by side, so that each sees it
-    /// a little elsewhere.
+    /// at a slightly different place.
     [[nodiscard]] PanelView
     view(std::size_t capture, std::size_t band, Eigen::Index width, Eigen::Index height) const;
 

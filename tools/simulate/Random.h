@@ -7,7 +7,7 @@
 
 namespace tessik::simulate {
 
-/// One number from several, well mixed: neighbouring inputs give unrelated results.
+/// Makes one number from several, well mixed: neighbouring inputs give unrelated results.
 std::uint64_t mixed(std::initializer_list<std::uint64_t> parts);
 
 /// Random numbers that are the same on every machine: the generator is defined by the language's

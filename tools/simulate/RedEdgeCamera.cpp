@@ -1,9 +1,10 @@
-#include "simulate/RedEdgeCamera.h"
-
+#include "simulate/MicaSenseCamera.h"
 #include "simulate/TagText.h"
+#include "simulate/Vignetting.h"
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 
 namespace tessik::simulate {
 namespace {
@@ -36,49 +37,18 @@ constexpr std::array<double, 4> kRedEdgeDark = {4800.0, 4816.0, 4784.0, 4832.0};
 RadialPolynomial redEdgeVignetting(std::size_t band, const CameraOptions& options) {
     const auto width = static_cast<double>(options.width);
     const auto height = static_cast<double>(options.height);
-    RadialPolynomial polynomial{(0.5 + kCenterShift[band].first) * width,
-                                (0.5 + kCenterShift[band].second) * height,
-                                {1.0}};
-    const double halfDiagonal = 0.5 * std::sqrt(width * width + height * height);
-    double power = halfDiagonal;
-    for (const double fallOff : kRedEdgeFallOff) {
-        polynomial.coefficients.push_back(kRedEdgeFallOffOfBand[band] * fallOff / power);
-        power *= halfDiagonal;
+    std::array<double, 6> fallOff = kRedEdgeFallOff;
+    for (double& coefficient : fallOff) {
+        coefficient *= kRedEdgeFallOffOfBand[band];
     }
-    return polynomial;
-}
-
-} // namespace
-
-RedEdgeCamera::RedEdgeCamera(const CameraOptions& options)
-    : MicaSenseCamera(options, modelOf(options)) {}
-
-MicaSenseCamera::Model RedEdgeCamera::modelOf(const CameraOptions& options) {
-    Model model{"RedEdge",
-                "1000001",
-                kRedEdgeSensor,
-                {100, 400, 200, 800},
-                *std::max_element(kRedEdgeDark.begin(), kRedEdgeDark.end()),
-                {}};
-    for (std::size_t b = 0; b < kBandCount; ++b) {
-        model.optics.push_back(
-            {calibrationOf(options, b, kRedEdgeA1[b], kShutterSeconds[b], kShutterShare[b]),
-             valuesOf(redEdgeVignetting(b, options), options.width, options.height)});
-    }
-    return model;
-}
-
-const std::vector<Band>& RedEdgeCamera::bands() const {
-    static const std::vector<Band> bands = {{"Blue", {475.0, 20.0}},
-                                            {"Green", {560.0, 20.0}},
-                                            {"Red", {668.0, 10.0}},
-                                            {"NIR", {840.0, 40.0}},
-                                            {"Red edge", {717.0, 10.0}}};
-    return bands;
+    return radialPolynomial((0.5 + kCenterShift[band].first) * width,
+                            (0.5 + kCenterShift[band].second) * height,
+                            0.5 * std::sqrt(width * width + height * height),
+                            fallOff);
 }
 
 /// Each band begins with another of the four.
-std::array<double, 4> RedEdgeCamera::darkLevels(const Shot& shot) const {
+std::array<double, 4> redEdgeDark(const Shot& shot) {
     std::array<double, 4> levels{};
     for (std::size_t i = 0; i < levels.size(); ++i) {
         levels[i] = kRedEdgeDark[(i + shot.band) % kRedEdgeDark.size()];
@@ -86,9 +56,9 @@ std::array<double, 4> RedEdgeCamera::darkLevels(const Shot& shot) const {
     return levels;
 }
 
-std::vector<exif::NewTag> RedEdgeCamera::ownTags(const Shot& shot) const {
-    const std::array<double, 4> dark = darkLevels(shot);
-    const auto [centerX, centerY, coefficients] = redEdgeVignetting(shot.band, options());
+std::vector<exif::NewTag> redEdgeTags(const CameraOptions& options, const Shot& shot) {
+    const std::array<double, 4> dark = redEdgeDark(shot);
+    const auto [centerX, centerY, coefficients] = redEdgeVignetting(shot.band, options);
     return {{"Exif.Image.BlackLevelRepeatDim", {"2", "2"}},
             {"Exif.Image.BlackLevel", numbers({dark.begin(), dark.end()})},
             subSecondTime(shot.station.microseconds),
@@ -97,6 +67,31 @@ std::vector<exif::NewTag> RedEdgeCamera::ownTags(const Shot& shot) const {
             {"Xmp.Camera.VignettingPolynomial",
              numbers({coefficients.begin() + 1, coefficients.end()})},
             {"Xmp.Camera.Irradiance", {number(shot.reading.irradiance)}}};
+}
+
+} // namespace
+
+std::unique_ptr<Camera> makeRedEdge(const CameraOptions& options) {
+    MicaSenseCamera::Model model;
+    model.name = "RedEdge";
+    model.serialNumber = "1000001";
+    model.bands = {{"Blue", {475.0, 20.0}},
+                   {"Green", {560.0, 20.0}},
+                   {"Red", {668.0, 10.0}},
+                   {"NIR", {840.0, 40.0}},
+                   {"Red edge", {717.0, 10.0}}};
+    for (std::size_t b = 0; b < model.bands.size(); ++b) {
+        model.optics.push_back(
+            {MicaSenseCamera::calibrationOf(
+                 options, b, kRedEdgeA1[b], kShutterSeconds[b], kShutterShare[b]),
+             valuesOf(redEdgeVignetting(b, options), options.width, options.height)});
+    }
+    model.sensor = kRedEdgeSensor;
+    model.speeds = {100, 400, 200, 800};
+    model.highestDark = *std::max_element(kRedEdgeDark.begin(), kRedEdgeDark.end());
+    model.darkLevels = redEdgeDark;
+    model.ownTags = [options](const Shot& shot) { return redEdgeTags(options, shot); };
+    return std::make_unique<MicaSenseCamera>(options, std::move(model));
 }
 
 } // namespace tessik::simulate

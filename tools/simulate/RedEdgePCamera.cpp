@@ -1,8 +1,12 @@
-#include "simulate/RedEdgePCamera.h"
-
-#include "simulate/Dls2Tags.h"
+#include "platform/math/Angle.h"
+#include "simulate/MicaSenseCamera.h"
+#include "simulate/Sun.h"
 #include "simulate/TagText.h"
 #include "simulate/Vignetting.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
 
 namespace tessik::simulate {
 namespace {
@@ -66,50 +70,110 @@ std::string nanoseconds(const Shot& shot, std::uint64_t seed) {
     return nano < kFewest ? sixDigits(micro) : std::to_string(nano);
 }
 
-} // namespace
+constexpr double kMicrowattPerCm2 = 100.0; ///< in a W/m2
 
-RedEdgePCamera::RedEdgePCamera(const CameraOptions& options)
-    : MicaSenseCamera(options, modelOf(options)) {}
+struct SkyLight {
+    double direct = 0.0;    ///< on a surface that faces the sun, W/m2/nm
+    double scattered = 0.0; ///< on a level one, W/m2/nm
+    SunDirection sun;
+};
 
-MicaSenseCamera::Model RedEdgePCamera::modelOf(const CameraOptions& options) {
-    Model model{"RedEdge-P", "1000002", kRedEdgePSensor, {100, 200}, kHighestDark, {}};
-    for (std::size_t b = 0; b < kBandCount; ++b) {
-        model.optics.push_back(
-            {calibrationOf(
-                 options, b, kRedEdgePA1[b], kRedEdgePShutterSeconds[b], kRedEdgePShutterShare[b]),
-             valuesOf(redEdgePVignetting(b), options.width, options.height)});
-    }
-    return model;
+/// What a clear sky is made of is known, and the sensor errs in both parts alike.
+SkyLight clearLight(const LightReading& reading, const SunView& view) {
+    const double facing = view.facingIrradiance * reading.error;
+    return {view.directFraction * facing,
+            (1.0 - view.directFraction) * facing,
+            {view.sunAzimuthDegrees * kDegree, view.sunElevationDegrees * kDegree}};
 }
 
-const std::vector<Band>& RedEdgePCamera::bands() const {
-    static const std::vector<Band> bands = {{"Blue", {475.0, 32.0}},
-                                            {"Green", {560.0, 27.0}},
-                                            {"Red", {668.0, 14.0}},
-                                            {"NIR", {842.0, 57.0}},
-                                            {"Red edge", {717.0, 12.0}}};
-    return bands;
+/// Where only the light on the ground is known, the less there is of it compared with a clear sky,
+/// the less of it is direct.
+SkyLight cloudyLight(const Band& band, const Shot& shot) {
+    constexpr double kScattered = 0.15; // of all light under a clear sky
+    const double seconds = static_cast<double>(shot.station.microseconds) * 1e-6;
+    SkyLight light;
+    light.sun = sunDirection(kFlightDayUnix + seconds, positionOf(shot.station));
+    const double irradiance = shot.irradiance * shot.reading.error;
+    const double clearness = shot.irradiance / clearSkyIrradiance(band.info.wavelengthNm);
+    const double sine = std::sin(light.sun.elevation);
+    const double share =
+        sine > 0.0 ? std::clamp(clearness - kScattered, 0.0, 1.0 - kScattered) : 0.0;
+    light.direct = sine > 0.0 ? share * irradiance / sine : 0.0;
+    light.scattered = (1.0 - share) * irradiance;
+    return light;
 }
 
-std::array<double, 4> RedEdgePCamera::darkLevels(const Shot& shot) const {
-    Random random({options().seed, kRedEdgePDarkPurpose, shot.capture, shot.band});
+/// What the second generation of the light sensor adds to a file: the reading as it was measured,
+/// tilted, in uW/cm2/nm; the direct light on a surface that faces the sun and the scattered light;
+/// from these and the sun's elevation what a level surface receives; and the sensor's pose.
+std::vector<exif::NewTag> dls2Tags(const Band& band, const Shot& shot) {
+    const LightReading& reading = shot.reading;
+    const SkyLight light =
+        reading.sun ? clearLight(reading, *reading.sun) : cloudyLight(band, shot);
+    const double level = light.direct * std::sin(light.sun.elevation) + light.scattered;
+    const std::string measured = number(kMicrowattPerCm2 * reading.irradiance);
+    return {{"Xmp.Camera.Irradiance", {measured}},
+            {"Xmp.DLS.Serial", {"DA00-1000002-SC"}},
+            {"Xmp.DLS.CenterWavelength", {number(band.info.wavelengthNm)}},
+            {"Xmp.DLS.Bandwidth", {number(band.info.fwhmNm)}},
+            {"Xmp.DLS.SpectralIrradiance", {measured}},
+            {"Xmp.DLS.HorizontalIrradiance", {number(kMicrowattPerCm2 * level)}},
+            {"Xmp.DLS.DirectIrradiance", {number(kMicrowattPerCm2 * light.direct)}},
+            {"Xmp.DLS.ScatteredIrradiance", {number(kMicrowattPerCm2 * light.scattered)}},
+            {"Xmp.DLS.SolarElevation", {number(light.sun.elevation)}},
+            {"Xmp.DLS.SolarAzimuth", {number(light.sun.azimuth)}},
+            {"Xmp.DLS.Yaw", {number(reading.attitude.yawDegrees * kDegree)}},
+            {"Xmp.DLS.Pitch", {number(reading.attitude.pitchDegrees * kDegree)}},
+            {"Xmp.DLS.Roll", {number(reading.attitude.rollDegrees * kDegree)}}};
+}
+
+std::array<double, 4> redEdgePDark(const CameraOptions& options, const Shot& shot) {
+    Random random({options.seed, kRedEdgePDarkPurpose, shot.capture, shot.band});
     constexpr auto kChoices = static_cast<std::uint32_t>(kHighestDark - kLowestDark);
     const double drawn = kLowestDark + random.below(kChoices);
     const double level = drawn < kNoDark ? drawn : drawn + 1.0;
     return {level, level, level, level};
 }
 
-std::vector<exif::NewTag> RedEdgePCamera::ownTags(const Shot& shot) const {
+std::vector<exif::NewTag>
+redEdgePTags(const CameraOptions& options, const Band& band, const Shot& shot) {
     const PlanePolynomial vignetting = redEdgePVignetting(shot.band);
     std::vector<exif::NewTag> tags = {
         {"Exif.Image.BlackLevelRepeatDim", {"1", "1"}},
-        {"Exif.Image.BlackLevel", {number(darkLevels(shot).front())}},
-        {"Exif.Photo.SubSecTime", {nanoseconds(shot, options().seed)}},
+        {"Exif.Image.BlackLevel", {number(redEdgePDark(options, shot).front())}},
+        {"Exif.Photo.SubSecTime", {nanoseconds(shot, options.seed)}},
         {"Xmp.Camera.VignettingPolynomial2DName", powers(vignetting)},
         {"Xmp.Camera.VignettingPolynomial2D", numbers(vignetting.coefficients)}};
-    const std::vector<exif::NewTag> light = dls2Tags(bands()[shot.band], shot);
+    const std::vector<exif::NewTag> light = dls2Tags(band, shot);
     tags.insert(tags.end(), light.begin(), light.end());
     return tags;
+}
+
+} // namespace
+
+std::unique_ptr<Camera> makeRedEdgeP(const CameraOptions& options) {
+    MicaSenseCamera::Model model;
+    model.name = "RedEdge-P";
+    model.serialNumber = "1000002";
+    model.bands = {{"Blue", {475.0, 32.0}},
+                   {"Green", {560.0, 27.0}},
+                   {"Red", {668.0, 14.0}},
+                   {"NIR", {842.0, 57.0}},
+                   {"Red edge", {717.0, 12.0}}};
+    for (std::size_t b = 0; b < model.bands.size(); ++b) {
+        model.optics.push_back(
+            {MicaSenseCamera::calibrationOf(
+                 options, b, kRedEdgePA1[b], kRedEdgePShutterSeconds[b], kRedEdgePShutterShare[b]),
+             valuesOf(redEdgePVignetting(b), options.width, options.height)});
+    }
+    model.sensor = kRedEdgePSensor;
+    model.speeds = {100, 200};
+    model.highestDark = kHighestDark;
+    model.darkLevels = [options](const Shot& shot) { return redEdgePDark(options, shot); };
+    model.ownTags = [options, bands = model.bands](const Shot& shot) {
+        return redEdgePTags(options, bands[shot.band], shot);
+    };
+    return std::make_unique<MicaSenseCamera>(options, std::move(model));
 }
 
 } // namespace tessik::simulate

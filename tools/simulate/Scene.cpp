@@ -14,7 +14,7 @@ constexpr double kFieldM = 4.0;
 /// so that a sensor's limit stands out from a histogram.
 constexpr double kGlintRadiusM = 0.25;
 constexpr double kGlareRadiusM = 1.0; ///< beyond, it is below 1e-3
-/// Across the field, as east per north: about 5 degrees from the pixel columns.
+/// Of the edge across a field, east per north: about 5 degrees from the pixel columns.
 constexpr double kEdgeSlope = 0.0875;
 constexpr double kRampStart = 0.05;
 constexpr double kRampEnd = 0.60;

@@ -15,14 +15,14 @@ struct View {
     Eigen::Index height = 0;
 };
 
-/// Reflectance of the ground, without end: a board of square fields, each of one material, or half
-/// one and half another with a slanted edge between them, or a ramp from dark to bright; here and
-/// there a glint. A seed lays out the board; every band sees the same board.
+/// Reflectance of an endless ground. It is a board of square fields. A field is of one material, or
+/// of two with a slanted edge between them, or a ramp from dark to bright; some have a glint. The
+/// seed lays out the board; every band sees the same board.
 class Scene {
 public:
     /// Of the brightest material, in every band.
     static constexpr double kBrightest = 0.80;
-    /// Of the darkest material, in most bands; none is darker.
+    /// Of the darkest material in most bands; no material is darker.
     static constexpr double kDarkest = 0.02;
     /// Of a glint's core: an order of magnitude above what any exposure leaves room for. Around it
     /// the light fades, so that some pixels come close to saturation from below.

@@ -13,7 +13,7 @@ namespace tessik::simulate {
 /// (column, row) of single pixels.
 using PixelList = std::vector<std::pair<int, int>>;
 
-/// The electronics behind the pixels: what they add to the light, and what they cut off.
+/// The electronics behind the pixels: what they add to the signal, and what they cut off.
 struct Sensor {
     double step = 1.0; ///< DN between two values that can be stored
     float largestSample = 0.0F;
@@ -27,23 +27,24 @@ struct Sensor {
 struct RowContent {
     std::vector<double> dark;
     std::vector<double> signal; ///< above the dark level
-    /// Where each pixel clips, whatever the light: there and beyond, this is stored, rounded. As it
-    /// comes, where the sensor's last step begins.
+    /// Where each pixel clips: a value at or above it is stored as this one, rounded. It begins as
+    /// the place where the sensor's last step begins.
     std::vector<double> clip;
 };
 
-/// Some pixels of an image, each once.
+/// Draws different pixels of an image.
 PixelList drawPixels(std::size_t count, Eigen::Index width, Eigen::Index height, Random random);
 
-/// Stored value of the brightest material where the image is brightest, as an automatic exposure
-/// might put it: some ten standard deviations below saturation, and with it the darkest material
-/// as far above the dark level.
+/// Draws the stored value of the brightest material where the image is brightest, as an automatic
+/// exposure might choose it: some ten standard deviations below saturation. The darkest material
+/// then lies as far above the dark level.
 double drawPeak(Random random);
 
-/// Reads a sensor out: noise, steps, saturation, defects. Fills in what a frame says of its pixels.
-/// @param gain electrons make this many times as many steps as at a gain of 1
+/// Reads a sensor out, with noise, steps, saturation and defects. Fills the samples of the frame
+/// and what it states of its pixels.
+/// @param gain how many times as many steps an electron makes as at a gain of 1
 /// @param noise times the sensor's own
-/// @param fillRow is called for each row in turn
+/// @param fillRow is called for each row, in their order
 void readOut(const Sensor& sensor,
              double gain,
              double noise,

@@ -2,9 +2,8 @@
 // solved for the sample.
 #include "simulate/SequoiaCamera.h"
 
-#include "simulate/Angle.h"
+#include "platform/math/Angle.h"
 #include "simulate/Scene.h"
-#include "simulate/SequoiaModelFile.h"
 #include "simulate/SequoiaTags.h"
 
 #include <algorithm>
@@ -18,14 +17,13 @@ namespace {
 /// highest speed keeps clear of the dark level. The defective ones are dead, hot, stuck.
 constexpr Sensor kSensor = {64.0, 65472.0F, 40.0, 3.0, 0.3, {0.0F, 65472.0F, 19200.0F, 3072.0F}};
 
-/// What the files state. The correction is some percent of A t ISO, so that it is missed when left
-/// out.
+/// What the files state. The correction is some percent of A t ISO, so that leaving it out shows.
 constexpr std::array<double, 4> kSensitivity = {310316.1, 264871.4, 121604.7, 291038.2};
 constexpr std::array<double, 4> kDarkLevel = {3067.5, 3101.2, 3043.8, 3088.1};
 constexpr std::array<double, 4> kCorrection = {24773.6, 21120.9, 18893.5, 23502.3};
 
 /// Fall-off over x and y, a term each of kPowers: 0 near the middle, 0.26 to 0.34 in the corners,
-/// no two of them alike. Each band has its own part of it.
+/// different in each. Each band has its own share of it.
 constexpr std::array<double, 15> kFallOff = {0.34030822850820312,
                                              -1.23398804,
                                              2.0804145,
@@ -64,7 +62,7 @@ constexpr std::uint64_t kSequoiaDefectPurpose = 0x5e9bad;
 constexpr std::uint64_t kSequoiaExposurePurpose = 0x5e97e;
 constexpr std::uint64_t kSequoiaNoisePurpose = 0x5e94015e;
 
-SequoiaCalibration calibrationOf(std::size_t band, const SequoiaCamera::Options& options) {
+SequoiaCalibration calibrationOf(std::size_t band, const CameraOptions& options) {
     SequoiaCalibration calibration;
     calibration.sensitivity = kSensitivity[band];
     calibration.darkLevel = kDarkLevel[band];
@@ -81,7 +79,7 @@ SequoiaCalibration calibrationOf(std::size_t band, const SequoiaCamera::Options&
     return calibration;
 }
 
-/// The camera warms up, each sensor on its own level.
+/// The camera warms up, and each sensor has a level of its own.
 double temperatureOf(const Shot& shot) {
     const auto capture = static_cast<double>(shot.capture);
     return 31.0 + 0.4 * static_cast<double>(shot.band) + 12.0 * capture / (capture + 25.0);
@@ -95,10 +93,11 @@ double meanDark(const SequoiaModel& model, double iso, double temperature) {
 
 } // namespace
 
-SequoiaCamera::SequoiaCamera(const Options& options) : m_options(options) {
+SequoiaCamera::SequoiaCamera(const CameraOptions& options, Kind kind)
+    : m_options(options), m_kind(kind) {
     for (std::size_t b = 0; b < kBandCount; ++b) {
         m_calibrations[b] = calibrationOf(b, options);
-        if (options.kind == Kind::Measured) {
+        if (kind == Kind::Measured) {
             const SequoiaModel& model =
                 m_models.emplace_back(b, options.width, options.height, options.seed);
             m_calibrations[b].sensitivity = model.gain;
@@ -126,8 +125,8 @@ std::string SequoiaCamera::fileName(std::size_t capture, std::size_t band) const
     return name.data();
 }
 
-/// The speed goes through some from capture to capture; the time puts the brightest material at a
-/// level drawn for the capture.
+/// The ISO speed changes from capture to capture, in turn; the time puts the brightest material at
+/// a level drawn for the capture.
 SequoiaExposure SequoiaCamera::expose(const Shot& shot) const {
     constexpr std::array<int, 4> kSpeeds = {100, 398, 206, 796};
     constexpr std::int64_t kOnBeforeFlight = 150000000; // us
@@ -142,7 +141,7 @@ SequoiaExposure SequoiaCamera::expose(const Shot& shot) const {
     const double radiance = Scene::kBrightest * shot.irradiance / kPi;
     const double perDn = calibration.fNumber * calibration.fNumber / (radiance * iso);
     double seconds = 0.0;
-    if (m_options.kind == Kind::Uniform) {
+    if (m_kind == Kind::Uniform) {
         seconds = ((peak - calibration.darkLevel) * perDn - calibration.correction / iso) /
                   calibration.sensitivity;
     } else {
@@ -198,7 +197,7 @@ void SequoiaCamera::fillMeasured(const Shot& shot,
 Frame SequoiaCamera::take(const Shot& shot, bool withDeviation) const {
     const SequoiaExposure exposure = expose(shot);
     const auto fillRow = [&](Eigen::Index row, RowContent& content) {
-        if (m_options.kind == Kind::Uniform) {
+        if (m_kind == Kind::Uniform) {
             fillUniform(shot, exposure, row, content);
         } else {
             fillMeasured(shot, exposure, row, content);

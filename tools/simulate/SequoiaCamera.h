@@ -34,31 +34,24 @@ struct SequoiaExposure {
     }
 };
 
-/// A camera like the Parrot Sequoia: four bands, a file each, 10 bits shifted left by 6. Its
-/// sensors are one of two kinds. Uniform: every pixel like the next but for the vignetting; a
-/// sample is
+/// A camera like the Parrot Sequoia: four bands, one file for each, 10 bits shifted left by 6. Its
+/// sensors are one of two kinds. Uniform: all pixels are alike except for the vignetting; a sample
+/// is
 ///   B + L (A t ISO + C) brightness(x, y) / F^2 + noise,
 /// L the radiance in W/m2/sr/nm, t the exposure time in s, A, B, C what the file states.
-/// Measured: as SequoiaModel says, which comes with the camera as a file. What the images state has
-/// the model's gain and dark offset, but nothing of what heat and the readout add, and another
-/// vignetting: results without the model show it.
+/// Measured: as SequoiaModel describes, which is written as a file beside the images. The images
+/// state the model's gain and dark offset, but not what heat and the readout add, and they state
+/// another vignetting: results without the model show the difference.
 class SequoiaCamera final : public Camera {
 public:
     enum class Kind { Uniform, Measured };
-    struct Options {
-        Kind kind = Kind::Uniform;
-        Eigen::Index width = 640;  ///< px
-        Eigen::Index height = 480; ///< px
-        std::uint64_t seed = 1;
-        double noise = 1.0; ///< times the camera's own shot and read noise
-    };
     static constexpr std::size_t kBandCount = 4;
     static constexpr auto kSerialNumber = "PI040412AB5E000273";
     /// Below the folder of a flight.
     static constexpr auto kCalibrationFolder = "calibration";
 
     /// @throws std::invalid_argument as SequoiaModel
-    explicit SequoiaCamera(const Options& options);
+    SequoiaCamera(const CameraOptions& options, Kind kind);
 
     [[nodiscard]] std::string name() const override { return "Sequoia"; }
     [[nodiscard]] const std::vector<Band>& bands() const override;
@@ -67,7 +60,7 @@ public:
     /// Model file and thermal profile of a measured camera, into a folder of their own.
     void writeCompanions(const std::filesystem::path& folder) const override;
 
-    /// A band each; empty when the sensors are uniform.
+    /// One for each band; empty when the sensors are uniform.
     [[nodiscard]] const std::vector<SequoiaModel>& models() const { return m_models; }
 
 private:
@@ -81,7 +74,8 @@ private:
                       Eigen::Index row,
                       RowContent& content) const;
 
-    Options m_options;
+    CameraOptions m_options;
+    Kind m_kind;
     std::array<SequoiaCalibration, kBandCount> m_calibrations;
     std::array<BandMatrix, kBandCount> m_brightness; ///< of uniform sensors
     std::vector<SequoiaModel> m_models;

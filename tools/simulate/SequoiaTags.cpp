@@ -13,11 +13,7 @@ namespace {
 
 /// Such cameras write a list as one text, in a sequence of one item.
 exif::NewTag list(const char* key, const std::vector<std::string>& items) {
-    std::string joined;
-    for (const std::string& item : items) {
-        joined += (joined.empty() ? "" : ",") + item;
-    }
-    return {key, {joined}, true};
+    return {key, {joined(items, ",")}, true};
 }
 
 /// Whole number or float32, least byte first.
@@ -40,7 +36,7 @@ struct Measuring {
 constexpr auto kLampMeasurement = "0,600,0,1,1,600,341,39,2,600,5610,655,3,600,65535,16010";
 constexpr std::array<Measuring, 2> kMeasurings = {Measuring{2, 5610.0 / 341.0, 100},
                                                   Measuring{1, 1.0, 600}};
-/// Of channel 0 a second at gain 1, for 1 W/m2/nm.
+/// Counts of channel 0 per second at gain 1, for 1 W/m2/nm.
 constexpr double kCountsPerIrradiance = 700.0;
 constexpr double kInfraredShare = 0.115; ///< of channel 1
 constexpr std::int64_t kPeriod = 200000; ///< us
@@ -75,15 +71,7 @@ std::string irradianceList(std::int64_t imageMicroseconds, const LightReading& r
 
 void addBootTime(std::int64_t microseconds, std::vector<exif::NewTag>& tags) {
     constexpr std::int64_t kSecond = 1000000;
-    const auto second = static_cast<int>(microseconds / kSecond);
-    std::array<char, 40> text{};
-    std::snprintf(text.data(),
-                  text.size(),
-                  "1970:01:01 %02d:%02d:%02d",
-                  second / 3600,
-                  second / 60 % 60,
-                  second % 60);
-    tags.push_back({"Exif.Photo.DateTimeDigitized", {text.data()}});
+    tags.push_back({"Exif.Photo.DateTimeDigitized", {"1970:01:01 " + clockTime(microseconds)}});
     tags.push_back({"Exif.Photo.SubSecTimeDigitized", {sixDigits(microseconds % kSecond)}});
 }
 
@@ -101,7 +89,7 @@ std::vector<exif::NewTag> sequoiaTags(const SequoiaCalibration& calibration,
         {"Exif.Image.Make", {"Parrot"}},
         {"Exif.Image.Model", {"Sequoia"}},
         {"Exif.Image.Software", {"simulate"}},
-        // Not the level of the sensor model, which is the one that counts.
+        // This is not the level of the sensor model, which is the one that counts.
         {"Exif.Image.BlackLevelRepeatDim", {"2", "2"}},
         {"Exif.Image.BlackLevel", {"4953", "4981", "4994", "4965"}},
         {"Exif.Photo.ExposureTime",

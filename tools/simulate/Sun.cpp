@@ -4,7 +4,7 @@
 // 2nd edition, equation 16.4.
 #include "simulate/Sun.h"
 
-#include "simulate/Angle.h"
+#include "platform/math/Angle.h"
 
 #include <algorithm>
 #include <cmath>

@@ -10,6 +10,14 @@ namespace {
 
 constexpr std::int64_t kSecond = 1000000; ///< us
 
+/// Degrees, minutes and seconds.
+std::vector<std::string> sexagesimal(double degrees) {
+    const double whole = std::floor(degrees);
+    const double minutes = std::floor((degrees - whole) * 60.0);
+    const double seconds = ((degrees - whole) * 60.0 - minutes) * 60.0;
+    return {fraction(whole, 1), fraction(minutes, 1), fraction(seconds, 1000000)};
+}
+
 } // namespace
 
 std::string number(double value) {
@@ -33,22 +41,18 @@ std::vector<std::string> numbers(const std::vector<double>& values) {
     return texts;
 }
 
+std::string joined(const std::vector<std::string>& texts, const char* separator) {
+    std::string whole;
+    for (const std::string& text : texts) {
+        whole += (whole.empty() ? "" : separator) + text;
+    }
+    return whole;
+}
+
 std::string fraction(double value, std::int64_t denominator) {
     const double numerator = std::floor(value * static_cast<double>(denominator) + 0.5);
     return std::to_string(static_cast<std::int64_t>(numerator)) + "/" + std::to_string(denominator);
 }
-
-namespace {
-
-/// Degrees, minutes and seconds.
-std::vector<std::string> sexagesimal(double degrees) {
-    const double whole = std::floor(degrees);
-    const double minutes = std::floor((degrees - whole) * 60.0);
-    const double seconds = ((degrees - whole) * 60.0 - minutes) * 60.0;
-    return {fraction(whole, 1), fraction(minutes, 1), fraction(seconds, 1000000)};
-}
-
-} // namespace
 
 std::vector<std::string> pairs(const std::vector<std::pair<int, int>>& pixels) {
     std::vector<std::string> texts;
@@ -68,9 +72,6 @@ std::vector<std::string> powers(const PlanePolynomial& polynomial) {
     return texts;
 }
 
-namespace {
-
-/// Hours, minutes and whole seconds.
 std::string clockTime(std::int64_t microseconds) {
     const auto second = static_cast<int>(microseconds / kSecond);
     std::array<char, 40> text{};
@@ -78,8 +79,6 @@ std::string clockTime(std::int64_t microseconds) {
         text.data(), text.size(), "%02d:%02d:%02d", second / 3600, second / 60 % 60, second % 60);
     return text.data();
 }
-
-} // namespace
 
 std::string sixDigits(std::int64_t value) {
     std::array<char, 40> text{};

@@ -1,3 +1,5 @@
+/// @file
+/// What cameras write, as text.
 #pragma once
 
 #include "platform/exif/TagFile.h"
@@ -9,18 +11,19 @@
 #include <utility>
 #include <vector>
 
-/// What cameras write, as text.
 namespace tessik::simulate {
 
 /// Enough digits to read the very same number back.
 std::string number(double value);
 
-/// So many digits after the point.
+/// With this many digits after the point.
 std::string fixed(double value, int digits);
 
 std::vector<std::string> numbers(const std::vector<double>& values);
 
-/// Rounded to the denominator.
+std::string joined(const std::vector<std::string>& texts, const char* separator);
+
+/// Rounded to a whole number of the denominator's parts.
 std::string fraction(double value, std::int64_t denominator);
 
 /// (column, row) as "column,row".
@@ -32,7 +35,10 @@ std::vector<std::string> powers(const PlanePolynomial& polynomial);
 /// With zeros in front.
 std::string sixDigits(std::int64_t value);
 
-/// A time of the flight's day, and the tags for its whole seconds.
+/// Hours, minutes and whole seconds.
+std::string clockTime(std::int64_t microseconds);
+
+/// The tags for the whole seconds of a time of the flight's day.
 void addTime(std::int64_t microseconds, std::vector<exif::NewTag>& tags);
 /// The stamps of satellite navigation: whole seconds in two, microseconds in a third.
 void addSatelliteTime(std::int64_t microseconds, std::vector<exif::NewTag>& tags);

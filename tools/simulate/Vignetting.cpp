@@ -17,6 +17,19 @@ double valueAtPoint(const std::vector<double>& coefficients, double x) {
 
 } // namespace
 
+RadialPolynomial radialPolynomial(double centerX,
+                                  double centerY,
+                                  double unit,
+                                  const std::array<double, 6>& coefficients) {
+    RadialPolynomial polynomial{centerX, centerY, {1.0}};
+    double power = unit;
+    for (const double coefficient : coefficients) {
+        polynomial.coefficients.push_back(coefficient / power);
+        power *= unit;
+    }
+    return polynomial;
+}
+
 BandMatrix valuesOf(const RadialPolynomial& polynomial, Eigen::Index width, Eigen::Index height) {
     BandMatrix map(height, width);
     for (Eigen::Index y = 0; y < height; ++y) {

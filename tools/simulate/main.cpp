@@ -1,4 +1,4 @@
-// The simulate command: renders flights from known reflectance, and compares corrected images with
+// The command `simulate` renders flights from known reflectance, and compares corrected images with
 // what they were rendered from.
 #include "simulate/Compare.h"
 #include "simulate/Flight.h"
@@ -25,20 +25,30 @@ struct CompareOptions {
 void addSky(CLI::App& flight, FlightOptions& options) {
     const std::map<std::string, Sky> skies = {{"changing", Sky::Changing}, {"clear", Sky::Clear}};
     flight
-        .add_option("--sky",
-                    options.sky,
-                    "changing (default): clouds, level flight; clear: sun, a sensor that tilts")
+        .add_option(
+            "--sky",
+            options.sky,
+            "changing (default): clouds and a level flight; clear: sun and a sensor that tilts")
         ->transform(CLI::CheckedTransformer(skies));
     auto* group = flight.add_option_group("Clear sky");
     ClearSky::Options& sky = options.clearSky;
-    group->add_option("--sunlight", sky.directFraction, "Direct part of the irradiance")
+    group
+        ->add_option("--sunlight",
+                     sky.directFraction,
+                     "Fraction of the light that comes directly from the sun")
         ->check(CLI::Range(0.0, 1.0))
         ->capture_default_str();
-    group->add_flag("--sunlight-per-band", sky.perBand, "More of it in red, less in blue");
-    group->add_option("--drift", sky.drift, "Change of the light over the flight, times its own")
+    group->add_flag(
+        "--sunlight-per-band", sky.perBand, "Make this fraction larger in red and smaller in blue");
+    group
+        ->add_option(
+            "--drift", sky.drift, "Multiply the change of the light over the flight by this")
         ->check(CLI::Range(0.0, 4.0))
         ->capture_default_str();
-    group->add_option("--sensor-noise", sky.sensorNoise, "Noise of the readings, as a share")
+    group
+        ->add_option("--sensor-noise",
+                     sky.sensorNoise,
+                     "Standard deviation of the readings, as a share of them")
         ->check(CLI::Range(0.0, 0.1))
         ->capture_default_str();
     group
@@ -47,20 +57,22 @@ void addSky(CLI::App& flight, FlightOptions& options) {
             [&sky](const std::vector<double>& angles) {
                 sky.mount = {angles[0], angles[1], angles[2]};
             },
-            "Sensor relative to the camera, OMEGA,PHI,KAPPA in degrees; 0,0,0 (default) looks up")
+            "Rotation of the sensor relative to the camera, OMEGA,PHI,KAPPA in degrees; at 0,0,0 "
+            "(default) the sensor looks up")
         ->delimiter(',')
         ->expected(3)
         ->type_name("ANGLES");
     flight.callback([group, &options] {
         if (group->count_all() > 0 && options.sky != Sky::Clear) {
-            throw CLI::ValidationError("sunlight and sensor options need --sky clear");
+            throw CLI::ValidationError("give --sky clear with the options of sunlight and sensor");
         }
     });
 }
 
 CLI::App* addFlight(CLI::App& app, std::string& folder, FlightOptions& options, bool& noTruth) {
     CLI::App* flight = app.add_subcommand("flight", "Render a flight as a camera would store it");
-    flight->add_option("-o,--output", folder, "Folder to make")->required();
+    flight->add_option("-o,--output", folder, "Folder to write to; it must be new or empty")
+        ->required();
     const std::map<std::string, CameraModel> cameras = {{"rededge", CameraModel::RedEdge},
                                                         {"rededge-p", CameraModel::RedEdgeP},
                                                         {"sequoia-v1", CameraModel::SequoiaV1},
@@ -75,7 +87,7 @@ CLI::App* addFlight(CLI::App& app, std::string& folder, FlightOptions& options, 
     flight->add_option("--captures", options.captures, "Number of captures")
         ->check(CLI::Range(1, 9999))
         ->capture_default_str();
-    flight->add_option("--seed", options.seed, "What everything random follows from")
+    flight->add_option("--seed", options.seed, "Seed of everything that is drawn at random")
         ->capture_default_str();
     flight->add_option("--width", options.width, "Columns of an image")
         ->check(CLI::Range(kSmallestSide, Eigen::Index{16384}))
@@ -83,15 +95,17 @@ CLI::App* addFlight(CLI::App& app, std::string& folder, FlightOptions& options, 
     flight->add_option("--height", options.height, "Rows of an image")
         ->check(CLI::Range(kSmallestSide, Eigen::Index{16384}))
         ->capture_default_str();
-    flight->add_flag("--no-truth", noTruth, "Leave out the truth's images; flight.json is there");
-    flight->add_option("--noise", options.noise, "Noise, times the camera's own")
+    flight->add_flag("--no-truth",
+                     noTruth,
+                     "Do not write the images of the truth; flight.json is written all the same");
+    flight->add_option("--noise", options.noise, "Multiply the camera's own noise by this")
         ->check(CLI::Range(0.0, 100.0))
         ->capture_default_str();
     flight->add_flag(
         "--panel",
         options.hasPanel,
-        "The first and the last capture show a reflectance panel (rededge and rededge-p only)");
-    flight->add_option("--interval", options.intervalSeconds, "Seconds from capture to capture")
+        "Show a reflectance panel in the first and last capture (rededge and rededge-p only)");
+    flight->add_option("--interval", options.intervalSeconds, "Seconds between two captures")
         ->check(CLI::Range(0.1, 3600.0))
         ->capture_default_str();
     addSky(*flight, options);
@@ -104,7 +118,7 @@ CLI::App* addCompare(CLI::App& app, CompareOptions& options) {
     compare
         ->add_option("corrected",
                      options.corrected,
-                     "Folder of the corrected images, under the names of the raw ones")
+                     "Folder of the corrected images, which have the names of the raw ones")
         ->required();
     const std::map<std::string, Target> targets = {{"radiance", Target::Radiance},
                                                    {"reflectance", Target::Reflectance}};
@@ -118,7 +132,8 @@ CLI::App* addCompare(CLI::App& app, CompareOptions& options) {
                 options.target = Target::Reflectance;
                 options.scale = Scale::One;
             },
-            "Take the values for reflectance as they stand, instead of fitting one scale a band")
+            "Take the values as reflectance as they stand, instead of fitting one scale for each "
+            "band")
         ->excludes(against);
     compare->add_flag("--json", options.isJson, "Print one JSON document");
     return compare;
@@ -127,7 +142,7 @@ CLI::App* addCompare(CLI::App& app, CompareOptions& options) {
 } // namespace
 
 int main(int argc, char** argv) {
-    CLI::App app("Renders flights from known reflectance, and judges corrected images by it");
+    CLI::App app("Renders flights from known reflectance, and compares corrected images with it");
     app.require_subcommand(1);
     std::string folder;
     FlightOptions flightOptions;

@@ -1,8 +1,0 @@
-#pragma once
-
-namespace tessik::simulate {
-
-inline constexpr double kPi = 3.14159265358979323846;
-inline constexpr double kDegree = kPi / 180.0; ///< rad
-
-} // namespace tessik::simulate
