@@ -6,7 +6,6 @@
 #include "platform/camera/ExifInfo.h"
 #include "platform/log/Log.h"
 #include "radiometry/config/ExposureMetadata.h"
-#include "radiometry/config/Gamma.h"
 #include "radiometry/core/Consistency.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "corrector/Pipeline.h"
 #include "platform/camera/ExifInfo.h"
-#include "radiometry/config/Gamma.h"
+#include "radiometry/config/ExposureMetadata.h"
 #include "radiometry/corrector/AirinovMultispec4COpticalCameraV2_32.h"
 #include "radiometry/corrector/BadExposureMasking.h"
 #include "radiometry/corrector/BadPixelMasking.h"

@@ -4,7 +4,7 @@
 #include "platform/camera/ExifInfo.h"
 #include "platform/camera/Gamma.h"
 #include "platform/log/Log.h"
-#include "radiometry/config/Gamma.h"
+#include "radiometry/config/ExposureMetadata.h"
 #include "radiometry/core/Consistency.h"
 
 #include <algorithm>

@@ -1,20 +1,11 @@
 #pragma once
 
 #include "directSunlightFraction/Residuals.h"
-#include "radiometry/directSunlightFraction/BandGroups.h"
-#include "radiometry/directSunlightFraction/SunlightFractionFitResult.h"
+#include "radiometry/directSunlightFraction/DirectSunlightFraction.h"
 
 #include <optional>
 #include <unordered_map>
 #include <vector>
-
-namespace tessik {
-struct InputImage;
-namespace geo {
-class OutCoordSystem;
-struct SiteCalibration;
-} // namespace geo
-} // namespace tessik
 
 namespace tessik::radiometry::detail {
 

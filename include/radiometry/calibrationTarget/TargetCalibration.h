@@ -46,13 +46,6 @@
 #include <unordered_map>
 #include <vector>
 
-namespace tessik {
-struct InputImage;
-namespace geo {
-struct ProjectCoordinateSystems;
-} // namespace geo
-} // namespace tessik
-
 namespace tessik::radiometry {
 
 /// An image that was looked into.

@@ -19,18 +19,7 @@
 #include <unordered_map>
 #include <vector>
 
-namespace tessik {
-struct InputImage;
-namespace geo {
-struct ProjectCoordinateSystems;
-} // namespace geo
-} // namespace tessik
-
 namespace tessik::radiometry {
-namespace sequoia {
-struct ModelParameter;
-} // namespace sequoia
-
 namespace detail {
 
 /// Reads the target area of one image. Promised: docs/contract.md, reader-accessors.

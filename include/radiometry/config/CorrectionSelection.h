@@ -6,11 +6,6 @@
 #include <cstddef>
 #include <vector>
 
-namespace tessik {
-struct ExifInfo;
-struct InputImage;
-} // namespace tessik
-
 namespace tessik::radiometry {
 
 /// The metadata allow some radiometric correction: a valid sensitivity or an irradiance reading.

@@ -1,16 +1,12 @@
 #pragma once
 
+#include "platform/camera/Gamma.h"
 #include "platform/image/DataType.h"
 #include "radiometry/core/Types.h"
 
 #include <Eigen/Core>
 
 #include <vector>
-
-namespace tessik {
-struct CameraParams;
-struct ExifInfo;
-} // namespace tessik
 
 namespace tessik::radiometry {
 
@@ -42,5 +38,12 @@ RADIOMETRY_EXPORT PixelValueRange originalPixelRange(const ExifInfo& exif,
 /// The type that a camera's raw values really have: 16 bits for 8-bit Sequoia images, whose values
 /// are shifted back by 8 bits before anything else.
 RADIOMETRY_EXPORT DataType fixedPixeltypeForCamera(const ExifInfo& exif);
+
+/// There is a tone curve for each band, and the pixel type is an unsigned integer one.
+RADIOMETRY_EXPORT bool isGammaTransformationApplied(const ExifInfo& exif);
+
+/// The curve at every stored value 0..maxValue (at most 65535), scaled from [minValue, maxValue].
+RADIOMETRY_EXPORT LUT<unsigned short, double>
+makeGammaLut(const gamma_t& gamma, double minValue, double maxValue);
 
 } // namespace tessik::radiometry

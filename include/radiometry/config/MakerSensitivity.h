@@ -4,10 +4,6 @@
 
 #include <vector>
 
-namespace tessik {
-struct ExifInfo;
-} // namespace tessik
-
 namespace tessik::radiometry {
 
 /// The sensitivity that makes reflectance of a camera's corrected values without a target, where

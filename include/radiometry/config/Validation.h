@@ -17,16 +17,6 @@
 
 namespace tessik {
 
-struct InputImage;
-namespace geo {
-class OutCoordSystem;
-struct SiteCalibration;
-} // namespace geo
-
-namespace radiometry::sequoia {
-struct ModelParameter;
-} // namespace radiometry::sequoia
-
 /// What one camera of a project lacks for its correction.
 class RADIOMETRY_EXPORT CorrectionError {
 public:

@@ -2,6 +2,7 @@
 
 #include "platform/image/BandMatrix.h"
 #include "radiometry/core/export.h"
+#include "radiometry/core/forward.h"
 
 #include <cstdint>
 #include <stdexcept>
@@ -31,11 +32,17 @@ enum class CorrectionType : std::int32_t {
 };
 
 /// At least CameraOnly.
-RADIOMETRY_EXPORT bool doAnyCorrection(CorrectionType type);
+constexpr bool doAnyCorrection(CorrectionType type) {
+    return type >= CorrectionType::CameraOnly;
+}
 /// At least CameraAndSunIrradiance.
-RADIOMETRY_EXPORT bool doIrradianceCorrection(CorrectionType type);
+constexpr bool doIrradianceCorrection(CorrectionType type) {
+    return type >= CorrectionType::CameraAndSunIrradiance;
+}
 /// At least CameraSunIrradianceAndSunAngle.
-RADIOMETRY_EXPORT bool doSunAngleCorrection(CorrectionType type);
+constexpr bool doSunAngleCorrection(CorrectionType type) {
+    return type >= CorrectionType::CameraSunIrradianceAndSunAngle;
+}
 
 /// The radiometry settings of one camera of a project.
 struct Settings {

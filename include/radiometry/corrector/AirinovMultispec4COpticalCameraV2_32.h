@@ -7,6 +7,7 @@
 namespace tessik::radiometry::corrector {
 
 /// The Airinov multiSPEC 4C delivers values already normalised for exposure: 1 / S_b is left.
+/// Source: the camera divides by the exposure itself; docs/formulas.md, Airinov multiSPEC 4C.
 class RADIOMETRY_EXPORT AirinovMultispec4COpticalCameraV2_32 : public RowStep {
 public:
     static constexpr const char* kName = "AirinovMultispec4COpticalCameraV2_32"; ///< in accounts

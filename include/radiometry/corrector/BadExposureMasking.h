@@ -8,6 +8,7 @@ namespace tessik::radiometry::corrector {
 
 /// Masks with NaN the values that are not strictly inside the range of the raw encoding, whose
 /// lower end is raised by the dark current where that is known: value = 0 light or saturated.
+/// Source: docs/formulas.md, The chain, step 4; each camera's section has its limits.
 class RADIOMETRY_EXPORT BadExposureMasking : public RowStep {
 public:
     static constexpr const char* kName = "BadExposureMasking"; ///< in accounts

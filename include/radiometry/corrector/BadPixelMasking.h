@@ -8,6 +8,7 @@ namespace tessik::radiometry::corrector {
 
 /// Masks the sensor's known defective pixels with NaN. Positions are (column, row) in the matrix
 /// that is passed; those outside it are skipped. Promised: docs/contract.md, rows-of-the-block.
+/// Source: docs/formulas.md, The chain, step 3; the metadata state the positions.
 class RADIOMETRY_EXPORT BadPixelMasking : public Step {
 public:
     static constexpr const char* kName = "BadPixelMasking"; ///< in accounts

@@ -9,6 +9,7 @@ namespace tessik::radiometry::corrector {
 /// Makes values of different exposures comparable: N^2 / (t * S_b * ISO), with aperture f-number N,
 /// exposure time t in s and sensitivity S_b of the band. What the metadata do not state counts
 /// as 1.
+/// Source: ISO 12232 and ISO 2720: a signal is proportional to luminance * t * ISO / N^2.
 class RADIOMETRY_EXPORT BasicOpticalCamera : public RowStep {
 public:
     static constexpr const char* kName = "BasicOpticalCamera"; ///< in accounts

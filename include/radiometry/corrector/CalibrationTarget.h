@@ -8,6 +8,7 @@ namespace tessik::radiometry::corrector {
 
 /// Divides each band by its sensitivity, the value of a surface of reflectance 1: values become
 /// reflectance.
+/// Source: the empirical line through the origin; Smith and Milton 1999, docs/formulas.md.
 class RADIOMETRY_EXPORT CalibrationTarget : public RowStep {
 public:
     static constexpr const char* kName = "CalibrationTarget"; ///< in accounts

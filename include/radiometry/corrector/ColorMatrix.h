@@ -9,6 +9,7 @@ namespace tessik::radiometry::corrector {
 /// Separates bands that leak into each other: multiplies the vector of a pixel's band values by the
 /// camera's matrix, in double. A NaN in one band is a NaN in all. For unsigned pixel types, results
 /// below 0 from inputs that are not are numerical leakage and become 0.
+/// Source: docs/formulas.md, The chain, step 7; the metadata state the matrix.
 class RADIOMETRY_EXPORT ColorMatrix : public Step {
 public:
     static constexpr const char* kName = "ColorMatrix"; ///< in accounts

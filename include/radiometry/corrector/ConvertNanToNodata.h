@@ -5,6 +5,7 @@
 namespace tessik::radiometry::corrector {
 
 /// Turns every NaN into kNoData. Infinities stay.
+/// Source: docs/formulas.md, The chain, step 11.
 class RADIOMETRY_EXPORT ConvertNanToNodata : public RowStep {
 public:
     static constexpr const char* kName = "ConvertNanToNodata"; ///< in accounts

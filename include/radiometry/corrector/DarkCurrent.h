@@ -7,6 +7,7 @@
 namespace tessik::radiometry::corrector {
 
 /// Subtracts the dark current map of each band, in DN. Negative results stay, with a warning.
+/// Source: the dark signal adds to the light's; Janesick 2001, docs/formulas.md.
 class RADIOMETRY_EXPORT DarkCurrent : public RowStep {
 public:
     static constexpr const char* kName = "DarkCurrent"; ///< in accounts

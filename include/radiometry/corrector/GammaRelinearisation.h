@@ -8,6 +8,7 @@ namespace tessik::radiometry::corrector {
 
 /// Maps stored values back to linear intensity (0..1 scale of the tone curve) by a table a band.
 /// Values that no stored image holds (beyond the table) become NaN.
+/// Source: docs/formulas.md, The chain, step 2; the metadata state the curves.
 class RADIOMETRY_EXPORT GammaRelinearisation : public RowStep {
 public:
     static constexpr const char* kName = "GammaRelinearisation"; ///< in accounts

@@ -6,6 +6,7 @@ namespace tessik::radiometry::corrector {
 
 /// Multiplies every value by a factor: brings the 8-bit images of a camera whose calibration speaks
 /// of 16 bits back to that scale. Promised: docs/contract.md, shift-multiplies.
+/// Source: docs/formulas.md, The chain, step 1.
 class RADIOMETRY_EXPORT IntensityShift : public RowStep {
 public:
     static constexpr const char* kName = "IntensityShift"; ///< in accounts

@@ -10,6 +10,7 @@ namespace tessik::radiometry::corrector {
 /// factory's model. The biases are negative: a value of 0 or more never goes below 0, a negative
 /// one stays as it is, NaN stays NaN. Not part of the chain. Promised: docs/contract.md,
 /// bias-outside.
+/// Source: two constants of this library; no paper states them.
 class RADIOMETRY_EXPORT ParrotSequoiaBias : public RowStep {
 public:
     static constexpr const char* kName = "ParrotSequoiaBias"; ///< in accounts

@@ -10,6 +10,7 @@ namespace tessik::radiometry::corrector {
 /// N^2 / (t * S * ISO + C), with aperture f-number N, exposure time t in s, and sensitivity S and
 /// CMOS correction C of the band from its metadata. Acts where there is no factory model; any value
 /// that is missing or not positive (C may be) keeps it from acting, with a warning.
+/// Source: Parrot, application note SEQ-AN-01: I = f^2 (p - B) / (A t ISO + C).
 class RADIOMETRY_EXPORT ParrotSequoiaOpticalCameraV1 : public RowStep {
 public:
     static constexpr const char* kName = "ParrotSequoiaOpticalCameraV1"; ///< in accounts

@@ -11,6 +11,7 @@ namespace tessik::radiometry::corrector {
 /// one whole factor; its even and odd rows belong to two row fields and are enlarged apart. Acts
 /// where there is a factory model; exposure values that are missing or not positive keep it from
 /// acting, with a warning.
+/// Source: docs/formulas.md, Parrot Sequoia, with a model file; grids are enlarged as in Keys 1981.
 class RADIOMETRY_EXPORT ParrotSequoiaOpticalCameraV2 : public RowStep {
 public:
     static constexpr const char* kName = "ParrotSequoiaOpticalCameraV2"; ///< in accounts

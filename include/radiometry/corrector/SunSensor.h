@@ -9,6 +9,8 @@ namespace tessik::radiometry::corrector {
 /// Divides each band by the sun irradiance at the moment of the capture: values of a flight become
 /// comparable when the light changes. From type CameraSunIrradianceAndSunAngle on, the reading is
 /// first turned into that of a level sensor (correction::correctedSunIrradiance).
+/// Source: docs/corrections.md, and Liu and Jordan 1960 for the light of the sky
+/// (docs/formulas.md).
 class RADIOMETRY_EXPORT SunSensor : public RowStep {
 public:
     static constexpr const char* kName = "SunSensor"; ///< in accounts

@@ -7,6 +7,7 @@
 namespace tessik::radiometry::corrector {
 
 /// Multiplies every band by one over the relative brightness of each pixel.
+/// Source: docs/formulas.md, camera by camera; VignettingModel.h has the models of the brightness.
 class RADIOMETRY_EXPORT Vignetting : public RowStep {
 public:
     static constexpr const char* kName = "Vignetting"; ///< in accounts

@@ -5,16 +5,7 @@
 #include <iosfwd>
 #include <memory>
 
-namespace tessik {
-struct ExifInfo;
-} // namespace tessik
-
 namespace tessik::radiometry {
-
-namespace sequoia {
-struct DarkCurrentParameter;
-struct ModelParameter;
-} // namespace sequoia
 
 /// Predicts the signal that a sensor gives without light.
 class RADIOMETRY_EXPORT IDarkCurrentModel {

@@ -15,29 +15,10 @@
 #include <utility>
 #include <vector>
 
-namespace tessik {
-struct CameraParams;
-struct ExifInfo;
-struct GlobalShutter;
-struct InputImage;
-namespace geo {
-struct ProjectCoordinateSystems;
-} // namespace geo
-} // namespace tessik
-
 namespace tessik::radiometry {
 
 class IDarkCurrentModel;
 class IVignettingModel;
-
-namespace sequoia {
-struct CMOSParameter;
-struct ModelParameter;
-} // namespace sequoia
-
-namespace corrector {
-class ICorrector;
-} // namespace corrector
 
 /// What is known about the image being corrected, one kind of knowledge a class. Immutable. Sources
 /// that hold references must not outlive what they refer to.

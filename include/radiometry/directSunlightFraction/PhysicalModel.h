@@ -9,14 +9,6 @@
 #include <unordered_map>
 #include <vector>
 
-namespace tessik {
-struct InputImage;
-namespace geo {
-class OutCoordSystem;
-struct SiteCalibration;
-} // namespace geo
-} // namespace tessik
-
 namespace tessik::radiometry {
 
 /// Mean capture time of the images that have one, s since 1970-01-01 00:00 UTC. 0.0 is no time; a

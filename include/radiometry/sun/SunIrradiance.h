@@ -8,16 +8,6 @@
 
 #include <optional>
 
-namespace tessik {
-struct ExifInfo;
-struct GeoData;
-struct GlobalShutter;
-namespace geo {
-class OutCoordSystem;
-struct SiteCalibration;
-} // namespace geo
-} // namespace tessik
-
 /// What a level sun-irradiance sensor would have measured. All functions are thread safe.
 namespace tessik::radiometry::correction {
 

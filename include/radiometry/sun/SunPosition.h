@@ -6,10 +6,6 @@
 
 #include <memory>
 
-namespace tessik::geo {
-class OutCoordSystem;
-} // namespace tessik::geo
-
 namespace tessik::radiometry {
 
 /// Where the sun stands.

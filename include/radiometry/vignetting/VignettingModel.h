@@ -8,11 +8,6 @@
 #include <iosfwd>
 #include <memory>
 
-namespace tessik {
-struct CameraParams;
-struct VignettingData;
-} // namespace tessik
-
 namespace tessik::radiometry {
 
 /// Relative brightness over an image.

@@ -11,10 +11,6 @@
 #include <unordered_map>
 #include <vector>
 
-namespace tessik {
-struct InputImage;
-} // namespace tessik
-
 namespace tessik::radiometry::sequoia {
 
 /// Path of the model file of each body, by the serial number that its images state.
