@@ -1,4 +1,4 @@
-# Thin front door: each target installs what it lacks, builds, and runs.
+# The front door: each target installs the packages that are missing, builds, and runs.
 .PHONY: build demo check check-sanitize check-threads fuzz lint lint-deep docs bench format install package clean
 
 PREFIX ?= /usr/local
@@ -32,7 +32,7 @@ check-threads:
 	cmake --build --preset tsan --target thread_tests
 	ctest --preset tsan -R Threads
 
-# Each target for FUZZ_SECONDS; what is found stays in out/fuzz.
+# Runs each target for FUZZ_SECONDS; what it finds stays in out/fuzz.
 fuzz:
 	scripts/install-deps build fuzz
 	cmake --preset fuzz
@@ -43,12 +43,12 @@ lint:
 	scripts/install-deps build check lint bench
 	scripts/lint
 
-# The analysis of paths, which takes longer than all the rest.
+# Runs the analysis of paths, which takes longer than all the rest.
 lint-deep:
 	scripts/install-deps build check lint bench
 	scripts/lint --deep
 
-# API pages of the public headers, in out/docs.
+# Writes API pages of the public headers to out/docs.
 docs:
 	scripts/install-deps docs
 	scripts/api-docs
@@ -68,7 +68,7 @@ format:
 install: build
 	cmake --install build/release --prefix $(PREFIX)
 
-# A Debian package, in out/.
+# Makes a Debian package in out/.
 package: CMAKE_ARGS = -DRADIOMETRY_BUILD_TESTS=OFF -DRADIOMETRY_BUILD_BENCH=OFF
 package: build
 	scripts/install-deps package

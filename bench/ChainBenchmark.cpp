@@ -1,4 +1,5 @@
-// Time of the RedEdge's `camera` chain on one band, beside that of one plain pass over the band.
+// Measures the time of the RedEdge's `camera` chain on one band, beside that of one plain pass over
+// it.
 //
 //   chain_benchmark [Google Benchmark's options]   measures
 //   chain_benchmark --dump FOLDER                  writes the input, the result and the parameters
@@ -32,7 +33,7 @@ constexpr std::array<double, 7> kVignetting = {
 constexpr double kCenterX = 633.1;
 constexpr double kCenterY = 487.6;
 
-/// What the metadata of a RedEdge say of one band.
+/// What the metadata of a RedEdge state for one band.
 ExifInfo redEdgeMetadata() {
     ExifInfo exif;
     exif.make = QStringLiteral("MicaSense");
@@ -126,15 +127,16 @@ const Scene& scene() {
     return kScene;
 }
 
-/// Processor time that this program has used, in s. Nothing here waits for anything but memory, and
-/// unlike the time on a clock it does not count what other programs take on a busy machine.
+/// Processor time that this program has used, in s. The programs measured here wait only for
+/// memory, and unlike the time on a clock it does not count what other programs take on a busy
+/// machine.
 double processorSeconds() {
     timespec time{};
     clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
-/// Times work on a band that is pristine, and as warm in the processor's caches, each time.
+/// Times work on a band that is restored before each run, and then is equally warm in the caches.
 template <typename Work>
 void measure(benchmark::State& state, Work&& work) {
     const BandMatrix& raw = scene().raw;
@@ -152,7 +154,7 @@ void measure(benchmark::State& state, Work&& work) {
     state.SetBytesProcessed(pixels * static_cast<std::int64_t>(sizeof(float)));
 }
 
-/// The unit: reads and writes each pixel once.
+/// The unit of the results: reads and writes each pixel once.
 void onePass(benchmark::State& state) {
     measure(state, [](BandImage& bands) { bands.front() *= 1.0625F; });
 }
@@ -162,7 +164,8 @@ void warm(benchmark::State& state) {
     measure(state, [](BandImage& bands) { scene().correctWith(scene().cache, bands); });
 }
 
-/// The same, and each step tells what it did: the last one the mean and the masked pixels.
+/// The same, and each step reports what it did; the last one reports the mean and the masked
+/// pixels.
 void told(benchmark::State& state) {
     measure(state, [](BandImage& bands) {
         Accounts accounts;
@@ -177,14 +180,14 @@ void cold(benchmark::State& state) {
     measure(state, [&none](BandImage& bands) { scene().correctWith(none, bands); });
 }
 
-/// The vignetting map and its inversion alone.
+/// Only the vignetting map and its inversion.
 void map(benchmark::State& state) {
     measure(state,
             [](BandImage& /*bands*/) { benchmark::DoNotOptimize(scene().inverseVignetting()); });
 }
 
-/// What the map cannot do without: a square root and a polynomial of degree 6 in double, with
-/// nothing to ask and nowhere to allocate.
+/// What the map needs at least: a square root and a polynomial of degree 6 in double, without
+/// conditions and allocations.
 void mapFloor(benchmark::State& state) {
     measure(state, [](BandImage& bands) {
         const auto& k = kVignetting;
@@ -220,7 +223,7 @@ void writeBand(const std::string& path, const BandMatrix& band) {
     file.exceptions(std::ios::failbit);
 }
 
-/// Raw float files "input.f32" and "result.f32", row after row, and "parameters.json".
+/// Writes raw float files "input.f32" and "result.f32", row after row, and "parameters.json".
 void dump(const std::string& folder) {
     BandImage bands = {scene().raw};
     writeBand(folder + "/input.f32", bands.front());

@@ -1,5 +1,5 @@
-// What reading and writing a flight costs by itself: each TIFF of a folder is read by GDAL as
-// floats and written as a float TIFF with default creation options. No correction can be faster
+// Measures what reading and writing a flight costs by itself: GDAL reads each TIFF of a folder as
+// floats and writes it as a float TIFF with default creation options. A correction cannot be faster
 // than this.
 //
 //   flight_floor INPUT_FOLDER OUTPUT_FOLDER JOBS
@@ -21,7 +21,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// One band, as a RedEdge's images have. @return false where GDAL refused
+/// Copies the one band that a RedEdge's images have. @return false if GDAL refuses
 bool copy(const fs::path& input, const fs::path& output, std::vector<float>& pixels) {
     GDALDatasetH source = GDALOpen(input.c_str(), GA_ReadOnly);
     if (source == nullptr) {
@@ -103,11 +103,11 @@ int copyAll(const fs::path& input, const fs::path& output, int jobs) {
 int main(int argc, char** argv) {
     const int jobs = argc == 4 ? std::atoi(argv[3]) : 0;
     if (jobs < 1) {
-        std::fprintf(stderr, "flight_floor INPUT_FOLDER OUTPUT_FOLDER JOBS\n");
+        std::fprintf(stderr, "usage: flight_floor INPUT_FOLDER OUTPUT_FOLDER JOBS\n");
         return EXIT_FAILURE;
     }
     GDALAllRegister();
-    // Else each opening reads the whole folder.
+    // Without this, each opening reads the whole folder.
     CPLSetConfigOption("GDAL_DISABLE_READDIR_ON_OPEN", "EMPTY_DIR");
     try {
         return copyAll(argv[1], argv[2], jobs);

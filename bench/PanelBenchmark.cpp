@@ -1,4 +1,4 @@
-// Time of the search for QR codes in one band, without a code and with one.
+// Measures the time of the search for QR codes in one band, without a code and with one.
 //
 //   panel_benchmark [Google Benchmark's options]
 
@@ -37,7 +37,8 @@ void search(benchmark::State& state, bool hasPanel) {
     for (auto iteration : state) {
         const std::vector<Code> codes = readCodes(band);
         if (codes.empty() == hasPanel) {
-            state.SkipWithError(hasPanel ? "the code is not read" : "a code where there is none");
+            state.SkipWithError(hasPanel ? "the code is not read"
+                                         : "a code is read where there is none");
             break;
         }
     }

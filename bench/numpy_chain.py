@@ -1,10 +1,10 @@
 #!/usr/bin/python3
-"""The RedEdge's correction of one band in numpy, as one writes it down from the formulas.
+"""Corrects one band of a RedEdge in numpy, written down plainly from the formulas.
 
 numpy_chain.py FOLDER [--check]
 
-FOLDER holds what `chain_benchmark --dump FOLDER` wrote. Compares the values with those of the
-chain, and without --check prints how long one correction takes: the median in seconds.
+FOLDER holds what `chain_benchmark --dump FOLDER` wrote. The program compares its values with those of
+the chain. Without --check it also prints how long one correction takes: the median in seconds.
 """
 
 import os

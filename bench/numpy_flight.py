@@ -1,13 +1,13 @@
 #!/usr/bin/python3
-"""Corrects RedEdge images with numpy and GDAL, as one writes it down from the formulas.
+"""Corrects RedEdge images with numpy and GDAL, written down plainly from the formulas.
 
 numpy_flight.py INPUT_FOLDER OUTPUT_FOLDER
 numpy_flight.py --compare FOLDER OTHER_FOLDER
 
-Reflectance, by the irradiance sensor and the maker's constant, as a float TIFF without metadata.
-Image by image in one thread: pixels and XMP by GDAL, EXIF from the TIFF's directories, each
-vignetting map made anew. Prints the seconds it took, by the clock and of the processor, less the
-start of Python and its modules.
+The result is reflectance, by the light sensor and the maker's constant, in float TIFFs without
+metadata. One thread corrects image after image: it takes pixels and XMP from GDAL and EXIF from the
+TIFF's directories, and makes each vignetting map again. It prints the seconds that this took, by the
+clock and of the processor, without the start of Python and its modules.
 --compare refuses images of the same name whose values differ.
 """
 
@@ -17,8 +17,8 @@ import sys
 import time
 import xml.etree.ElementTree
 
-sys.dont_write_bytecode = True  # no folder of it among the sources
-from numpy_chain import correct  # before numpy: it sees to it that numpy keeps to one thread
+sys.dont_write_bytecode = True  # it would make a folder among the sources
+from numpy_chain import correct  # imported before numpy, because it limits numpy to one thread
 
 try:
     import numpy as np

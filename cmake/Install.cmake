@@ -1,4 +1,5 @@
-# What other projects find an installed tree by. All paths are relative: a tree may be moved.
+# Installs the files by which other projects find an installed tree. All paths are relative, so that a
+# tree can be moved.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/radiometry)
@@ -18,5 +19,5 @@ install(FILES ${PROJECT_BINARY_DIR}/radiometryConfig.cmake
               ${PROJECT_BINARY_DIR}/radiometryConfigVersion.cmake
   DESTINATION ${package_dir})
 install(FILES ${PROJECT_BINARY_DIR}/radiometry.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-# What Debian calls the copyright file: whose code the binaries hold, and on which terms.
+# Debian's copyright file says whose code the binaries contain, and on which terms.
 install(FILES ${CMAKE_CURRENT_LIST_DIR}/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/radiometry)

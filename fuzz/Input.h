@@ -1,3 +1,7 @@
+/// @file
+/// What targets share: they take the bytes as text, or as a file. A target ends normally for any
+/// input. An exception of a type that its reader does not promise, or a broken promise, ends the
+/// program.
 #pragma once
 
 #include <unistd.h>
@@ -13,8 +17,6 @@
 #include <string>
 #include <string_view>
 
-/// What targets share: the bytes as text, or as a file. A target ends normally for whatever input;
-/// an exception of another type than its reader promises, or a broken promise, ends the program.
 namespace tessik::fuzz {
 
 inline std::string_view textOf(const std::uint8_t* data, std::size_t size) {
@@ -37,8 +39,8 @@ inline void require(bool condition, const char* promise) {
     }
 }
 
-/// One file of this process, in memory where the system has such a folder, for readers that want a
-/// path.
+/// One file of this process, for readers that need a path. It is in memory if the system has such a
+/// folder.
 class File {
 public:
     explicit File(const std::string& extension) {

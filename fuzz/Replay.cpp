@@ -6,7 +6,7 @@
 #include <iterator>
 #include <vector>
 
-// Gives a target each file of its corpus once, without libFuzzer.
+// Passes each file of the corpus to its target once, without libFuzzer.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 int main(int argc, char** argv) {
@@ -24,7 +24,7 @@ int main(int argc, char** argv) {
     std::sort(files.begin(), files.end());
     for (const fs::path& path : files) {
         std::printf("%s\n", path.c_str());
-        std::fflush(stdout); // a crash is to be found below its input's name
+        std::fflush(stdout); // so that a crash appears below the name of its input
         std::ifstream file(path, std::ios::binary);
         const std::vector<char> bytes{std::istreambuf_iterator<char>(file), {}};
         if (!file) {
