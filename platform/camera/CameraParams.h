@@ -4,7 +4,6 @@
 /// What is known of a camera before any of its images is looked at.
 
 #include "platform/camera/BandInfo.h"
-#include "platform/export.h"
 #include "platform/image/DataType.h"
 
 #include <Eigen/Core>
@@ -13,6 +12,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <tuple>
 #include <utility>
 
 namespace tessik {
@@ -46,7 +46,7 @@ struct ClipLine {
 };
 
 /// A camera's intrinsic parameters, as far as radiometry needs them.
-struct TESSIK_PLATFORM_EXPORT CameraParams {
+struct CameraParams {
     std::uint64_t width = 0;      ///< px
     std::uint64_t height = 0;     ///< px
     double principalPointX = 0.0; ///< px, from the centre of the first pixel
@@ -62,12 +62,19 @@ struct TESSIK_PLATFORM_EXPORT CameraParams {
 
     /// The description for an aperture. One description serves all f-numbers of the fixed lenses
     /// that are supported.
-    [[nodiscard]] VignettingData vignettingModel(double apertureFNumber) const;
+    [[nodiscard]] VignettingData vignettingModel(double /*apertureFNumber*/) const {
+        return vignetting;
+    }
 
     /// The camera's own sample range, which holds for the images that it describes, of whatever
     /// type they are.
     /// @return false, and min and max untouched, when the camera states none.
-    bool pixelValue(DataType type, double& min, double& max) const;
+    bool pixelValue(DataType /*type*/, double& min, double& max) const {
+        if (storedRange) {
+            std::tie(min, max) = *storedRange;
+        }
+        return storedRange.has_value();
+    }
 };
 
 /// One camera of a project.

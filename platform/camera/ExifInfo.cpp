@@ -9,10 +9,6 @@
 namespace tessik {
 namespace {
 
-bool isSequoiaName(const QString& make, const QString& model) {
-    return make == QLatin1String("Parrot") && model == QLatin1String("Sequoia");
-}
-
 QString joined(const std::vector<QString>& names) {
     QString text;
     for (const QString& name : names) {
@@ -23,16 +19,24 @@ QString joined(const std::vector<QString>& names) {
 
 } // namespace
 
+bool sequoia::isSequoia(const QString& make, const QString& model) {
+    return make == QLatin1String("Parrot") && model == QLatin1String("Sequoia");
+}
+
 bool sequoia::isSequoia(const ExifInfo& exif) {
-    return isSequoiaName(exif.make, exif.model);
+    return isSequoia(exif.make, exif.model);
 }
 
 bool sequoia::isSequoia(const CameraData& camera) {
-    return isSequoiaName(camera.make, camera.model);
+    return isSequoia(camera.make, camera.model);
+}
+
+bool micasense::isMicaSense(const QString& make) {
+    return make.compare(QLatin1String("MicaSense"), Qt::CaseInsensitive) == 0;
 }
 
 bool micasense::isMicaSense(const ExifInfo& exif) {
-    return exif.make.compare(QLatin1String("MicaSense"), Qt::CaseInsensitive) == 0;
+    return isMicaSense(exif.make);
 }
 
 bool micasense::hasValid3kModel(const MicaSenseRedEdge3kModelData& model) {

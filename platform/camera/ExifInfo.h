@@ -137,6 +137,8 @@ struct ExifInfo {
 };
 
 namespace sequoia {
+/// The maker and the model are those of a Parrot Sequoia.
+TESSIK_PLATFORM_EXPORT bool isSequoia(const QString& make, const QString& model);
 /// Taken by a Parrot Sequoia.
 TESSIK_PLATFORM_EXPORT bool isSequoia(const ExifInfo& exif);
 /// One of the cameras of a Parrot Sequoia.
@@ -144,6 +146,8 @@ TESSIK_PLATFORM_EXPORT bool isSequoia(const CameraData& camera);
 } // namespace sequoia
 
 namespace micasense {
+/// The maker is MicaSense, in whatever case it is spelled.
+TESSIK_PLATFORM_EXPORT bool isMicaSense(const QString& make);
 /// A camera made by MicaSense.
 TESSIK_PLATFORM_EXPORT bool isMicaSense(const ExifInfo& exif);
 /// Both coefficients are stated and finite.

@@ -19,6 +19,13 @@ TESSIK_READERS_EXPORT ImageMetadata interpret(const TagFile& file, const ReadOpt
 /// no wavelength by which its body and band are known, or holds no calibration itself
 TESSIK_READERS_EXPORT CalibrationDonors readDonors(const std::vector<std::string>& paths);
 
+/// Completes an image that states no sensitivity, no vignetting or, of a MicaSense camera, no
+/// radiance calibration from the donor of the same body and band: maker, serial number, wavelengths
+/// and image size are equal. A warning says what was taken from where, or that no donor fits. Dark
+/// levels are not taken over: they change from image to image.
+TESSIK_READERS_EXPORT void borrowCalibration(const CalibrationDonors& donors,
+                                             ImageMetadata& metadata);
+
 /// An image as a project's record. @throws Error as readMetadata
 TESSIK_READERS_EXPORT InputImage inputImage(const std::string& path, ImageMetadata metadata);
 

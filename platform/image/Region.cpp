@@ -1,6 +1,8 @@
 #include "platform/image/Region.h"
 
 #include <boost/geometry/algorithms/covered_by.hpp>
+#include <boost/geometry/algorithms/envelope.hpp>
+#include <boost/geometry/strategies/strategies.hpp>
 
 #include <cmath>
 
@@ -11,6 +13,18 @@ namespace {
 constexpr float kNoData = -10000.0F;
 
 } // namespace
+
+Box boundsOf(const Ring& region) {
+    Box box;
+    boost::geometry::envelope(region, box);
+    return box;
+}
+
+BandMatrix blockOf(const Box& box, const BandMatrix& band) {
+    const Point& first = box.min_corner();
+    const Point& last = box.max_corner();
+    return band.block(first.y(), first.x(), last.y() - first.y() + 1, last.x() - first.x() + 1);
+}
 
 RegionStats statsForRegion(const BandMatrix& block, const Box& boundingRect, const Ring& polygon) {
     RegionStats stats;

@@ -23,6 +23,12 @@ using Ring = boost::geometry::model::ring<Point>;
 /// Both corners belong to it.
 using Box = boost::geometry::model::box<Point>;
 
+/// The smallest box around a region.
+TESSIK_PLATFORM_EXPORT Box boundsOf(const Ring& region);
+
+/// The pixels of a box that lies inside the image.
+TESSIK_PLATFORM_EXPORT BandMatrix blockOf(const Box& box, const BandMatrix& band);
+
 /// Statistics of the valid pixels of a region. A pixel is valid when it is finite and not no-data.
 struct RegionStats {
     double mean = 0.0;

@@ -56,7 +56,17 @@ Source& source() {
     return instance;
 }
 
+thread_local const Sink* threadSink = nullptr;
+
 } // namespace
+
+ThreadSink::ThreadSink(Sink sink) : m_sink(std::move(sink)), m_outer(threadSink) {
+    threadSink = &m_sink;
+}
+
+ThreadSink::~ThreadSink() {
+    threadSink = m_outer;
+}
 
 bool takes(int level) {
     return level >= source().threshold.load(std::memory_order_relaxed);
@@ -75,7 +85,12 @@ void setSink(Sink sink) {
 }
 
 void write(const Record& record) {
-    if (takes(record.level)) {
+    if (!takes(record.level)) {
+        return;
+    }
+    if (threadSink != nullptr) {
+        (*threadSink)(record);
+    } else {
         source().write(record);
     }
 }

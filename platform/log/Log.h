@@ -46,6 +46,20 @@ TESSIK_PLATFORM_EXPORT int level();
 /// from several threads at once. Thread safe.
 TESSIK_PLATFORM_EXPORT void setSink(Sink sink);
 
+/// While it lives, messages of this thread go to its sink, in place of where they go otherwise. Of
+/// several, the innermost takes them.
+class TESSIK_PLATFORM_EXPORT ThreadSink {
+public:
+    explicit ThreadSink(Sink sink);
+    ThreadSink(const ThreadSink&) = delete;
+    ThreadSink& operator=(const ThreadSink&) = delete;
+    ~ThreadSink();
+
+private:
+    Sink m_sink;
+    const Sink* m_outer;
+};
+
 /// Hands one message to the sink, if its level is taken.
 TESSIK_PLATFORM_EXPORT void write(const Record& record);
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/camera/TargetDetector.h"
-#include "platform/panel/Stretch.h"
+#include "platform/panel/Levels.h"
 
 #include <string>
 #include <vector>

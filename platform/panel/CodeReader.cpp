@@ -4,9 +4,8 @@
 #include "platform/panel/CodeReader.h"
 
 #include "platform/panel/CodePlaces.h"
+#include "platform/panel/Levels.h"
 #include "platform/panel/Outline.h"
-#include "platform/panel/Samples.h"
-#include "platform/panel/Stretch.h"
 
 #include <algorithm>
 #include <array>
@@ -211,7 +210,7 @@ std::vector<Code> readCodes(const BandMatrix& band) {
 
 std::optional<Code>
 readCode(const BandMatrix& band, const image::Box& part, const std::string& text) {
-    const Samples samples = samplesOf(blockOf(part, band));
+    const Samples samples = samplesOf(image::blockOf(part, band));
     if (samples.rows() < 2 || samples.cols() < 2) {
         return std::nullopt;
     }

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The ways to find targets; each in a file of its own.
+/// The ways to find targets.
 
 #include "platform/camera/TargetDetector.h"
 #include "platform/export.h"
@@ -11,13 +11,11 @@
 
 namespace tessik::target {
 
-/// What the camera itself says of its image: "camera record".
-std::unique_ptr<ITargetDetector> makeCameraRecord();
-
 /// Panels beside whose grey surface a QR code stands: "QR panel".
 std::unique_ptr<ITargetDetector> makeQrPanel();
 
-/// All detectors, in the order in which they are asked; the first that finds a target decides.
+/// All detectors, in the order in which they are asked: what the camera itself says of its image
+/// ("camera record"), then panels with codes. The first that finds a target decides.
 TESSIK_READERS_EXPORT const std::vector<std::unique_ptr<ITargetDetector>>& targetDetectors();
 
 } // namespace tessik::target

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/panel/Samples.h"
+#include "platform/panel/Levels.h"
 
 #include <Eigen/Core>
 

@@ -31,16 +31,4 @@ bool isInside(const Corners& corners, const BandMatrix& band) {
     });
 }
 
-image::Box boundsOf(const image::Ring& region) {
-    image::Box box;
-    boost::geometry::envelope(region, box);
-    return box;
-}
-
-BandMatrix blockOf(const image::Box& box, const BandMatrix& band) {
-    const image::Point& first = box.min_corner();
-    const image::Point& last = box.max_corner();
-    return band.block(first.y(), first.x(), last.y() - first.y() + 1, last.x() - first.x() + 1);
-}
-
 } // namespace tessik::target

@@ -15,10 +15,4 @@ TESSIK_READERS_EXPORT image::Ring outline(const Corners& corners);
 /// Whether all corners are pixels of the image.
 bool isInside(const Corners& corners, const BandMatrix& band);
 
-/// The smallest box around a region.
-image::Box boundsOf(const image::Ring& region);
-
-/// The pixels of a box that lies inside the image, both its corners included.
-BandMatrix blockOf(const image::Box& box, const BandMatrix& band);
-
 } // namespace tessik::target

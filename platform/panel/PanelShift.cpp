@@ -3,7 +3,7 @@
 // cross-correlation, Vision Interface, 1995), first of images of a quarter of the size.
 #include "platform/panel/PanelShift.h"
 
-#include "platform/panel/Samples.h"
+#include "platform/panel/Levels.h"
 
 #include <Eigen/Geometry>
 

@@ -1,7 +1,6 @@
 #include "platform/panel/CodeReader.h"
 #include "platform/panel/Detectors.h"
 #include "platform/panel/PanelCode.h"
-#include "platform/panel/PanelGeometry.h"
 #include "platform/panel/PanelShift.h"
 #include "platform/panel/PanelSurface.h"
 #include "platform/text/Printable.h"
@@ -35,8 +34,9 @@ double darkLevelOf(const ExifInfo& exif, std::size_t band) {
 /// What is placed without a code has to look like a panel.
 bool isEven(const DetectedTarget& target, const InputImage& image, const BandMatrix& band) {
     constexpr double kMostSpread = 0.05;
-    const image::Box box = boundsOf(target.region);
-    const image::RegionStats stats = image::statsForRegion(blockOf(box, band), box, target.region);
+    const image::Box box = image::boundsOf(target.region);
+    const image::RegionStats stats =
+        image::statsForRegion(image::blockOf(box, band), box, target.region);
     return stats.stdDev <= kMostSpread * (stats.mean - darkLevelOf(image.exif, 0));
 }
 

@@ -50,11 +50,7 @@ InputImage imageOf(const CalibrationTargetReader& reader) {
 
 void cutOut(const image::Box& box, BandImage& bands) {
     for (BandMatrix& band : bands) {
-        band = band.block(box.min_corner().y(),
-                          box.min_corner().x(),
-                          box.max_corner().y() - box.min_corner().y() + 1,
-                          box.max_corner().x() - box.min_corner().x() + 1)
-                   .eval();
+        band = image::blockOf(box, band);
     }
 }
 

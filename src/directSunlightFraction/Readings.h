@@ -1,7 +1,7 @@
 #pragma once
 
 #include "directSunlightFraction/Residuals.h"
-#include "radiometry/directSunlightFraction/DirectSunlightFraction.h"
+#include "radiometry/directSunlightFraction/BandGroups.h"
 
 #include <optional>
 #include <unordered_map>

@@ -20,9 +20,6 @@
 
 namespace tessik::radiometry {
 
-/// Hands out a camera and the poses of its images; null for a camera without poses.
-using CameraById = std::function<std::shared_ptr<const CalibCamera>(std::uint64_t)>;
-
 /// A fraction fitted to the readings of irradiance sensors. Covariances are those of readings with
 /// an error of variance one: times residualVariance they are the result's own, so that the standard
 /// error of the fraction is sqrt(fractionVariance * residualVariance).

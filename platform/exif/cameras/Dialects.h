@@ -31,11 +31,15 @@ void readCommon(const TagFile& file, ImageMetadata& metadata);
 /// is one number. Empty when it is absent or malformed.
 std::vector<Eigen::MatrixXd> readBlackLevel(const Tags& tags, std::uint64_t bandCount);
 
+/// The brightness 1 + powers(0) r + powers(1) r^2 + ..., r the distance to the centre in px.
+/// @param center column and row
+VignettingData radialBrightness(const std::vector<double>& center,
+                                const std::vector<double>& powers);
+
 extern const Dialect kMicaSense;
 extern const Dialect kSequoia;
 extern const Dialect kDjiP4Multispectral;
 extern const Dialect kDjiMavic3Multispectral;
 extern const Dialect kSentera;
-extern const Dialect kAirinov;
 
 } // namespace tessik::exif

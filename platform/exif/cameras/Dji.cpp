@@ -94,18 +94,16 @@ void readVignetting(const Tags& tags, ImageMetadata& metadata) {
     const Eigen::Vector2d farthest(
         std::max(center[0], static_cast<double>(exif.imageWidth) - 1.0 - center[0]),
         std::max(center[1], static_cast<double>(exif.imageHeight) - 1.0 - center[1]));
-    Eigen::VectorXd correction(static_cast<Eigen::Index>(powers.size()) + 1);
-    correction(0) = 1.0;
-    std::copy(powers.begin(), powers.end(), correction.data() + 1);
-    const auto brightness = brightnessFromCorrection(correction, farthest.norm());
+    // The same polynomial as a brightness has, but to multiply by.
+    VignettingData vignetting = radialBrightness(center, powers);
+    const auto brightness =
+        brightnessFromCorrection(vignetting.coefficients.col(0), farthest.norm());
     if (!brightness) {
         refuse("VignettingData is no usable correction", metadata);
         return;
     }
-    exif.vignetting.type = VignettingType::RadialPolynomial;
-    exif.vignetting.centerX = center[0];
-    exif.vignetting.centerY = center[1];
-    exif.vignetting.coefficients = *brightness;
+    vignetting.coefficients = *brightness;
+    exif.vignetting = vignetting;
 }
 
 /// "450(+/-16)nm": centre and half width. What the tag of the full width holds is the half width

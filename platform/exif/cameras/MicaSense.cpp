@@ -9,7 +9,7 @@ namespace tessik::exif {
 namespace {
 
 bool matchesMicaSense(const Tags& tags) {
-    return tags.exifText("Exif.Image.Make") == "MicaSense";
+    return micasense::isMicaSense(QString::fromStdString(tags.exifText("Exif.Image.Make")));
 }
 
 /// a1, a2, a3 of the maker's radiance formula; the rolling shutter is in the last two.
@@ -24,16 +24,8 @@ void readRadiometricCalibration(const Tags& tags, ExifInfo& exif) {
 void readVignetting(const Tags& tags, ExifInfo& exif) {
     const std::vector<double> powers = tags.xmpNumbers("Camera", "VignettingPolynomial");
     const std::vector<double> center = tags.xmpNumbers("Camera", "VignettingCenter");
-    if (powers.empty() || center.size() != 2) {
-        return;
-    }
-    exif.vignetting.type = VignettingType::RadialPolynomial;
-    exif.vignetting.centerX = center[0];
-    exif.vignetting.centerY = center[1];
-    exif.vignetting.coefficients.resize(static_cast<Eigen::Index>(powers.size()) + 1, 1);
-    exif.vignetting.coefficients(0, 0) = 1.0;
-    for (std::size_t i = 0; i < powers.size(); ++i) {
-        exif.vignetting.coefficients(static_cast<Eigen::Index>(i) + 1, 0) = powers[i];
+    if (!powers.empty() && center.size() == 2) {
+        exif.vignetting = radialBrightness(center, powers);
     }
 }
 

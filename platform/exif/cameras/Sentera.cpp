@@ -84,14 +84,7 @@ void readVignetting(const Tags& tags, ImageMetadata& metadata) {
         exif.radiometricIndicator = 0;
         return;
     }
-    exif.vignetting.type = VignettingType::RadialPolynomial;
-    exif.vignetting.centerX = center[0];
-    exif.vignetting.centerY = center[1];
-    exif.vignetting.coefficients.resize(static_cast<Eigen::Index>(powers.size()) + 1, 1);
-    exif.vignetting.coefficients(0, 0) = 1.0;
-    for (std::size_t i = 0; i < powers.size(); ++i) {
-        exif.vignetting.coefficients(static_cast<Eigen::Index>(i) + 1, 0) = powers[i];
-    }
+    exif.vignetting = radialBrightness(center, powers);
 }
 
 void readSentera(const Tags& tags, ImageMetadata& metadata) {

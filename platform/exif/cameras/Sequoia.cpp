@@ -7,8 +7,8 @@ namespace tessik::exif {
 namespace {
 
 bool matchesSequoia(const Tags& tags) {
-    return tags.exifText("Exif.Image.Make") == "Parrot" &&
-           tags.exifText("Exif.Image.Model") == "Sequoia";
+    return sequoia::isSequoia(QString::fromStdString(tags.exifText("Exif.Image.Make")),
+                              QString::fromStdString(tags.exifText("Exif.Image.Model")));
 }
 
 /// A, B, C of irradiance = F^2 (DN - B) / (A t ISO + C).

@@ -1,5 +1,3 @@
-#include "platform/exif/Calibration.h"
-
 #include "platform/exif/ExifReader.h"
 #include "support/Support.h"
 

@@ -2,7 +2,7 @@
 #include "platform/image/Raster.h"
 #include "platform/panel/Detectors.h"
 #include "platform/panel/PanelCode.h"
-#include "platform/panel/PanelGeometry.h"
+#include "platform/panel/PanelSurface.h"
 #include "platform/panel/TargetPicture.h"
 #include "platform/text/Printable.h"
 #include "support/Support.h"

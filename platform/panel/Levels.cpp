@@ -1,26 +1,60 @@
-#include "platform/panel/Samples.h"
-
-#include "platform/panel/Stretch.h"
+#include "platform/panel/Levels.h"
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
+#include <vector>
 
 namespace tessik::target {
 namespace {
 
-constexpr float kMostSample = 65535.0F;
+/// 0 at and below the range, the largest level at and above it.
+/// @param rounding added to each level before its fraction is dropped
+template <typename Level>
+Eigen::Matrix<Level, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>
+levelsIn(const Range& range, float rounding, const BandMatrix& band) {
+    constexpr float kLargest = std::numeric_limits<Level>::max();
+    const float factor = kLargest / (range.high - range.low);
+    return band.unaryExpr([&](float value) -> Level {
+        const float level = (value - range.low) * factor;
+        return level > 0.0F ? static_cast<Level>(std::min(level + rounding, kLargest)) : 0;
+    });
+}
 
 } // namespace
+
+Range rangeOf(const BandMatrix& band, const Percentiles& percentiles) {
+    // Some ten thousand pixels tell the percentiles well enough.
+    constexpr Eigen::Index kMostPixels = 50000;
+    const Eigen::Index step = std::max<Eigen::Index>(1, band.size() / kMostPixels);
+    std::vector<float> values;
+    for (Eigen::Index i = 0; i < band.size(); i += step) {
+        if (std::isfinite(band.data()[i])) {
+            values.push_back(band.data()[i]);
+        }
+    }
+    if (values.empty()) {
+        return {};
+    }
+    const auto at = [&values](double share) {
+        const auto place = values.begin() + static_cast<std::ptrdiff_t>(
+                                                share * static_cast<double>(values.size() - 1));
+        std::nth_element(values.begin(), place, values.end());
+        return *place;
+    };
+    return {at(percentiles.low), at(percentiles.high)};
+}
+
+Bytes stretched(const BandMatrix& band, const Range& range) {
+    return levelsIn<std::uint8_t>(range, 0.5F, band); // to the nearest level
+}
 
 Samples samplesOf(const BandMatrix& band) {
     const Range range = rangeOf(band, {0.0, 1.0});
     if (!(range.high > range.low)) {
         return {};
     }
-    const float factor = kMostSample / (range.high - range.low);
-    return band.unaryExpr([&range, factor](float value) -> std::uint16_t {
-        const float level = (value - range.low) * factor;
-        return level > 0.0F ? static_cast<std::uint16_t>(std::min(level, kMostSample)) : 0;
-    });
+    return levelsIn<std::uint16_t>(range, 0.0F, band);
 }
 
 Samples halved(const Samples& samples) {
