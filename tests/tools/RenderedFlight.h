@@ -17,7 +17,7 @@
 
 namespace tessik::simulate {
 
-/// A flight in a place of its own, and what is made of it.
+/// A flight in a folder of its own, and its corrected images.
 class RenderedFlight : public testing::Test {
 protected:
     explicit RenderedFlight(const FlightOptions& flightOptions) : options(flightOptions) {
@@ -56,8 +56,9 @@ protected:
     nlohmann::json manifest;
 };
 
-/// Nothing but the noise is left, what says nothing is masked, and hardly anything else is.
-/// @param unexpectedShare of the pixels that may be masked for nothing
+/// Expects that only the noise is left, and that pixels which tell nothing are masked, and hardly
+/// any others.
+/// @param unexpectedShare of the pixels that may be masked without need
 inline void expectTruth(const std::vector<BandResult>& results,
                         std::size_t bandCount,
                         double scale,

@@ -11,16 +11,16 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// What is deliberately left out of an inversion.
+/// What an inversion deliberately leaves out.
 struct DjiFault {
     bool dropsVignetting = false;
     bool dropsGain = false;
     bool dropsAdjustment = false;
 };
 
-/// By the maker's formula from the file's samples and tags alone, pixel by pixel:
+/// Applies the maker's formula to the file's samples and tags only, pixel by pixel:
 /// (DN - dark) c(r) adjustment / (gain t) / irradiance, c = 1 + k0 r + .. + k5 r^6.
-/// @param limit of a row: samples from there on are clipped
+/// @param limit of a row: samples at or above it are clipped
 BandMatrix
 invertDji(const fs::path& file, double (*limit)(Eigen::Index row), const DjiFault& fault) {
     const exif::Tags tags = exif::readTags(file).tags;
@@ -131,7 +131,7 @@ TEST_P(DjiFlight, whatACorrectionLeftOutShows) {
     EXPECT_GT(std::abs(unadjusted[0].scale / unadjusted[1].scale - 1.0), 0.2);
 }
 
-/// What every file states, and nothing of what such files do not have.
+/// Every file states what such files state, and nothing else.
 TEST_P(DjiFlight, whatTheFilesStateIsOfSuchACamera) {
     const bool isP4m = GetParam().camera == CameraModel::P4m;
     double largestShare = 0.0;
@@ -141,7 +141,7 @@ TEST_P(DjiFlight, whatTheFilesStateIsOfSuchACamera) {
         EXPECT_EQ(tags.exifText("Exif.Image.Make"), "DJI");
         EXPECT_EQ(tags.exifText("Exif.Image.Model"), isP4m ? "FC6360" : "M3M");
         const auto xmp = [&tags](const char* name) { return tags.xmpText("drone-dji", name); };
-        // Half widths, under the name of a full one.
+        // The files state half widths under the name of full ones.
         const double wavelength = record.at("wavelength_nm");
         const std::string half = wavelength > 800.0 ? "26" : "16";
         EXPECT_EQ(xmp("BandFreq"), std::to_string(std::lround(wavelength)) + "(+/-" + half + ")nm");
@@ -177,7 +177,7 @@ Frame imageOf(const Camera& camera, const CameraOptions& options, double reflect
     return camera.take(shot, true);
 }
 
-/// As they are read back from a file.
+/// The tags as they are read back from a file.
 exif::Tags written(const Frame& frame) {
     const test::TemporaryFolder folder;
     const std::string file = folder.file("image.tif");
@@ -196,7 +196,8 @@ TEST(SimulateP4m, pixelsClipAtAPlateauThatFallsWithTheRowAndSpreads) {
     const Eigen::ArrayXd means = samples.rowwise().mean();
     const Eigen::ArrayXd centred = rows - rows.mean();
     const double slope = (centred * (means - means.mean())).sum() / centred.square().sum();
-    // The spread of a pixel and its rounding to 64: 38, over 208,000 pixels and a line of 375 rows.
+    // The spread of a pixel and its rounding to 64 give 38, over 208,000 pixels and a line of 375
+    // rows.
     EXPECT_NEAR(slope, -0.386, 5.0 * 38.0 / 456.0 / 375.0);
     EXPECT_NEAR(means.mean() - slope * rows.mean(), 65400.0, 1.0);
     const Eigen::ArrayXXd deviations = samples.colwise() - (65400.0 - 0.386 * rows);
@@ -276,7 +277,7 @@ TEST(SimulateM3m, theCorrectionIsTheMakersExample) {
         }
         return c;
     };
-    // An eighth of the camera's own size, 2592 x 1944.
+    // The image is an eighth of the camera's own size, 2592 x 1944.
     EXPECT_NEAR(correction(400.0 / 8.0), 1.09, 1e-6);
     EXPECT_NEAR(correction(1200.0 / 8.0), 1.72, 1e-6);
     EXPECT_NEAR(correction(1620.0 / 8.0), 3.60, 1e-6);

@@ -61,7 +61,7 @@ TEST_P(PanelFlight, thePanelIsFoundWhereItIsWithTheReflectanceThatItHas) {
         const target::Detection found = target::targetDetectors().at(1)->find(image, raw);
         EXPECT_TRUE(found.remarks.empty());
         ASSERT_EQ(found.targets.size(), isPanel ? 1U : 0U);
-        // On the ground, beside where the flight begins.
+        // The panel lies on the ground, beside the place where the flight begins.
         EXPECT_NEAR(image.geo.position->height, isPanel ? 111.0 : 165.0, 1e-3);
         if (!isPanel) {
             continue;
@@ -75,7 +75,7 @@ TEST_P(PanelFlight, thePanelIsFoundWhereItIsWithTheReflectanceThatItHas) {
         const Surface surface = surfaceOf(panel);
         for (const image::Point& corner : target.region) {
             EXPECT_TRUE(boost::geometry::within(Place(corner.x(), corner.y()), surface));
-            // The truth's image agrees with what it says of the panel.
+            // The truth's image agrees with what its manifest states about the panel.
             const BandImage truth = image::Raster::open(flight / kTruthFolder / name).read();
             EXPECT_NEAR(static_cast<double>(truth[0](corner.y(), corner.x())),
                         panel.at("reflectance").get<double>(),
@@ -85,7 +85,7 @@ TEST_P(PanelFlight, thePanelIsFoundWhereItIsWithTheReflectanceThatItHas) {
 }
 
 TEST_P(PanelFlight, theComparisonLeavesPanelsOutAndCanTakeValuesAsTheyStand) {
-    // Reflectance that is right but for 2 % in one capture; none at all of the panels.
+    // The reflectance is right except for 2 % in one capture; captures of the panel are missing.
     const std::filesystem::path corrected = folder.path() / "corrected";
     std::filesystem::create_directory(corrected);
     for (const json& file : manifest.at("files")) {

@@ -33,7 +33,7 @@ double planeValue(const std::vector<double>& powers,
     return sum;
 }
 
-/// What is deliberately left wrong in an inversion.
+/// What an inversion deliberately does wrong.
 struct RedEdgePFault {
     bool keepsRowTerm = false;
     bool keepsVignetting = false;
@@ -41,7 +41,7 @@ struct RedEdgePFault {
     double clip = 65504.0;
 };
 
-/// Reflectance from the file's samples and tags alone, pixel by pixel: pi L / E with
+/// Reflectance from the file's samples and tags only, pixel by pixel: pi L / E with
 /// L = V (a1 / gain) (DN - dark) / 65536 / (t + a2 y - a3 t y) and E the level irradiance.
 BandMatrix reflectanceOf(const fs::path& file, const RedEdgePFault& fault) {
     const exif::Tags tags = exif::readTags(file).tags;

@@ -19,7 +19,7 @@ namespace sequoia = radiometry::sequoia;
 constexpr double kSaturated = 65472.0;
 constexpr double kRadianceScale = 1.0 / kPi; ///< of radiance against reflectance x irradiance
 
-/// Radiance from DN, pixel by pixel, without those that say nothing.
+/// Radiance from DN, pixel by pixel, without the pixels that tell nothing.
 /// @param radiance of (row, column, DN); not positive where the sample is not above the dark level
 BandMatrix invertPixels(const fs::path& file,
                         const std::function<double(Eigen::Index, Eigen::Index, double)>& radiance) {
@@ -38,13 +38,13 @@ BandMatrix invertPixels(const fs::path& file,
     return image;
 }
 
-/// What is deliberately left wrong in an inversion.
+/// What an inversion deliberately does wrong.
 struct SequoiaFault {
     bool swapsPowers = false;
     bool dropsCorrection = false;
 };
 
-/// By the maker's formula from the file's samples and tags alone:
+/// Applies the maker's formula to the file's samples and tags only:
 /// F^2 (DN - B) / (A t ISO + C) / brightness.
 BandMatrix invertBySensorModel(const fs::path& file, const SequoiaFault& fault) {
     const exif::Tags tags = exif::readTags(file).tags;
@@ -70,7 +70,7 @@ BandMatrix invertBySensorModel(const fs::path& file, const SequoiaFault& fault) 
 }
 
 /// The value at a pixel of a grid whose even and odd rows are two fields, each with its corners on
-/// the image's corners: on straight lines between grid points.
+/// the image's corners, by linear interpolation between grid points.
 double valueAt(const sequoia::ParameterMatrix& grid, Eigen::Index row, Eigen::Index col) {
     const auto along = [](Eigen::Index i, Eigen::Index pixels, Eigen::Index points) {
         const double position = static_cast<double>(i) / static_cast<double>(pixels - 1) *
@@ -97,7 +97,7 @@ protected:
             sequoia::readModel(QString::fromStdString(modelFile.string()));
     }
 
-    /// As the library does it, image by image.
+    /// Inverts image by image, as the library does.
     BandMatrix correctedByLibrary(const fs::path& file, bool withModel) const {
         const InputImage image = exif::inputImage(file, exif::readMetadata(file));
         BandImage bands = image::Raster::open(file).read();
@@ -158,7 +158,7 @@ TEST_F(UniformSequoiaFlight, whatWasPutInTheFilesIsReadBack) {
         EXPECT_EQ(exif.iso, record.at("iso").get<int>());
         EXPECT_EQ(exif.apertureFNumber, 2.2);
         ++speeds[exif.iso];
-        // Counts are whole numbers of some hundreds; 700 of them a second in 1 W/m2/nm.
+        // Counts are whole numbers of some hundreds: 700 per second in 1 W/m2/nm.
         ASSERT_EQ(exif.sunIrradiance.size(), 1U);
         EXPECT_NEAR(
             exif.sunIrradiance[0] / (700.0 * record.at("irradiance").get<double>()), 1.0, 2e-3);
@@ -200,7 +200,7 @@ TEST_F(MeasuredSequoiaFlight, theModelFileHoldsWhatTheImagesWereRenderedWith) {
         cameras[images.back().cameraId].make = images.back().exif.make;
         cameras[images.back().cameraId].model = images.back().exif.model;
     }
-    // Written again by the library, filler and all.
+    // The library writes the same file again, with the same filler.
     sequoia::writeModel(QString::fromStdString(folder.file("again.tif")), serialNumber, models);
     const BandImage ours = image::Raster::open(modelFile).read();
     const BandImage again = image::Raster::open(folder.file("again.tif")).read();
@@ -214,7 +214,7 @@ TEST_F(MeasuredSequoiaFlight, theModelFileHoldsWhatTheImagesWereRenderedWith) {
     EXPECT_EQ(log.all(), "");
     EXPECT_EQ(loaded.size(), 4U);
     for (std::size_t b = 0; b < 4; ++b) {
-        // As the profile beside the file says, not rounded to float.
+        // The profile beside the file states it without rounding to float.
         EXPECT_EQ(loaded.at(images[b].cameraId).darkCurrent.temperatureCoefficient,
                   camera.models()[b].temperatureCoefficient);
     }

@@ -71,8 +71,8 @@ Eigen::Vector3d sunFromEquationOfTime(double unixSeconds, double latitude, doubl
                 std::cos(phi) * std::cos(declination) * std::cos(hourAngle)};
 }
 
-/// Relative RMS of readings from the best parabola in time, once each is divided by the share that
-/// its sensor received.
+/// Relative RMS deviation of readings from the best parabola in time, after each is divided by the
+/// share that its sensor received.
 double parabolaMisfit(const std::vector<double>& seconds,
                       const std::vector<double>& readings,
                       const std::vector<double>& shares) {
@@ -89,7 +89,7 @@ double parabolaMisfit(const std::vector<double>& seconds,
     return std::sqrt((values.array() / fitted.array() - 1.0).square().mean());
 }
 
-/// Readings of one band of a flight, and the shares by the flight's own tags.
+/// Readings of one band of a flight, and the shares that follow from the flight's own tags.
 struct Readings {
     std::vector<double> seconds;
     std::vector<double> values;
@@ -131,7 +131,7 @@ protected:
             const double sky = q < 0.0 ? 0.5 - 0.5 * q * q : 0.5 + 0.5 * q * q;
             const double f = 0.7 + 2e-4 * (image.exif.bands.at(0).wavelengthNm - 650.0);
             EXPECT_NEAR(record.at("direct_fraction"), f, 1e-12);
-            // 0.02 degrees of refraction, and of the other formula.
+            // Refraction and the other formula may differ by 0.02 degrees.
             EXPECT_NEAR(record.at("cos_incidence"), incidence, 6e-4);
             EXPECT_NEAR(record.at("cos_tilt"), q, 1e-12);
             const double sinElevation = -sun.z();
@@ -175,7 +175,7 @@ TEST_F(ClearFlight, theNoiseOfTheReadingsIsTheOneAskedFor) {
         const double misfit = parabolaMisfit(readings.seconds, readings.values, readings.shares);
         sum += misfit * misfit / (1.0 - 3.0 / 120.0);
     }
-    // 585 degrees of freedom: a standard deviation of 2.9 %.
+    // With 585 degrees of freedom the standard deviation is 2.9 %.
     EXPECT_NEAR(std::sqrt(sum / 5.0), 0.02, 0.02 * 0.15);
 }
 
@@ -230,7 +230,7 @@ TEST(Survey, legsAlternateTurnsBankAndTheWindTilts) {
         const double course = std::atan2(step.y(), step.x()) / kDegree;
         const double turning = std::remainder(a.yawDegrees - last.attitude.yawDegrees, 360.0);
         EXPECT_LT(std::abs(std::remainder(a.yawDegrees - course, 360.0)), 10.0) << capture;
-        // Nothing jumps: an aircraft turns by some tens of degrees a second at most.
+        // No angle jumps: an aircraft turns by some tens of degrees per second at most.
         EXPECT_LT(std::abs(turning) / seconds, 45.0) << capture;
         EXPECT_LT(std::abs(a.pitchDegrees - last.attitude.pitchDegrees) / seconds, 30.0) << capture;
         EXPECT_LT(std::abs(a.rollDegrees - last.attitude.rollDegrees) / seconds, 30.0) << capture;

@@ -38,14 +38,14 @@ std::vector<fs::path> filesIn(const fs::path& folder) {
     return files;
 }
 
-/// What is deliberately left wrong in an inversion.
+/// What an inversion deliberately does wrong.
 struct Fault {
     bool keepsVignetting = false;
     bool keepsRollingShutter = false;
     double darkOffset = 0.0;
 };
 
-/// Radiance in W/m2/sr/nm from the file's samples and tags alone, pixel by pixel, by the maker's
+/// Radiance in W/m2/sr/nm from the file's samples and tags only, pixel by pixel, by the maker's
 /// formula L = V (a1 / gain) (DN - dark) / 65536 / (t + a2 y - a3 t y).
 BandMatrix invert(const std::string& file, const Fault& fault = {}) {
     const exif::Tags tags = exif::readTags(file).tags;
@@ -85,7 +85,7 @@ void scale(BandMatrix& image, double factor) {
     image = (image.array() == kNoData).select(image, image * static_cast<float>(factor));
 }
 
-/// A flight of all ISO speeds, and a place for what is made of it.
+/// A flight with all ISO speeds, and a folder for its corrected images.
 class SimulatedFlight : public testing::Test {
 protected:
     explicit SimulatedFlight(double noise = 1.0) {
@@ -97,7 +97,7 @@ protected:
         fs::create_directory(corrected);
     }
 
-    /// Inverts all files; the factor is of each capture.
+    /// Inverts all files, with a factor for each capture.
     void invertAll(const Fault& fault = {}, const std::vector<double>& factors = {1, 1, 1, 1}) {
         for (std::size_t capture = 0; capture < options.captures; ++capture) {
             for (std::size_t band = 1; band <= 5; ++band) {
@@ -211,7 +211,7 @@ TEST(Simulate, randomNumbersAreNormalAndIndependent) {
         betweenSequences += z * static_cast<double>(others[i]);
         beyondTwo += z > 2.0 ? 1.0 : 0.0;
     }
-    // Each within five standard deviations of a mean over a million.
+    // Each lies within five standard deviations of a mean over a million.
     EXPECT_NEAR(moments[0] / kCount, 0.0, 0.005);
     EXPECT_NEAR(moments[1] / kCount, 1.0, 0.0071);
     EXPECT_NEAR(moments[2] / kCount, 0.0, 0.02);
@@ -232,8 +232,8 @@ TEST(Simulate, theNoisePutInIsTheNoiseStatedAndGrowsWithTheGain) {
             shot.reflectance = BandMatrix::Constant(150, 200, static_cast<float>(reflectance));
             const Frame noisy = camera->take(shot, true);
             const Frame clean = makeRedEdge({200, 150, 1, 0.0})->take(shot, true);
-            // The sensor's centre, where the signal is even to a percent; the clean frame's own
-            // rounding adds a sixth of a step's variance at most.
+            // At the sensor's centre the signal is even to a percent. The rounding of the clean
+            // frame adds at most a sixth of a step's variance.
             const auto difference = (noisy.samples - clean.samples).block(50, 70, 50, 60).eval();
             const Eigen::ArrayXXd residual = difference.cast<double>().array();
             const auto signal =
@@ -241,7 +241,7 @@ TEST(Simulate, theNoisePutInIsTheNoiseStatedAndGrowsWithTheGain) {
             const double stated =
                 noisy.relativeDeviation.block(50, 70, 50, 60).cast<double>().mean() * signal;
             const double measured = std::sqrt(residual.square().mean());
-            // 3000 pixels give a standard deviation to 1.3 %.
+            // 3000 pixels give the standard deviation to 1.3 %.
             EXPECT_NEAR(measured / stated, 1.0, 0.05) << reflectance << " ISO " << noisy.iso;
             EXPECT_GT(signal / stated, 7.0) << "the darkest must stay clear of the dark level";
             if (reflectance == Scene::kBrightest) {
@@ -249,11 +249,12 @@ TEST(Simulate, theNoisePutInIsTheNoiseStatedAndGrowsWithTheGain) {
             }
         }
     }
-    // An electron becomes more DN: the photon transfer curve's slope is proportional to the gain.
+    // An electron makes more DN: the slope of the photon transfer curve is proportional to the
+    // gain.
     EXPECT_NEAR(varianceOverSignal.at(800) / varianceOverSignal.at(100), 8.0, 0.8);
 }
 
-/// What noise alone adds to a grey image, in DN, without its mean.
+/// What the noise adds to a grey image, in DN, without its mean.
 Eigen::ArrayXd noiseOf(std::uint64_t seed, std::size_t capture, std::size_t band) {
     Shot shot;
     shot.capture = capture;
@@ -293,7 +294,7 @@ TEST_F(SimulatedFlight, theMakersFormulaGivesTheTruthBackWithinTheNoise) {
         EXPECT_EQ(result.masked, result.expectedMasked);
         EXPECT_EQ(result.unexpectedMasked, 0U);
     }
-    // The light jumps between captures: it must be noticed where it has not been corrected.
+    // The light jumps between captures, which must show if it has not been corrected.
     EXPECT_GT(std::abs(firstBand(Target::Reflectance).worstCaptureBias), 10.0);
 }
 

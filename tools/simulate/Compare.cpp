@@ -19,7 +19,7 @@ namespace {
 using nlohmann::ordered_json;
 using std::filesystem::path;
 
-/// A reflectance level counts when noise alone moves its mean by no more than this share, and when
+/// A reflectance level counts when the noise moves its mean by no more than this share, and when
 /// it has this share of the pixels. The many values of a ramp, each on few pixels, do not count.
 constexpr double kLevelUncertainty = 1e-3;
 constexpr double kLevelShare = 5e-3;

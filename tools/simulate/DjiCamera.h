@@ -37,7 +37,8 @@ struct DjiExposure {
 ///   dark + K L gain t / (adjustment c(r)) + noise,
 /// L the radiance in W/m2/sr/nm, t the exposure time in s, K unknown and the same for all bands.
 /// The irradiance that the files state is compensated by the aircraft: what level ground receives,
-/// times one unknown number for all bands. The files list no defective pixels, and there are none.
+/// times one unknown number for all bands. The files do not list defective pixels; all pixels are
+/// good.
 class DjiCamera final : public Camera {
 public:
     struct Optics {

@@ -36,7 +36,7 @@ struct FallOffTerm {
     double coefficient;
 };
 /// Fall-off over x = column / width and y = row / height: 0 near the middle, 0.46 to 0.50 in the
-/// corners, no two of them alike. Each band has its own part of it.
+/// corners, different in each. Each band has its own share of it.
 constexpr std::array<FallOffTerm, 21> kRedEdgePFallOff = {{
     {0, 0, 0.4821949712},  {1, 0, -0.8139310538}, {0, 1, -0.4873508496}, {2, 0, 0.02450313098},
     {1, 1, -1.231628802},  {0, 2, 0.02732348386}, {3, 0, 1.545434882},   {2, 1, 1.244852143},
@@ -60,8 +60,8 @@ PlanePolynomial redEdgePVignetting(std::size_t band) {
     return polynomial;
 }
 
-/// Nanoseconds, counted: no zeros lead. Where they would be so few that the number reads as a
-/// decimal fraction, it is written as one.
+/// The number of nanoseconds, without leading zeros. If it has so few digits that readers would
+/// take it for a decimal fraction, it is written as one.
 std::string nanoseconds(const Shot& shot, std::uint64_t seed) {
     constexpr std::int64_t kFewest = 10000000;
     const std::int64_t micro = shot.station.microseconds % 1000000;
