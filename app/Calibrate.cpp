@@ -1,89 +1,29 @@
-#include "Calibrate.h"
-
-#include "Console.h"
-#include "CorrectionWords.h"
-#include "FlightTargets.h"
-#include "ImageCorrector.h"
-#include "KnownReflectance.h"
-#include "RigTargets.h"
-#include "SensitivityFile.h"
-#include "TargetPictures.h"
-#include "platform/exif/Tags.h"
-#include "platform/panel/Detectors.h"
-#include "platform/text/Text.h"
-#include "radiometry/calibrationTarget/TargetCalibration.h"
+#include "app/Subcommands.h"
+#include "flight/input/Pixels.h"
+#include "flight/json/CorrectionWords.h"
+#include "flight/run/TargetPictures.h"
+#include "flight/target/Sensitivities.h"
 #include "radiometry/config/MakerSensitivity.h"
 
-#include <cmath>
-#include <cstdio>
-#include <limits>
-#include <sstream>
-#include <stdexcept>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace tessik::app {
 namespace {
 
-using radiometry::CameraCalibration;
 using radiometry::MeasuredTarget;
 using radiometry::TargetCalibration;
-using Detectors = std::vector<std::unique_ptr<target::ITargetDetector>>;
 
-/// The region that the user states, in every image.
-class StatedRegion final : public target::ITargetDetector {
-public:
-    explicit StatedRegion(const CalibrateOptions& options) {
-        m_target.detector = QStringLiteral("stated region");
-        m_target.region = options.region;
-        if (options.target) {
-            m_target.type = options.target->type;
-            m_target.id = options.target->id;
-        }
-    }
-
-    /// @throws std::runtime_error when it leaves the image
-    [[nodiscard]] target::Detection find(const InputImage& /*image*/,
-                                         const BandImage& raw) const override {
-        const Eigen::Index width = raw.front().cols();
-        const Eigen::Index height = raw.front().rows();
-        for (const image::Point& corner : m_target.region) {
-            if (corner.x() < 0 || corner.y() < 0 || corner.x() >= width || corner.y() >= height) {
-                throw std::runtime_error(text::compose("--region: the corner ",
-                                                       corner.x(),
-                                                       ",",
-                                                       corner.y(),
-                                                       " does not lie in the image of ",
-                                                       static_cast<qint64>(width),
-                                                       " x ",
-                                                       static_cast<qint64>(height),
-                                                       " pixels")
-                                             .toStdString());
-            }
-        }
-        return {{m_target}, {}};
-    }
-
-private:
-    target::DetectedTarget m_target;
+struct Options {
+    flight::FlightOptions flight;
+    flight::ProjectOptions project;
+    flight::StatedTarget stated;
+    std::filesystem::path output;   ///< sensitivity file to write; empty = none
+    std::filesystem::path pictures; ///< folder for pictures of the targets; empty = none
 };
-
-TargetCalibration
-measure(const Flight& flight, const Project& project, const CalibrateOptions& options) {
-    Detectors stated;
-    if (!options.region.empty()) {
-        stated.push_back(std::make_unique<StatedRegion>(options));
-    }
-    const KnownReflectance known(options);
-    known.verify(flight.images);
-    RigTargetOptions how;
-    how.useAllImages = true;
-    how.mayBePartial = true;
-    how.jobs = options.jobs;
-    how.knownReflectance = [&known](const InputImage& image, const target::DetectedTarget& found) {
-        return known.of(image, found);
-    };
-    return calibrateRigs(
-        flight, project, options.region.empty() ? target::targetDetectors() : stated, how);
-}
 
 /// The reflectance that a panel has by the maker's constant, where there is one.
 std::optional<double> makersReflectance(const InputImage& image,
@@ -97,13 +37,13 @@ std::optional<double> makersReflectance(const InputImage& image,
 void print(const MeasuredTarget& found, const InputImage& image, radiometry::CorrectionType type) {
     const radiometry::CalibrationTarget& target = found.target;
     const std::string name =
-        target.id.isEmpty() ? "" : " " + TargetName{target.type, target.id}.text();
+        target.id.isEmpty() ? "" : " " + flight::TargetName{target.type, target.id}.text();
     show("  %s: %s%s%s%s\n",
-         found.imagePath.toUtf8().data(),
-         found.detector.toUtf8().data(),
-         name.c_str(),
+         found.imagePath.toStdString(),
+         found.detector.toStdString(),
+         name,
          found.isUsed ? "" : ", not used: ",
-         found.isUsed ? "" : found.remark.toUtf8().data());
+         found.isUsed ? "" : found.remark.toStdString());
     for (std::size_t b = 0; b < found.mean.size(); ++b) {
         if (!(found.mean[b] > 0.0)) {
             continue; // no pixel is valid: the remark says so
@@ -111,7 +51,7 @@ void print(const MeasuredTarget& found, const InputImage& image, radiometry::Cor
         const auto makers = makersReflectance(image, b, found.mean[b], type);
         show("    %-10s reflectance %6.4f  mean %10.5g  spread %5.2f %%  invalid %5.2f %%  "
              "sensitivity %10.6g%s\n",
-             bandName(image, b).c_str(),
+             flight::bandName(image, b),
              target.reflectanceFactors[b],
              found.mean[b],
              100.0 * found.standardDeviation[b] / found.mean[b],
@@ -119,15 +59,17 @@ void print(const MeasuredTarget& found, const InputImage& image, radiometry::Cor
              target.sensitivity[b],
              makers ? ("  (by the maker's constant: reflectance " +
                        QString::number(*makers, 'f', 4).toStdString() + ")")
-                          .c_str()
+
                     : "");
     }
 }
 
-void print(const TargetCalibration& result, const Flight& flight, const Project& project) {
+void print(const TargetCalibration& result,
+           const flight::Flight& flight,
+           const flight::Project& project) {
     for (const auto& [id, camera] : result.cameras) {
         const radiometry::CorrectionType type = project.settings.at(id).correctionType;
-        show("%s, %s\n", flight.cameras.at(id).uniqueName.toUtf8().data(), wordOf(type).c_str());
+        show("%s, %s\n", flight.cameras.at(id).uniqueName.toStdString(), flight::wordOf(type));
         for (const MeasuredTarget& target : result.targets) {
             if (target.cameraId == id) {
                 print(target, flight.images[target.imageIndex], type);
@@ -141,19 +83,20 @@ void print(const TargetCalibration& result, const Flight& flight, const Project&
         for (const double value : camera.sensitivity) {
             show(" %.17g", value);
         }
-        show(", %s", camera.source.toUtf8().data());
+        show(", %s", camera.source.toStdString());
         show(camera.disagreement > 0.0 ? ", they differ by %.1f %%\n" : "\n",
              100.0 * camera.disagreement);
     }
 }
 
 /// A line for each image that gave no target. @return how many there are
-std::size_t sayFailures(const TargetCalibration& result, const Flight& flight) {
+std::size_t
+sayFailures(const TargetCalibration& result, const flight::Flight& flight, Terminal& terminal) {
     std::size_t count = 0;
     for (const radiometry::TargetCandidate& candidate : result.candidates) {
         const std::string path = flight.images[candidate.imageIndex].path.toStdString();
         for (const std::string& remark : candidate.remarks) {
-            sayWarning(path, remark);
+            terminal.warning({path, remark});
         }
         std::string reason = candidate.failure.toStdString();
         if (reason.empty() && candidate.targetCount == 0) {
@@ -167,86 +110,83 @@ std::size_t sayFailures(const TargetCalibration& result, const Flight& flight) {
             }
         }
         if (!isUsed) {
-            sayFailure(path, reason);
+            terminal.failure({path, reason});
             ++count;
         }
     }
     return count;
 }
 
-SensitivityFile
-sensitivityFile(const TargetCalibration& result, const Flight& flight, const Project& project) {
-    SensitivityFile file;
-    for (const auto& [id, camera] : result.cameras) {
-        if (camera.sensitivity.empty()) {
-            continue;
-        }
-        CameraSensitivity entry;
-        entry.cameraId = id;
-        entry.name = flight.cameras.at(id).uniqueName.toStdString();
-        entry.type = project.settings.at(id).correctionType;
-        entry.sensitivity = camera.sensitivity;
-        entry.source = camera.source.toStdString();
-        for (const MeasuredTarget& target : result.targets) {
-            if (target.cameraId == id) {
-                entry.targets.push_back({target, {}});
-            }
-        }
-        file.cameras.push_back(std::move(entry));
-    }
-    return file;
-}
-
-} // namespace
-
-std::optional<BandReflectance> parseBandReflectance(const std::string& text) {
-    const std::size_t equals = text.rfind('=');
-    if (equals == std::string::npos || equals == 0) {
-        return std::nullopt;
-    }
-    const auto value = parseReflectance(text.substr(equals + 1));
-    return value ? std::optional(BandReflectance(text.substr(0, equals), *value)) : std::nullopt;
-}
-
-image::Ring parseRegion(const std::string& text) {
-    image::Ring ring;
-    std::istringstream corners(text);
-    for (std::string corner; corners >> corner;) {
-        const std::vector<double> position = exif::parseNumbers({corner});
-        if (position.size() != 2 || !(std::abs(position[0]) < 1e9) ||
-            !(std::abs(position[1]) < 1e9)) {
-            return {};
-        }
-        ring.emplace_back(static_cast<int>(std::lround(position[0])),
-                          static_cast<int>(std::lround(position[1])));
-    }
-    if (ring.size() < 3) {
-        return {};
-    }
-    ring.push_back(ring.front());
-    return ring;
-}
-
-int calibrate(const CalibrateOptions& options) {
-    Flight flight = readFlight(expandInputs(options.inputs), options.metadata, options.jobs);
-    std::size_t failed = sayFailures(flight);
-    const Project project = makeProject(flight, options.project, options.metadata, options.jobs);
-    const TargetCalibration result = measure(flight, project, options);
+int calibrate(const Options& options, Terminal& terminal) {
+    bool hasFailed = false;
+    const flight::Flight flight = readAndSay(options.flight, terminal, hasFailed);
+    const flight::Project project = flight::decideProject(flight, options.project, terminal);
+    const TargetCalibration result =
+        flight::calibrate(flight, project, options.stated, options.flight.jobs, terminal);
     print(result, flight, project);
-    failed += sayFailures(result, flight);
-    SensitivityFile file = sensitivityFile(result, flight, project);
+    hasFailed = sayFailures(result, flight, terminal) > 0 || hasFailed;
+    flight::SensitivityFile file = flight::sensitivityFile(result, flight, project);
     if (!options.pictures.empty()) {
-        for (CameraSensitivity& camera : file.cameras) {
-            drawTargets(options.pictures, {}, camera.targets);
+        for (flight::CameraSensitivity& camera : file.cameras) {
+            flight::drawTargets(options.pictures, {}, camera.targets, terminal);
         }
     }
     if (file.cameras.empty()) {
         return NothingDone;
     }
     if (!options.output.empty()) {
-        writeSensitivityFile(options.output.string(), file);
+        flight::writeSensitivityFile(options.output.string(), file);
     }
-    return failed == 0 ? AllDone : SomeFailed;
+    return hasFailed ? SomeFailed : AllDone;
+}
+
+} // namespace
+
+Action addCalibrate(CLI::App& cli) {
+    auto options = std::make_shared<Options>();
+    CLI::App& command = *cli.add_subcommand(
+        "calibrate", "Measure the sensitivity of each camera and band on a reflectance target");
+    addFlight(command, options->flight)->required();
+    auto* reflectance = command.add_option_function<std::vector<std::string>>(
+        "--reflectance",
+        [options](const std::vector<std::string>& texts) {
+            for (const std::string& text : texts) {
+                const auto value = flight::parseBandReflectance(text);
+                if (!value) {
+                    throw CLI::ValidationError(
+                        "--reflectance", "not NAME=VALUE with a value above 0, up to 1: " + text);
+                }
+                options->stated.reflectance.push_back(*value);
+            }
+        },
+        "NAME=VALUE,..: reflectance of the target; NAME is a band's name or its wavelength in nm");
+    reflectance->delimiter(',')->allow_extra_args(false);
+    command
+        .add_option_function<std::string>(
+            "--target",
+            [options](const std::string& text) {
+                options->stated.name = flight::TargetName::fromText(text);
+                if (!options->stated.name) {
+                    throw CLI::ValidationError("--target", "not TYPE/ID: " + text);
+                }
+            },
+            "TYPE/ID of the target whose stored reflectance holds (see targets)")
+        ->excludes(reflectance);
+    command.add_option_function<std::string>(
+        "--region",
+        [options](const std::string& text) {
+            options->stated.region = flight::parseRegion(text);
+            if (options->stated.region.empty()) {
+                throw CLI::ValidationError("--region", "not \"x,y x,y x,y ..\": " + text);
+            }
+        },
+        "\"x,y x,y x,y ..\": corners of the target in each image, px; the default is to find it");
+    command.add_option("-o,--output", options->output, "File to write, for correct --sensitivity");
+    command.add_option("--pictures",
+                       options->pictures,
+                       "Folder for a picture (PNG) of each target: the image, what was measured");
+    addProject(command, options->flight, options->project);
+    return [options](Terminal& terminal) { return calibrate(*options, terminal); };
 }
 
 } // namespace tessik::app

@@ -1,22 +1,17 @@
-#include "Inspect.h"
-
-#include "Console.h"
-#include "CorrectionWords.h"
-#include "Flight.h"
-#include "ImageCorrector.h"
-#include "JsonReader.h"
-#include "platform/camera/ExifInfo.h"
-#include "platform/exif/ExifReader.h"
+#include "app/Subcommands.h"
+#include "flight/input/Pixels.h"
+#include "flight/json/CorrectionWords.h"
+#include "flight/run/ImageCorrector.h"
 #include "radiometry/config/CorrectionSelection.h"
 
-#include <nlohmann/json.hpp>
-
-#include <cstdio>
+#include <memory>
+#include <string>
 
 namespace tessik::app {
 namespace {
 
-using Json = nlohmann::ordered_json;
+using flight::Json;
+using flight::orNull;
 
 const char* vignettingName(VignettingType type) {
     switch (type) {
@@ -62,21 +57,19 @@ Json vignettingOf(const VignettingData& data) {
 Json bandsOf(const ExifInfo& exif) {
     Json bands = Json::array();
     for (std::size_t b = 0; b < exif.bandCount; ++b) {
-        const bool hasWavelength = b < exif.bands.size();
-        bands.push_back(
-            {{"name", b < exif.bandNames.size() ? Json(exif.bandNames[b].toStdString()) : Json()},
-             {"wavelength_nm", hasWavelength ? Json(exif.bands[b].wavelengthNm) : Json()},
-             {"fwhm_nm", hasWavelength ? Json(exif.bands[b].fwhmNm) : Json()}});
+        const std::string name = b < exif.bandNames.size() ? exif.bandNames[b].toStdString() : "";
+        bands.push_back(flight::bandJson(b < exif.bandNames.size() ? &name : nullptr,
+                                         b < exif.bands.size() ? &exif.bands[b] : nullptr));
     }
     return bands;
 }
 
 Json missingOf(const InputImage& image, radiometry::CorrectionType guess) {
     Json missing = Json::object();
-    for (const radiometry::CorrectionType type : correctionTypes()) {
+    for (const radiometry::CorrectionType type : flight::correctionTypes()) {
         if (type > guess) {
-            missing[wordOf(type)] =
-                wordsOf(radiometry::isInformationMissingForCorrection(image, type));
+            missing[flight::wordOf(type)] =
+                flight::wordsOf(radiometry::isInformationMissingForCorrection(image, type));
         }
     }
     return missing;
@@ -84,9 +77,9 @@ Json missingOf(const InputImage& image, radiometry::CorrectionType guess) {
 
 Json describe(const InputImage& image,
               radiometry::CorrectionType guess,
-              ImageCorrector& corrector) {
+              flight::ImageCorrector& corrector) {
     const ExifInfo& exif = image.exif;
-    const ChainDescription chain = corrector.describeChain(image);
+    const flight::ChainDescription chain = corrector.describeChain(image);
     Json darkLevels = Json::array();
     for (const Eigen::MatrixXd& level : exif.darkLevels) {
         darkLevels.push_back(rowsOf(level));
@@ -96,102 +89,107 @@ Json describe(const InputImage& image,
         badPixels.push_back(list.size());
     }
     const auto& position = image.geo.position;
-    return {
-        {"file", image.path.toStdString()},
-        {"camera",
-         {{"id", std::to_string(image.cameraId)},
-          {"name", exif::cameraName(exif).toStdString()},
-          {"make", exif.make.toStdString()},
-          {"model", exif.model.toStdString()},
-          {"serial", exif.serialNumber.toStdString()}}},
-        {"width", exif.imageWidth},
-        {"height", exif.imageHeight},
-        {"pixel_type", toString(exif.pixelType)},
-        {"bands", bandsOf(exif)},
-        {"exposure_s", exif.exposureTime},
-        {"iso", exif.iso},
-        {"f_number", exif.apertureFNumber},
-        {"sensitivity", exif.sensitivity},
-        {"dark_levels", darkLevels},
-        {"bad_pixels", badPixels},
-        {"vignetting", vignettingOf(exif.vignetting)},
-        {"gamma", !exif.gamma.empty()},
-        {"color_matrix",
-         exif.colorConversionMatrix.size() > 0 ? rowsOf(exif.colorConversionMatrix) : Json()},
-        {"sun_irradiance", exif::hasSunIrradiance(exif) ? Json(exif.sunIrradiance) : Json()},
-        {"sensor_yaw_pitch_roll_deg",
-         exif.sunSensorYawPitchRoll ? listOf(*exif.sunSensorYawPitchRoll) : Json()},
-        {"capture_time_unix", image.geo.captureTime},
-        {"latitude_deg", position ? Json(position->latitude) : Json()},
-        {"longitude_deg", position ? Json(position->longitude) : Json()},
-        {"altitude_m", position ? Json(position->height) : Json()},
-        {"sensor_temperature_c", exif.sensorTemperature ? Json(*exif.sensorTemperature) : Json()},
-        {"correction_type", wordOf(guess)},
-        {"missing", missingOf(image, guess)},
-        {"chain", chain.chain},
-        {"applicable", chain.applicable}};
+    return {{"file", image.path.toStdString()},
+            {"camera",
+             {{"id", std::to_string(image.cameraId)},
+              {"name", exif::cameraName(exif).toStdString()},
+              {"make", exif.make.toStdString()},
+              {"model", exif.model.toStdString()},
+              {"serial", exif.serialNumber.toStdString()}}},
+            {"width", exif.imageWidth},
+            {"height", exif.imageHeight},
+            {"pixel_type", toString(exif.pixelType)},
+            {"bands", bandsOf(exif)},
+            {"exposure_s", exif.exposureTime},
+            {"iso", exif.iso},
+            {"f_number", exif.apertureFNumber},
+            {"sensitivity", exif.sensitivity},
+            {"dark_levels", darkLevels},
+            {"bad_pixels", badPixels},
+            {"vignetting", vignettingOf(exif.vignetting)},
+            {"gamma", !exif.gamma.empty()},
+            {"color_matrix",
+             exif.colorConversionMatrix.size() > 0 ? rowsOf(exif.colorConversionMatrix) : Json()},
+            {"sun_irradiance", exif::hasSunIrradiance(exif) ? Json(exif.sunIrradiance) : Json()},
+            {"sensor_yaw_pitch_roll_deg",
+             exif.sunSensorYawPitchRoll ? listOf(*exif.sunSensorYawPitchRoll) : Json()},
+            {"capture_time_unix", image.geo.captureTime},
+            {"latitude_deg", position ? Json(position->latitude) : Json()},
+            {"longitude_deg", position ? Json(position->longitude) : Json()},
+            {"altitude_m", position ? Json(position->height) : Json()},
+            {"sensor_temperature_c", orNull(exif.sensorTemperature)},
+            {"correction_type", flight::wordOf(guess)},
+            {"missing", missingOf(image, guess)},
+            {"chain", chain.chain},
+            {"applicable", chain.applicable}};
 }
 
 /// Short aligned lines for people: what is not stated is left out.
 void printImage(const Json& image) {
-    show("%s\n", image["file"].get<std::string>().c_str());
+    show("%s\n", image["file"].get<std::string>());
     for (const auto& [key, value] : image.items()) {
         if (key == "file" || value.is_null() || (value.is_structured() && value.empty())) {
             continue;
         }
         if (key == "camera") {
-            show("  %-26s %s\n", "camera", value["name"].get<std::string>().c_str());
+            show("  %-26s %s\n", "camera", value["name"].get<std::string>());
             continue;
         }
-        const std::string text = value.is_string()
-                                     ? value.get<std::string>()
-                                     : value.dump(-1, ' ', false, Json::error_handler_t::replace);
-        show("  %-26s %s\n", key.c_str(), text.c_str());
+        show("  %-26s %s\n",
+             key,
+             value.is_string() ? value.get<std::string>() : flight::textOf(value));
     }
 }
 
-/// Each camera with the richest correction that the metadata of its images support.
-Project guessedProject(const Flight& flight) {
-    Project project;
-    for (const auto& [id, camera] : flight.cameras) {
-        project.settings[id] = {
-            radiometry::guessRadiometricCorrectionTypeFromImage(flight.images, id)};
-    }
-    return project;
-}
+struct Options {
+    flight::FlightOptions flight;
+    bool json = false;
+};
 
-} // namespace
-
-int inspect(const InspectOptions& options) {
-    Flight flight = readFlight(expandInputs(options.inputs), options.metadata, options.jobs);
-    bool hasFailed = sayFailures(flight) > 0;
-    const Project project = guessedProject(flight);
-    ImageCorrector corrector(project);
+int inspect(const Options& options, Terminal& terminal) {
+    bool hasFailed = false;
+    flight::Flight flight = readAndSay(options.flight, terminal, hasFailed);
+    flight::Decisions decisions;
+    flight::ProjectOptions asked;
+    asked.sunlight.model = flight::SunlightChoice::Model::None;
+    decisions.project = flight::decideProject(flight, asked, terminal);
+    flight::ImageCorrector corrector(decisions);
     Json all = Json::array();
     for (InputImage& image : flight.images) {
         if (!image.enabled) {
             continue;
         }
         const std::string path = image.path.toStdString();
-        const ImageContext context(path);
+        const flight::Listening listening(terminal, path);
         try {
-            (void)openPixels(image);
-            all.push_back(describe(image, project.typeOf(image), corrector));
+            (void)flight::openPixels(image);
+            all.push_back(describe(image, decisions.project.typeOf(image), corrector));
             if (!options.json) {
                 printImage(all.back());
             }
         } catch (const std::exception& failure) {
-            sayFailure(path, failure.what());
+            terminal.failure({path, failure.what()});
             hasFailed = true;
         }
     }
     if (options.json) {
-        std::puts(jsonText(all, 2).c_str());
+        showJson(all);
     }
     if (!hasFailed) {
         return AllDone;
     }
     return all.empty() ? NothingDone : SomeFailed;
+}
+
+} // namespace
+
+Action addInspect(CLI::App& cli) {
+    auto options = std::make_shared<Options>();
+    CLI::App& command = *cli.add_subcommand(
+        "inspect", "Show what is understood of each image, and what would be done");
+    addFlight(command, options->flight)->required();
+    addJson(command, options->json);
+    return [options](Terminal& terminal) { return inspect(*options, terminal); };
 }
 
 } // namespace tessik::app

@@ -1,19 +1,15 @@
-#include "SequoiaModel.h"
-
-#include "Console.h"
-#include "JsonReader.h"
+#include "app/Subcommands.h"
 #include "radiometry/cameras/sequoia/ioModels.h"
 #include "radiometry/core/Types.h"
 
-#include <nlohmann/json.hpp>
-
-#include <cstdio>
-#include <optional>
+#include <cmath>
+#include <memory>
+#include <string>
 
 namespace tessik::app {
 namespace {
 
-using Json = nlohmann::ordered_json;
+using flight::Json;
 using radiometry::sequoia::BandModels;
 using radiometry::sequoia::ParameterMatrix;
 
@@ -22,15 +18,10 @@ struct Model {
     BandModels bands;
 };
 
-/// Says why when the file cannot be used.
-std::optional<Model> read(const std::string& file) {
-    try {
-        auto [serialNumber, bands] = radiometry::sequoia::readModel(QString::fromStdString(file));
-        return Model{serialNumber.toStdString(), std::move(bands)};
-    } catch (const radiometry::error& failure) {
-        sayFailure({}, failure.what());
-        return std::nullopt;
-    }
+/// @throws radiometry::error when the file cannot be used
+Model read(const std::string& file) {
+    auto [serialNumber, bands] = radiometry::sequoia::readModel(QString::fromStdString(file));
+    return {serialNumber.toStdString(), std::move(bands)};
 }
 
 Json describe(const ParameterMatrix& matrix) {
@@ -50,16 +41,11 @@ std::string line(const Json& d) {
                 : "");
 }
 
-} // namespace
-
-int showSequoiaModel(const std::string& file, bool json) {
-    const std::optional<Model> model = read(file);
-    if (!model) {
-        return NothingDone;
-    }
+int showModel(const std::string& file, bool json) {
+    const Model model = read(file);
     Json bands = Json::array();
     for (const char* name : {"Green", "Red", "Red edge", "NIR"}) {
-        const auto& parameter = model->bands.at(QString::fromLatin1(name));
+        const auto& parameter = model.bands.at(QString::fromLatin1(name));
         bands.push_back(
             {{"name", name},
              {"dark_offset", parameter.darkCurrent.darkOffset},
@@ -70,30 +56,25 @@ int showSequoiaModel(const std::string& file, bool json) {
              {"vignetting", describe(parameter.cmos.vignetting)}});
     }
     if (json) {
-        const Json document = {{"file", file}, {"serial", model->serialNumber}, {"bands", bands}};
-        std::puts(jsonText(document, 2).c_str());
+        const Json document = {{"file", file}, {"serial", model.serialNumber}, {"bands", bands}};
+        showJson(document);
         return AllDone;
     }
-    show("%s\n  serial number            %s\n", file.c_str(), model->serialNumber.c_str());
+    show("%s\n  serial number            %s\n", file, model.serialNumber);
     for (const Json& band : bands) {
-        show("  %s\n", band["name"].get<std::string>().c_str());
+        show("  %s\n", band["name"].get<std::string>());
         for (const auto& [key, value] : band.items()) {
             if (key != "name") {
-                show("    %-30s %s\n",
-                     key.c_str(),
-                     (value.is_object() ? line(value) : value.dump()).c_str());
+                show("    %-30s %s\n", key, (value.is_object() ? line(value) : value.dump()));
             }
         }
     }
     return AllDone;
 }
 
-int checkSequoiaModel(const std::string& file) {
-    const std::optional<Model> model = read(file);
-    if (!model) {
-        return NothingDone;
-    }
-    for (const auto& [name, parameter] : model->bands) {
+int checkModel(const std::string& file, Terminal& terminal) {
+    const Model model = read(file);
+    for (const auto& [name, parameter] : model.bands) {
         const bool isFinite = std::isfinite(parameter.darkCurrent.darkOffset) &&
                               std::isfinite(parameter.darkCurrent.temperatureCoefficient) &&
                               parameter.darkCurrent.dark.allFinite() &&
@@ -101,12 +82,35 @@ int checkSequoiaModel(const std::string& file) {
                               parameter.cmos.vignetting.allFinite();
         if (!isFinite || !(parameter.cmos.gain > 0.0) ||
             !(parameter.cmos.vignetting.minCoeff() > 0.0)) {
-            sayFailure(file, "band " + name.toStdString() + " holds values that cannot be used");
+            terminal.failure(
+                {file, "band " + name.toStdString() + " holds values that cannot be used"});
             return NothingDone;
         }
     }
-    show("%s: good, serial number %s\n", file.c_str(), model->serialNumber.c_str());
+    show("%s: good, serial number %s\n", file, model.serialNumber);
     return AllDone;
+}
+
+} // namespace
+
+Action addSequoiaModel(CLI::App& cli) {
+    struct Options {
+        std::string file;
+        bool json = false;
+    };
+    auto options = std::make_shared<Options>();
+    CLI::App& command = *cli.add_subcommand("sequoia-model", "Look at Parrot Sequoia model files");
+    command.require_subcommand(1);
+    CLI::App& show = *command.add_subcommand("show", "Show what a model file holds");
+    CLI::App& check = *command.add_subcommand("check", "Tell whether a model file can be used");
+    for (CLI::App* one : {&show, &check}) {
+        one->add_option("FILE", options->file, "A model file")->required();
+    }
+    addJson(show, options->json);
+    return [options, &show](Terminal& terminal) {
+        return show.parsed() ? showModel(options->file, options->json)
+                             : checkModel(options->file, terminal);
+    };
 }
 
 } // namespace tessik::app

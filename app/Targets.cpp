@@ -1,23 +1,25 @@
-#include "Targets.h"
-
-#include "Console.h"
-#include "JsonReader.h"
+#include "app/Subcommands.h"
+#include "flight/target/TargetName.h"
 #include "platform/exif/Tags.h"
 #include "radiometry/calibrationTarget/ReflectanceStore.h"
 
 #include <QtCore/QSettings>
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <cstdio>
 #include <map>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace tessik::app {
 namespace {
 
-using Json = nlohmann::ordered_json;
+using flight::Json;
+using flight::TargetName;
 using radiometry::CalibrationTargetKey;
 
 /// The shortest text that reads back to the same float.
@@ -54,44 +56,41 @@ Json describe(const std::string& name, const std::vector<CalibrationTargetKey>& 
 }
 
 void printTarget(const Json& target) {
-    show("%s\n", target["target"].get<std::string>().c_str());
+    show("%s\n", target["target"].get<std::string>());
     for (const Json& band : target["reflectance"]) {
         show("  %7.1f nm  width %5.1f nm  %s\n",
              band["wavelength_nm"].get<double>(),
              band["fwhm_nm"].get<double>(),
-             band["reflectance"].dump().c_str());
+             band["reflectance"].dump());
     }
 }
 
-std::optional<TargetName> parseName(const std::string& text) {
-    auto name = TargetName::fromText(text);
+TargetName parseName(const std::string& text) {
+    const auto name = TargetName::fromText(text);
     if (!name) {
-        sayFailure({},
-                   text + ": not TYPE/ID, with a TYPE of tags_12, tags_6, AirCalib or unknown "
-                          "(which panels with a QR code are)");
+        throw std::runtime_error(
+            text + ": not TYPE/ID, with a TYPE of tags_12, tags_6, AirCalib or unknown (which "
+                   "panels with a QR code are)");
     }
-    return name;
+    return *name;
 }
 
-const std::vector<CalibrationTargetKey>*
-find(const std::map<std::string, std::vector<CalibrationTargetKey>>& targets,
-     const TargetName& name) {
+std::vector<CalibrationTargetKey> keysOf(const TargetName& name) {
+    const auto targets = storedTargets();
     const auto found = targets.find(name.text());
     if (found == targets.end()) {
-        sayFailure({}, name.text() + ": no reflectance is stored for it");
-        return nullptr;
+        throw std::runtime_error(name.text() + ": no reflectance is stored for it");
     }
-    return &found->second;
+    return found->second;
 }
 
-bool isWritten() {
+int write() {
     QSettings settings;
     settings.sync();
     if (settings.status() != QSettings::NoError) {
-        sayFailure(settings.fileName().toStdString(), "cannot be written");
-        return false;
+        throw std::runtime_error(settings.fileName().toStdString() + ": cannot be written");
     }
-    return true;
+    return AllDone;
 }
 
 /// WAVELENGTH_FWHM=VALUE.
@@ -103,37 +102,14 @@ std::optional<std::pair<BandInfo, double>> parseBandValue(const std::string& tex
     }
     const auto wavelength = exif::parseNumber(text.substr(0, separator));
     const auto width = exif::parseNumber(text.substr(separator + 1, equals - separator - 1));
-    const auto value = parseReflectance(text.substr(equals + 1));
+    const auto value = flight::parseReflectance(text.substr(equals + 1));
     if (!wavelength || !width || !value || !(*wavelength > 0.0) || !(*width >= 0.0)) {
         return std::nullopt;
     }
     return std::pair(BandInfo{*wavelength, *width}, *value);
 }
 
-} // namespace
-
-std::optional<TargetName> TargetName::fromText(const std::string& text) {
-    const std::size_t slash = text.find('/');
-    if (slash == std::string::npos || slash + 1 == text.size()) {
-        return std::nullopt;
-    }
-    const auto type = targetTypeFromText(QString::fromStdString(text.substr(0, slash)));
-    if (!type) {
-        return std::nullopt;
-    }
-    return TargetName{*type, QString::fromStdString(text.substr(slash + 1))};
-}
-
-std::string TargetName::text() const {
-    return (text::toString(type) + "/" + id).toStdString();
-}
-
-std::optional<double> parseReflectance(const std::string& text) {
-    const auto value = exif::parseNumber(text);
-    return value && *value > 0.0 && *value <= 1.0 ? value : std::nullopt;
-}
-
-int listTargets(bool json) {
+int list(bool json) {
     Json all = Json::array();
     for (const auto& [name, keys] : storedTargets()) {
         all.push_back(describe(name, keys));
@@ -142,61 +118,81 @@ int listTargets(bool json) {
         }
     }
     if (json) {
-        std::puts(jsonText(all, 2).c_str());
+        showJson(all);
     }
     return AllDone;
 }
 
-int showTarget(const std::string& text, bool json) {
-    const auto name = parseName(text);
-    const auto targets = storedTargets();
-    const auto* keys = name ? find(targets, *name) : nullptr;
-    if (keys == nullptr) {
-        return NothingDone;
-    }
-    const Json target = describe(name->text(), *keys);
+int showOne(const TargetName& name, bool json) {
+    const Json target = describe(name.text(), keysOf(name));
     if (json) {
-        std::puts(jsonText(target, 2).c_str());
+        showJson(target);
     } else {
         printTarget(target);
     }
     return AllDone;
 }
 
-int setTarget(const std::string& text, const std::vector<std::string>& values) {
-    const auto name = parseName(text);
-    if (!name) {
-        return NothingDone;
-    }
+/// @param values each WAVELENGTH_FWHM=VALUE, nm; all are stored, or none
+int set(const TargetName& name, const std::vector<std::string>& values) {
     std::vector<std::pair<BandInfo, double>> bands;
     for (const std::string& value : values) {
         const auto band = parseBandValue(value);
         if (!band) {
-            sayFailure({},
-                       value + ": not WAVELENGTH_FWHM=VALUE, as in 475_20=0.56, with a "
-                               "reflectance above 0 and up to 1");
-            return NothingDone;
+            throw std::runtime_error(value +
+                                     ": not WAVELENGTH_FWHM=VALUE, as in 475_20=0.56, with a "
+                                     "reflectance above 0 and up to 1");
         }
         bands.push_back(*band);
     }
     for (const auto& [band, value] : bands) {
-        radiometry::saveCalibrationTargetReflectanceInDb({name->type, name->id, band},
+        radiometry::saveCalibrationTargetReflectanceInDb({name.type, name.id, band},
                                                          static_cast<float>(value));
     }
-    return isWritten() ? AllDone : NothingDone;
+    return write();
 }
 
-int removeTarget(const std::string& text) {
-    const auto name = parseName(text);
-    const auto targets = storedTargets();
-    const auto* keys = name ? find(targets, *name) : nullptr;
-    if (keys == nullptr) {
-        return NothingDone;
-    }
-    for (const CalibrationTargetKey& key : *keys) {
+int remove(const TargetName& name) {
+    for (const CalibrationTargetKey& key : keysOf(name)) {
         radiometry::removeCalibrationTargetReflectanceFromDb(key);
     }
-    return isWritten() ? AllDone : NothingDone;
+    return write();
+}
+
+} // namespace
+
+Action addTargets(CLI::App& cli) {
+    struct Options {
+        std::string name;
+        std::vector<std::string> values;
+        bool json = false;
+    };
+    auto options = std::make_shared<Options>();
+    CLI::App& command = *cli.add_subcommand("targets", "Keep known reflectances of targets");
+    command.require_subcommand(1);
+    CLI::App& listing = *command.add_subcommand("list", "Show all that are stored");
+    CLI::App& showing = *command.add_subcommand("show", "Show those of one target");
+    CLI::App& setting = *command.add_subcommand("set", "Store reflectances of a target");
+    CLI::App& removal = *command.add_subcommand("remove", "Remove a target from the store");
+    for (CLI::App* one : {&showing, &setting, &removal}) {
+        one->add_option("TYPE/ID",
+                        options->name,
+                        "tags_12, tags_6, AirCalib or unknown (panels with a QR code), and serial")
+            ->required();
+    }
+    addJson(listing, options->json);
+    addJson(showing, options->json);
+    setting
+        .add_option("WAVELENGTH_FWHM=VALUE",
+                    options->values,
+                    "Band in nm and reflectance, above 0 and up to 1: 475_20=0.56")
+        ->required();
+    return [options, &listing, &showing, &setting](Terminal& /*terminal*/) {
+        return listing.parsed()   ? list(options->json)
+               : showing.parsed() ? showOne(parseName(options->name), options->json)
+               : setting.parsed() ? set(parseName(options->name), options->values)
+                                  : remove(parseName(options->name));
+    };
 }
 
 } // namespace tessik::app

@@ -1,50 +1,45 @@
-#include "Validate.h"
-
-#include "Console.h"
-#include "CorrectionWords.h"
-#include "Flight.h"
-#include "ImageCorrector.h"
-#include "JsonReader.h"
-#include "Poses.h"
+#include "app/Subcommands.h"
+#include "flight/input/Pixels.h"
+#include "flight/json/CorrectionWords.h"
 #include "radiometry/config/Validation.h"
 
-#include <nlohmann/json.hpp>
-
-#include <cstdio>
+#include <memory>
+#include <optional>
+#include <string>
 
 namespace tessik::app {
 namespace {
 
-using Json = nlohmann::ordered_json;
+using flight::Json;
+using flight::orNull;
 
 /// Why `correct` would leave an image alone; empty = it would not.
-std::string refusalOf(const InputImage& image, const ImageCorrector& corrector) {
+std::string refusalOf(const InputImage& image, const flight::Project& project) {
     try {
-        corrector.check(image);
+        project.check(image);
         return {};
-    } catch (const Refusal& refusal) {
+    } catch (const flight::Refusal& refusal) {
         return refusal.what();
     }
 }
 
-Json describe(std::uint64_t id, const Flight& flight, const Project& project) {
+Json describe(std::uint64_t id, const flight::Flight& flight, const flight::Project& project) {
     const CameraData& camera = flight.cameras.at(id);
     const radiometry::CorrectionType type = project.settings.at(id).correctionType;
     const CorrectionError error = radiometry::getCorrectionError(
         flight.images, project.coordinateSystems.output, project.coordinateSystems.site, id, type);
-    const ImageCorrector corrector(project);
     Json problems = Json::array();
     for (const auto& [index, missing] : error.imageErrors()) {
         const InputImage& image = flight.images[index];
-        const std::string refusal = refusalOf(image, corrector);
+        const std::string refusal = refusalOf(image, project);
         if (missing != radiometry::ImageCorrectionError::None || !refusal.empty()) {
             problems.push_back({{"file", image.path.toStdString()},
-                                {"missing", wordsOf(missing)},
-                                {"reason", refusal.empty() ? Json() : Json(refusal)}});
+                                {"missing", flight::wordsOf(missing)},
+                                {"reason", orNull(refusal)}});
         }
     }
     return {{"camera", {{"id", std::to_string(id)}, {"name", camera.uniqueName.toStdString()}}},
-            {"correction_type", wordOf(type)},
+            {"correction_type", flight::wordOf(type)},
             {"images", error.imageErrors().size()},
             {"output_placed", !error.isOutputUnplaced()},
             {"problems", problems}};
@@ -56,8 +51,8 @@ bool isGood(const Json& camera) {
 
 void printCamera(const Json& camera) {
     show("%-44s %-18s %5d images  %s\n",
-         camera["camera"]["name"].get<std::string>().c_str(),
-         camera["correction_type"].get<std::string>().c_str(),
+         camera["camera"]["name"].get<std::string>(),
+         camera["correction_type"].get<std::string>(),
          camera["images"].get<int>(),
          isGood(camera) ? "nothing is missing" : "incomplete");
     if (!camera["output_placed"].get<bool>()) {
@@ -71,27 +66,24 @@ void printCamera(const Json& camera) {
         if (!problem["reason"].is_null()) {
             text += (text.empty() ? "" : "; ") + problem["reason"].get<std::string>();
         }
-        show("  %s: %s\n", problem["file"].get<std::string>().c_str(), text.c_str());
+        show("  %s: %s\n", problem["file"].get<std::string>(), text);
     }
 }
 
-} // namespace
+struct Options {
+    flight::FlightOptions flight;
+    /// Absent = the richest that a camera's metadata support.
+    std::optional<radiometry::CorrectionType> type;
+    bool json = false;
+};
 
-int validate(const ValidateOptions& options) {
-    Flight flight = readFlight(expandInputs(options.inputs), options.metadata, options.jobs);
-    bool hasFailed = sayFailures(flight) > 0;
-    for (InputImage& image : flight.images) {
-        mountSensor(options.sensorMount, image);
-    }
-    Project project;
-    project.isTypeChosen = options.type.has_value();
-    project.coordinateSystems = coordinateSystemsOf(flight);
-    if (options.type) {
-        for (const auto& [id, camera] : flight.cameras) {
-            project.settings[id] = {*options.type};
-        }
-    }
-    radiometry::verifyValidRadiometricSettings(flight.cameras, flight.images, project.settings);
+int validate(const Options& options, Terminal& terminal) {
+    bool hasFailed = false;
+    const flight::Flight flight = readAndSay(options.flight, terminal, hasFailed);
+    flight::ProjectOptions asked;
+    asked.type = options.type;
+    asked.sunlight.model = flight::SunlightChoice::Model::None;
+    const flight::Project project = flight::decideProject(flight, asked, terminal);
     Json cameras = Json::array();
     for (const auto& [id, camera] : flight.cameras) {
         cameras.push_back(describe(id, flight, project));
@@ -101,12 +93,26 @@ int validate(const ValidateOptions& options) {
         }
     }
     if (options.json) {
-        std::puts(jsonText(cameras, 2).c_str());
+        showJson(cameras);
     }
     if (cameras.empty()) {
         return NothingDone;
     }
     return hasFailed ? SomeFailed : AllDone;
+}
+
+} // namespace
+
+Action addValidate(CLI::App& cli) {
+    auto options = std::make_shared<Options>();
+    options->flight.looksForClipLimits = false;
+    CLI::App& command =
+        *cli.add_subcommand("validate", "Tell what images lack for their correction");
+    addFlight(command, options->flight)->required();
+    addType(command, options->type);
+    addSensorMount(command, options->flight);
+    addJson(command, options->json);
+    return [options](Terminal& terminal) { return validate(*options, terminal); };
 }
 
 } // namespace tessik::app

@@ -1,8 +1,5 @@
-#include "Calibrate.h"
-
-#include "ImageCorrector.h"
-#include "SensitivityFile.h"
 #include "app/Command.h"
+#include "flight/target/SensitivityFile.h"
 #include "platform/image/Raster.h"
 #include "simulate/Flight.h"
 #include "support/Support.h"
@@ -87,7 +84,7 @@ TEST_F(CalibrateCommand, aKnownPatchOfASimulatedFlightGivesTheMakersConstant) {
         "calibrate flight/images/IMG_0000_1.tif -o out.json --reflectance BLUE=" + value + region);
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_THAT(result.out, HasSubstr("by the maker's constant: reflectance 0."));
-    const SensitivityFile file = readSensitivityFile(folder.file("out.json"));
+    const flight::SensitivityFile file = flight::readSensitivityFile(folder.file("out.json"));
     ASSERT_EQ(file.cameras.size(), 1U);
     // 3 % of noise, averaged over 256 pixels.
     EXPECT_NEAR(file.cameras[0].sensitivity.at(0) / 655.36, 1.0, 0.01);
@@ -100,9 +97,10 @@ TEST_F(CalibrateCommand, aKnownPatchOfASimulatedFlightGivesTheMakersConstant) {
     radiometry(folder, "targets set unknown/P 475_20=" + value);
     const Result again = radiometry(folder, stored + " -o again.json");
     EXPECT_EQ(again.status, 0) << again.err;
-    EXPECT_NEAR(readSensitivityFile(folder.file("again.json")).cameras.at(0).sensitivity.at(0),
-                file.cameras[0].sensitivity[0],
-                1e-4);
+    EXPECT_NEAR(
+        flight::readSensitivityFile(folder.file("again.json")).cameras.at(0).sensitivity.at(0),
+        file.cameras[0].sensitivity[0],
+        1e-4);
     const Result other = radiometry(
         folder, "calibrate flight/images/IMG_0000_1.tif --reflectance Bleu=0.5" + region);
     EXPECT_EQ(other.status, 1);
@@ -134,99 +132,6 @@ TEST_F(CalibrateCommand, validateTellsWhatIsMissing) {
     EXPECT_EQ(cameras[0]["problems"].size(), 2U);
     EXPECT_EQ(cameras[0]["problems"][0]["missing"],
               OrderedJson::parse(R"(["sun-irradiance-orientation"])"));
-}
-
-SensitivityFile someFile() {
-    CameraSensitivity camera;
-    camera.cameraId = 18446744073709551615ULL; // more than a double can hold
-    camera.name = "cam";
-    camera.type = radiometry::CorrectionType::CameraAndSunIrradiance;
-    camera.sensitivity = {0.1, 655.36};
-    camera.source = "one panel";
-    radiometry::MeasuredTarget target;
-    target.imagePath = "a.tif";
-    target.cameraId = camera.cameraId;
-    target.target = {TargetType::Tags6, "7", {{1, 2}, {3, 4}, {1, 2}}, {1.0 / 3.0}, {0.5}};
-    target.mean = {1.0 / 7.0};
-    target.standardDeviation = {0.01};
-    target.invalidShare = {0.0};
-    target.histogram = {{0.5, 1.5, {1, 2, 3}}};
-    target.isUsed = true;
-    target.remark = "r";
-    camera.targets = {{target, "targets/a.png"}};
-    return {{camera}};
-}
-
-TEST(SensitivityFile, comesBackAsItWas) {
-    const TemporaryFolder folder;
-    const SensitivityFile file = someFile();
-    writeSensitivityFile(folder.file("s.json"), file);
-    const SensitivityFile read = readSensitivityFile(folder.file("s.json"));
-    EXPECT_EQ(read.cameras.at(0).cameraId, file.cameras[0].cameraId);
-    EXPECT_EQ(read.cameras[0].sensitivity, file.cameras[0].sensitivity);
-    EXPECT_EQ(toJson(read.cameras[0].targets.at(0)), toJson(file.cameras[0].targets[0]));
-
-    InputImage image;
-    image.cameraId = 5;
-    image.exif.bandCount = 2;
-    const auto type = file.cameras[0].type;
-    EXPECT_TRUE(sensitivityFor(image, type, read).empty());
-    image.cameraId = file.cameras[0].cameraId;
-    EXPECT_EQ(sensitivityFor(image, type, read), file.cameras[0].sensitivity);
-    EXPECT_THROW(sensitivityFor(image, radiometry::CorrectionType::CameraOnly, read), Refusal);
-    image.exif.bandCount = 1;
-    EXPECT_THROW(sensitivityFor(image, type, read), Refusal);
-}
-
-TEST(SensitivityFile, isReadWithCare) {
-    const TemporaryFolder folder;
-    const std::string path = folder.file("s.json");
-    writeSensitivityFile(path, someFile());
-    const OrderedJson good = OrderedJson::parse(readAll(path));
-    struct Case {
-        const char* pointer;
-        OrderedJson value;
-        const char* message;
-    };
-    const std::vector<Case> cases = {
-        {"/format", "plan", "format: not \"radiometry sensitivity\""},
-        {"/schema_version", 2, "schema_version: not 1, the one that is understood"},
-        {"/cameras/0/sensitivity/1",
-         0.0,
-         "cameras[0].sensitivity[1]: not a positive, finite number"},
-        {"/cameras/0/sensitivity/0",
-         -1,
-         "cameras[0].sensitivity[0]: not a positive, finite number"},
-        {"/cameras/0/sensitivity/0", OrderedJson(), "cameras[0].sensitivity[0]: not a number"},
-        {"/cameras/0/sensitivity", OrderedJson::array(), "cameras[0].sensitivity: no band"},
-        {"/cameras/0/id", "12x", "cameras[0].id: not an identifier"},
-        {"/cameras/0/correction_type", "sun", "cameras[0].correction_type: not a correction type"},
-        {"/cameras/0/targets/0/type", "panel", "cameras[0].targets[0].type: not a type of target"},
-        {"/cameras/0", OrderedJson::object(), "cameras[0]: no \"id\""},
-        {"/cameras/1", good["cameras"][0], "cameras[1].id: a camera that is there twice"},
-    };
-    const auto messageOf = [&path](const std::string& text) {
-        std::ofstream(path) << text;
-        return test::messageOf<std::runtime_error>([&path] { (void)readSensitivityFile(path); });
-    };
-    for (const Case& c : cases) {
-        OrderedJson bad = good;
-        bad[OrderedJson::json_pointer(c.pointer)] = c.value;
-        EXPECT_EQ(messageOf(bad.dump()), path + ": " + c.message);
-    }
-    EXPECT_THAT(messageOf(good.dump().substr(0, 100)), HasSubstr(path + ": not JSON: "));
-    fs::remove(path);
-    EXPECT_EQ(test::messageOf<std::runtime_error>([&path] { (void)readSensitivityFile(path); }),
-              path + ": cannot be read");
-}
-
-TEST(Region, isCornersInPixels) {
-    EXPECT_EQ(parseRegion("1,2 3.6,4  5,6").size(), 4U);
-    EXPECT_EQ(parseRegion("1,2 3.6,4  5,6")[1].x(), 4);
-    for (const char* bad :
-         {"", "1,2 3,4", "1,2 3,4 5", "1,2 3,4 x,6", "1,2 3,4 5,nan", "1,2 3,4 5,1e10"}) {
-        EXPECT_TRUE(parseRegion(bad).empty()) << bad;
-    }
 }
 
 } // namespace

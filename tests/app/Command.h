@@ -7,18 +7,13 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 namespace tessik::app {
 
 using Json = nlohmann::json;
 
-inline std::string readAll(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
+using test::readAll;
 
 struct Result {
     int status;

@@ -1,6 +1,5 @@
 #include "app/Command.h"
 
-#include "Flight.h"
 #include "platform/camera/ExifInfo.h"
 #include "platform/exif/ExifReader.h"
 #include "platform/exif/TagFile.h"
@@ -575,7 +574,8 @@ TEST(InspectCommand, aFlightOfCamerasWithLocalTimeHasOneClock) {
     const auto times = [&folder](const std::string& options) {
         const Result result =
             radiometry(folder, "inspect in/IMG_0000_1.tif in/IMG_0001_1.tif --json " + options);
-        EXPECT_EQ(lineCount(result.err), options.empty() ? 1U : 0U) << result.err;
+        EXPECT_EQ(result.err.find("without a time zone") != std::string::npos, options.empty())
+            << result.err;
         const Json images = Json::parse(result.out);
         return std::pair(images[0]["capture_time_unix"].get<double>(),
                          images[1]["capture_time_unix"].get<double>());

@@ -1,6 +1,4 @@
-#include "Command.h"
-#include "CorrectionWords.h"
-#include "Plan.h"
+#include "app/Command.h"
 #include "platform/exif/TagFile.h"
 #include "platform/image/Raster.h"
 #include "simulate/Compare.h"
@@ -224,32 +222,6 @@ TEST(FlightRun, aFileSizeLimitAndAReadOnlyFolderAreClearErrors) {
     const Result readOnly = radiometry(folder, "correct flight/images -o /proc/out");
     EXPECT_EQ(readOnly.status, 1);
     EXPECT_THAT(readOnly.err, testing::HasSubstr("/proc/out: "));
-}
-
-TEST(Plan, comesBackAsItWasWritten) {
-    const TemporaryFolder folder;
-    renderFlight(folder.path(), 2);
-    PlanOptions options;
-    options.inputs = {(folder.path() / "flight" / "images").string()};
-    options.project.type = kSunAngleAbsolute;
-    options.project.sunlight = {SunlightChoice::Model::Number, 0.1 + 0.2};
-    options.project.sensorMount = Eigen::Vector3f(1.5F, -2.25F, 0.1F);
-    options.targets = "none";
-    const Plan made = makePlan(options);
-    const fs::path file = folder.path() / "plan.json";
-    writePlan(made, file);
-    const Plan read = readPlan(file);
-    ASSERT_EQ(read.images.size(), 10U);
-    for (std::size_t i = 0; i < read.images.size(); ++i) {
-        EXPECT_EQ(read.images[i].path, made.images[i].path);
-        EXPECT_EQ(read.images[i].output, made.images[i].output);
-        EXPECT_EQ(read.images[i].cameraId, made.images[i].cameraId);
-        EXPECT_EQ(read.project.fingerprint(read.images[i].cameraId),
-                  made.project.fingerprint(made.images[i].cameraId));
-    }
-    EXPECT_EQ(read.project.center->latitude, made.project.center->latitude);
-    EXPECT_EQ(read.project.sunlight.fractions, made.project.sunlight.fractions);
-    EXPECT_TRUE(read.project.isTypeChosen);
 }
 
 TEST(Plan, damagedPlansAreRefusedWithFileAndReason) {

@@ -79,7 +79,7 @@ std::vector<std::string> linesOf(const std::filesystem::path& path) {
 
 TEST(FileFormats, theNamesOfAllCorrectorsAreDocumentedAndHaveWordsInTheReport) {
     const std::filesystem::path sources = RADIOMETRY_SOURCE_DIR;
-    const std::string page = textOf(sources / "app/report/format.js");
+    const std::string page = textOf(sources / "flight/report/format.js");
     const std::string formats = textOf(sources / "docs/file-formats.md");
     EXPECT_EQ(radiometry::corrector::names().size(), 16U);
     for (const std::string& name : radiometry::corrector::names()) {

@@ -9,6 +9,8 @@
 #include "radiometry/datasource/DataSources.h"
 
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <initializer_list>
 #include <limits>
 #include <mutex>
@@ -100,5 +102,11 @@ private:
 
 /// Folder of real sample images, where there is one: RADIOMETRY_SAMPLES, else beside the sources.
 std::optional<std::filesystem::path> samplesFolder();
+
+/// The bytes of a file.
+inline std::string readAll(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
 
 } // namespace tessik::test

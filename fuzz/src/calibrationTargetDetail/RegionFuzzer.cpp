@@ -1,4 +1,4 @@
-#include "Calibrate.h"
+#include "flight/target/StatedTarget.h"
 #include "Input.h"
 #include "platform/camera/CameraParams.h"
 #include "platform/geo/CoordSystem.h"
@@ -99,7 +99,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static const fuzz::File file(".tif");
     static const bool isWritten = (image::writeFloatRaster(file.path(), {band()}), true);
     (void)isWritten;
-    const image::Ring ring = app::parseRegion(std::string(fuzz::textOf(data, size)));
+    const image::Ring ring = flight::parseRegion(std::string(fuzz::textOf(data, size)));
     if (ring.empty()) {
         return 0;
     }

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "flight/report/RunFiles.h"
+
+#include <nlohmann/json.hpp>
+
+namespace tessik::flight::report {
+
+/// Null for a number that is not finite.
+nlohmann::json orNull(double value);
+
+/// What the plan says of a camera, and what came of its images.
+/// @param c index of the camera in the plan
+nlohmann::json cameraSummary(const RunFiles& run, std::size_t c);
+
+/// Adds what became of the images ("totals"), and "failures" and "warnings": each text once, with
+/// how often it was said and the first of the paths that it was said of.
+void addProblems(const RunFiles& run, nlohmann::json& page);
+
+} // namespace tessik::flight::report
