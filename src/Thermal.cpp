@@ -5,7 +5,7 @@
 namespace tessik::radiometry {
 
 Account toCelsius(BandImage& bands) {
-    // In double: two decimals of 300 K are close to what a float resolves.
+    // This is computed in double: two decimals of 300 K are close to what a float resolves.
     constexpr double kKelvinPerSample = 0.01;
     constexpr double kZeroCelsius = 273.15; // K
     Account account{"Celsius",
@@ -26,7 +26,7 @@ Account toCelsius(BandImage& bands) {
         const auto pixels = static_cast<double>(band.size());
         account.values[0].numbers.push_back(pixels);
         account.values[1].numbers.push_back(static_cast<double>(masked));
-        // No valid pixel has no mean.
+        // Without a valid pixel this is NaN: there is no mean.
         account.values[2].numbers.push_back(sum / (pixels - static_cast<double>(masked)));
     }
     return account;

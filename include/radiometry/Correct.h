@@ -23,11 +23,11 @@ namespace tessik::radiometry {
 ///
 /// @param image path, metadata, time and place, camera identifier
 /// @param camera intrinsics: size, vignetting, range of stored values
-/// @param externals pose, used for the sun angle alone
+/// @param externals pose, used for the sun angle only
 /// @param sensitivity one value a band from a reflectance target, or empty
 /// @param directSunlightFraction one value a band, 0..1
 /// @param settings how far to correct
-/// @param coordinateSystems used for the sun angle alone
+/// @param coordinateSystems used for the sun angle only
 /// @param sequoiaModel parameters of this Sequoia band, or null
 /// @param bands rows x columns of DN, one matrix a band
 /// @param blockOffset (column, row) of the block's first pixel in the image
@@ -43,7 +43,7 @@ RADIOMETRY_EXPORT void correct(const InputImage& image,
                                BandImage& bands,
                                Eigen::Vector2i blockOffset);
 
-/// As above, with maps shared between images of a camera or blocks of an image; see
+/// Does the same with maps that are shared between images of a camera or blocks of an image; see
 /// datasource::Cache for when a cached map is right.
 RADIOMETRY_EXPORT void correct(const InputImage& image,
                                const CameraParams& camera,
@@ -57,7 +57,7 @@ RADIOMETRY_EXPORT void correct(const InputImage& image,
                                BandImage& bands,
                                Eigen::Vector2i blockOffset);
 
-/// As above, and tells what was done.
+/// Does the same, and tells what was done.
 /// @param accounts what each step that acted did is added, in their order; also where one fails
 RADIOMETRY_EXPORT void correct(const InputImage& image,
                                const CameraParams& camera,

@@ -131,8 +131,8 @@ eraASTROM placeOf(const Observer& observer, const Moment& moment, Ephemeris& eph
 }
 
 /// Direction to the Sun in the intermediate system of date (right ascension and declination, rad):
-/// from the observer, not from the earth's centre, and turned by aberration. Light bends at the
-/// Sun's own limb alone, so deflection has no part in it.
+/// from the observer, not from the earth's centre, and turned by aberration. Light bends only at
+/// the Sun's own limb, so deflection has no part in it.
 void sunDirection(const Ephemeris& ephemeris, eraASTROM& astrom, double& ra, double& dec) {
     double fromObserver[3];
     for (int i = 0; i < 3; ++i) {

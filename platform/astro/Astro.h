@@ -33,7 +33,7 @@ struct Object {
 constexpr int kSun = 8;
 
 /// @param objects set to the first of the built-in objects. Their places are those of a
-/// planetarium's list; positions are computed for the Sun alone.
+/// planetarium's list; positions are computed for the Sun only.
 /// @return how many there are
 TESSIK_PLATFORM_EXPORT int getBuiltInObjs(const Object** objects);
 

@@ -110,7 +110,7 @@ struct ExifInfo {
     /// 1 = raw values that may be corrected; any other stated value = leave them alone;
     /// all ones = not stated.
     std::uint32_t radiometricIndicator = kIndicatorNotStated;
-    /// Of radiometricIndicator.
+    /// The value of radiometricIndicator that means "not stated".
     static constexpr std::uint32_t kIndicatorNotStated = 0xFFFFFFFFU;
     /// Degrees Celsius; absent = not stated.
     std::optional<double> sensorTemperature;

@@ -71,7 +71,7 @@ struct Detection {
     std::vector<std::string> remarks;
 };
 
-/// One way to find targets; one file each. Detectors hold no state and are thread safe.
+/// One way to find targets. Detectors hold no state and are thread safe.
 class ITargetDetector {
 public:
     ITargetDetector() = default;

@@ -17,7 +17,7 @@ bool hasShutterModel(const ExifInfo& exif) {
     return micasense::hasValid3kModel(exif.micaSense3kModel);
 }
 
-/// Of the calibration, what an image lacks and a donor has.
+/// What an image lacks of the calibration.
 struct Gaps {
     bool sensitivity;
     bool vignetting;

@@ -30,7 +30,7 @@ struct CalibrationDonor {
     std::string path;
     ExifInfo exif;
 };
-/// Donors in the order that they were given.
+/// Donors in the order in which they were given.
 using CalibrationDonors = std::vector<CalibrationDonor>;
 
 /// What the user knows and the files do not say.

@@ -154,8 +154,8 @@ std::string ownNamespace(const std::string& prefix) {
     return "urn:tessik:xmp:" + name + ":1.0/";
 }
 
-/// To be done after a file was read and before a tag is set: the last file may have put its own
-/// name space under a prefix.
+/// This has to be done after a file was read and before a tag is set: the last file may have put
+/// its own name space under a prefix.
 void registerOwnNamespaces() {
     for (const char* prefix : {"Camera", "MicaSense", "DLS", "drone-dji", "Tessik"}) {
         Exiv2::XmpProperties::registerNs(ownNamespace(prefix), prefix);

@@ -55,7 +55,7 @@ TESSIK_READERS_EXPORT void writeTags(const std::string& path, const std::vector<
 /// level, vignetting, sensitivity, gains, irradiance readings, bad pixels, tone curve, colour
 /// matrix) is not. The new tags go into our own name space (keys "Xmp.Tessik.Name"), and
 /// Camera:IsNormalized is set. The result depends on the arguments only. Thread safe.
-/// @param target the bytes of a TIFF file, best without pixels: it is written anew
+/// @param target the bytes of a TIFF file, best without pixels: it is rewritten
 /// @param omitted names of XMP tags that do not hold for the corrected image
 /// @return the bytes of the file that has them
 /// @throws Error when the target cannot be read or written

@@ -18,7 +18,7 @@ namespace tessik::exif {
 /// but blanks. A zero denominator gives a value that is not finite.
 TESSIK_READERS_EXPORT std::optional<double> parseNumber(std::string_view text);
 
-/// All numbers of the texts, each split at commas and blanks; empty when any piece is no number.
+/// All numbers of the texts, each split at commas and blanks; empty when any piece is not a number.
 TESSIK_READERS_EXPORT std::vector<double> parseNumbers(const std::vector<std::string>& texts);
 
 /// The text split at commas, pieces trimmed.
@@ -40,7 +40,7 @@ public:
     [[nodiscard]] const Value* exif(const std::string& key) const;
     /// First component as text, trimmed; empty when absent.
     [[nodiscard]] std::string exifText(const std::string& key) const;
-    /// First component; absent when there is none, or no number.
+    /// First component; absent when there is none, or it is not a number.
     [[nodiscard]] std::optional<double> exifNumber(const std::string& key) const;
     /// All components, as parseNumbers.
     [[nodiscard]] std::vector<double> exifNumbers(const std::string& key) const;

@@ -55,9 +55,9 @@ Axes axesOf(PJ_CONTEXT* context, const PJ* system, const std::string& definition
     }
 }
 
-/// From WGS 84 to a system. Without the grid of a vertical datum PROJ would give up the horizontal
-/// datum too, some hundred metres: then heights are left as they are, above the ellipsoid. A datum
-/// that nothing is known of comes last, and counts as WGS 84.
+/// The transformation from WGS 84 to a system. Without the grid of a vertical datum PROJ would give
+/// up the horizontal datum too, some hundred metres: then heights are left as they are, above the
+/// ellipsoid. A datum of which nothing is known comes last, and counts as WGS 84.
 Object makeOperation(PJ_CONTEXT* context, const PJ* wgs84, const PJ* system) {
     const char* const known[] = {"ALLOW_BALLPARK=NO", nullptr};
     const auto make = [&](const PJ* target, const char* const* options) {
@@ -78,7 +78,7 @@ Object makeOperation(PJ_CONTEXT* context, const PJ* wgs84, const PJ* system) {
 
 } // namespace
 
-/// From WGS 84 (longitude and latitude in degrees, height) to a system and back.
+/// Converts from WGS 84 (longitude and latitude in degrees, height) to a system and back.
 class CoordSystem::Definition {
 public:
     Definition(Context context, Object fromWgs84, Axes axes)

@@ -25,12 +25,12 @@ public:
                    const Eigen::Vector3d& reference)
         : CoordSystem(std::move(system)), m_offset(offset), m_reference(reference) {}
 
-    /// From processing to output coordinates.
+    /// Turns processing into output coordinates.
     [[nodiscard]] Eigen::Vector3d proc2out(const Eigen::Vector3d& position) const {
         return position + m_offset;
     }
 
-    /// A position amid the project, in output coordinates: where the site is.
+    /// A position within the project, in output coordinates: where the site is.
     [[nodiscard]] const Eigen::Vector3d& referencePosition() const { return m_reference; }
 
 private:

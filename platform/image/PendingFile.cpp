@@ -9,7 +9,8 @@
 namespace tessik::image {
 namespace {
 
-/// Hidden, and with the ending of the final name: what writes it may go by the ending.
+/// The file is hidden, and has the ending of the final name: what writes it may decide by the
+/// ending.
 std::string temporaryPathFor(const std::string& path) {
     const auto final = std::filesystem::u8path(path);
     return (final.parent_path() /

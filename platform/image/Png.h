@@ -14,7 +14,7 @@ namespace tessik::image {
 using ByteMatrix = Eigen::Matrix<std::uint8_t, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>;
 
 /// The bytes of a PNG file of 1 (grey), 2 (grey, opacity), 3 (RGB) or 4 (RGB, opacity) channels.
-/// @throws Error when the channels are none, too many, empty or differ in size
+/// @throws Error when the channels are missing, too many, empty or differ in size
 TESSIK_PLATFORM_EXPORT std::string encodePng(const std::vector<ByteMatrix>& channels);
 
 /// A picture for people: red, green and blue of each pixel, row after row.

@@ -24,7 +24,8 @@ using detail::GdalScope;
 
 namespace {
 
-/// 4 GiB as floats: more than any aerial camera has, less than what would stop the machine.
+/// These are 4 GiB as floats: more than any aerial camera has, less than what would stop the
+/// machine.
 constexpr std::uint64_t kMaxSamples = std::uint64_t{1} << 30;
 /// No TIFF or JPEG compression packs pixels denser (LZW: 1365 to 1; Deflate: 1032 to 1).
 constexpr std::uint64_t kMaxCompression = 2000;
@@ -92,7 +93,8 @@ void checkBands(const BandImage& bands) {
     }
 }
 
-/// The user's options; strips of a size that a disk likes, where they do not say.
+/// Takes the user's options and, where they do not say, strips of a size that a disk likes;
+/// bench/flight measures it.
 CPLStringList creationOptions(const WriteOptions& options, std::size_t rowBytes) {
     constexpr std::size_t kStripBytes = std::size_t{1} << 18;
     CPLStringList list;
@@ -157,13 +159,13 @@ Step stepOf(GDALDatasetH dataset, int cols, int rows) {
     if (GDALGetRasterCount(dataset) == 1) {
         return {cols, rows};
     }
-    constexpr int kLeastRows = 64;
+    constexpr int kMinRows = 64;
     Step block{};
     GDALGetBlockSize(GDALGetRasterBand(dataset, 1), &block.cols, &block.rows);
-    return {block.cols, block.rows * std::max(1, kLeastRows / block.rows)};
+    return {block.cols, block.rows * std::max(1, kMinRows / block.rows)};
 }
 
-/// All bands, from or to the window of a dataset that starts at (column, row).
+/// Transfers all bands, from or to the window of a dataset that starts at (column, row).
 /// @param pixelsOf the first pixel of a band
 /// @return false where GDAL refused; the error scope knows why
 template <typename PixelsOf>
@@ -225,7 +227,7 @@ void writeAndClose(DatasetPointer dataset,
     }
 }
 
-/// A file of this process's memory, which goes with it.
+/// A file in this process's memory, which is removed together with this object.
 class MemoryFile {
 public:
     MemoryFile() {
@@ -249,7 +251,7 @@ private:
     std::string m_path;
 };
 
-/// Writes parts one behind the other, each as it lies in memory.
+/// Writes parts one after the other, each as it lies in memory.
 void writeFile(const std::string& path, std::initializer_list<std::string_view> parts) {
     std::FILE* file = std::fopen(path.c_str(), "wb");
     bool isWritten = file != nullptr && std::setvbuf(file, nullptr, _IONBF, 0) == 0;
@@ -289,7 +291,8 @@ Head describedHead(const BandImage& bands, const WriteOptions& options, GDALData
     return head;
 }
 
-/// By one call and without a copy where the file holds the pixels as they lie in memory.
+/// Writes the pixels by one call and without a copy where the file holds them as they lie in
+/// memory; bench/flight measures it, against the floor that FlightFloor.cpp sets.
 void writeDescribed(const std::string& path,
                     const BandImage& bands,
                     const WriteOptions& options,

@@ -22,8 +22,8 @@ namespace tessik::image {
 /// A raster file open for reading. Movable; not to be used by two threads at once.
 class TESSIK_PLATFORM_EXPORT Raster {
 public:
-    /// @throws Error when the file is missing, is no TIFF or JPEG, has no band, or declares more
-    ///         pixels than its bytes can hold or than can be processed.
+    /// @throws Error when the file is missing, is not a TIFF or JPEG file, has no band, or declares
+    /// more pixels than its bytes can hold or than can be processed.
     static Raster open(const std::string& path);
 
     Raster(Raster&&) noexcept;

@@ -1,3 +1,4 @@
+// Layout: TIFF 6.0 (Adobe, 1992), section 2.
 #include "platform/image/TiffBlocks.h"
 
 #include "platform/image/Error.h"
@@ -6,7 +7,6 @@
 #include <cstddef>
 #include <limits>
 
-// Layout: TIFF 6.0 (Adobe, 1992), section 2.
 namespace tessik::image {
 namespace {
 

@@ -32,7 +32,7 @@ public:
     EMProblem& operator=(const EMProblem&) = delete;
     ~EMProblem();
 
-    /// To add residuals, bounds and manifolds to.
+    /// The problem that residuals, bounds and manifolds are added to.
     [[nodiscard]] ceres::Problem& problem() { return *m_problem; }
 
     /// Writes the solution into the parameter blocks.

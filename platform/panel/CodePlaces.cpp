@@ -10,14 +10,14 @@ namespace tessik::target {
 namespace {
 
 constexpr double kMarkModules = 7.0;
-/// From one mark's centre to the next, modules: 14 in the smallest code, 50 in one of 271 bytes.
-/// How wide a module is, is not known well.
-constexpr double kFewestBetween = 10.0;
-constexpr double kMostBetween = 60.0;
+/// Modules from one mark's centre to the next: there are 14 in the smallest code, 50 in one of 271
+/// bytes. The width of a module is known only roughly.
+constexpr double kMinBetween = 10.0;
+constexpr double kMaxBetween = 60.0;
 
-/// A panel that is photographed from the side.
-constexpr double kMostSideRatio = 2.5;
-constexpr double kMostCosine = 0.7;
+/// A panel may be photographed from the side.
+constexpr double kMaxSideRatio = 2.5;
+constexpr double kMaxCosine = 0.7;
 
 /// A row crosses a mark that is turned along a longer way.
 double moduleOf(const FinderMark& mark, const Eigen::Vector2d& direction) {
@@ -35,14 +35,14 @@ placeOf(const FinderMark& corner, const FinderMark& right, const FinderMark& bel
     const double cosine = std::abs(x.dot(y)) / (lengthX * lengthY);
     const auto [least, most] = std::minmax({corner.across, right.across, below.across});
     const double widths = std::log(most / least);
-    if (x.x() * y.y() - x.y() * y.x() <= 0.0 || lengths > std::log(kMostSideRatio) ||
-        widths > std::log(kMostSideRatio) || cosine > kMostCosine) {
+    if (x.x() * y.y() - x.y() * y.x() <= 0.0 || lengths > std::log(kMaxSideRatio) ||
+        widths > std::log(kMaxSideRatio) || cosine > kMaxCosine) {
         return std::nullopt;
     }
     const double betweenX = 2.0 * lengthX / (moduleOf(corner, x) + moduleOf(right, x));
     const double betweenY = 2.0 * lengthY / (moduleOf(corner, y) + moduleOf(below, y));
     const double between = 0.5 * (betweenX + betweenY);
-    if (!(between >= kFewestBetween && between <= kMostBetween)) {
+    if (!(between >= kMinBetween && between <= kMaxBetween)) {
         return std::nullopt;
     }
     CodePlace place;

@@ -1,12 +1,14 @@
 #pragma once
 
+/// @file
+/// Where in an image QR codes may be, before any is read.
+
 #include "platform/panel/FinderMarks.h"
 
 #include <Eigen/Core>
 
 #include <vector>
 
-/// Where in an image QR codes may be, before any is read.
 namespace tessik::target {
 
 /// Three marks that lie as those of a code do. Modules are counted from the top left corner of the
@@ -20,7 +22,7 @@ struct CodePlace {
     double oddness = 0.0; ///< how far from a square seen from above; 0 = it is one
 };
 
-/// Each three of the marks that may be a code's.
+/// Every three of the marks that may be those of a code.
 std::vector<CodePlace> codePlaces(const std::vector<FinderMark>& marks);
 
 } // namespace tessik::target

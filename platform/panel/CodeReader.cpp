@@ -19,41 +19,44 @@ namespace {
 /// One way to show a place to the decoder.
 struct Attempt {
     double scale = 0.0; ///< px a module
-    /// What a pixel differs from the mean around it counts so many times more: undoes blur.
+    /// The difference of a pixel from the mean around it counts so many times more, which undoes
+    /// blur.
     float sharpening = 0.0F;
 };
 
 /// The first reads most that can be read; the second, what is blurred as widely as a module.
 constexpr std::array<Attempt, 4> kAttempts = {{{4.0, 0.0F}, {4.0, 3.0F}, {6.0, 0.0F}, {3.0, 0.0F}}};
 
-/// What all attempts together may show, as a share of the band's pixels, and for small bands. Of
-/// images without a code only odd ones have places to try.
-constexpr double kMostShown = 0.25;
+/// How much all attempts together may show: this share of the band's pixels, and so many pixels
+/// more, which is what counts for small bands. Of images without a code only odd ones have places
+/// to try.
+constexpr double kMaxShown = 0.25;
 constexpr double kShownAlways = 50000.0;
 
-/// Around the code: its margin, and what leans out of the square that three marks make.
+/// What is shown around the code: its margin, and what leans out of the square that three marks
+/// make.
 constexpr double kMarginModules = 4.0;
 constexpr double kMarginShare = 0.12;
 
-constexpr Eigen::Index kLeastSide = 24; ///< px, of the smallest that is looked into
+constexpr Eigen::Index kMinSide = 24; ///< px, of the smallest size that is searched
 
-/// The samples, half of them, half of those, ...: somewhere a module is 1.3 to 6 px wide.
+/// The samples in full size, in half of it, and so on: in one of them a module is 1.3 to 6 px wide.
 std::vector<Samples> sizesOf(Samples samples) {
     std::vector<Samples> sizes;
     sizes.push_back(std::move(samples));
-    while (std::min(sizes.back().rows(), sizes.back().cols()) >= 2 * kLeastSide) {
+    while (std::min(sizes.back().rows(), sizes.back().cols()) >= 2 * kMinSide) {
         sizes.push_back(halved(sizes.back()));
     }
     return sizes;
 }
 
-/// In the samples of one size.
+/// A place in the samples of one size.
 struct SizedPlace {
     CodePlace place;
     std::size_t size = 0;
 };
 
-/// Least odd first.
+/// The places in all sizes, the least odd ones first.
 std::vector<SizedPlace> placesIn(const std::vector<Samples>& sizes) {
     std::vector<SizedPlace> places;
     for (std::size_t size = 0; size < sizes.size(); ++size) {
@@ -71,7 +74,7 @@ Eigen::Vector2d inBand(const Eigen::Vector2d& px, std::size_t size) {
     return ((px.array() + 0.5) * std::exp2(static_cast<double>(size)) - 0.5).matrix();
 }
 
-/// The place upright, and the way back from it.
+/// Shows a place upright, and finds the way back from it.
 class CutOut {
 public:
     CutOut(const SizedPlace& place, double scale)
@@ -171,7 +174,7 @@ void readPlace(const Samples& samples,
 }
 
 std::vector<Code> codesIn(Samples samples) {
-    double left = kShownAlways + kMostShown * static_cast<double>(samples.size());
+    double left = kShownAlways + kMaxShown * static_cast<double>(samples.size());
     const std::vector<Samples> sizes = sizesOf(std::move(samples));
     const std::vector<SizedPlace> places = placesIn(sizes);
     std::vector<Code> codes;

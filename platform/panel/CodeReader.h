@@ -16,9 +16,9 @@ namespace tessik::target {
 /// than a few times that for any.
 TESSIK_READERS_EXPORT std::vector<Code> readCodes(const BandMatrix& band);
 
-/// The code with this text in a part of a band that lies inside it. Looks harder than readCodes,
-/// for codes with smaller modules and those in noise, and as long as at some fourteen times the
-/// pixels.
+/// The code with this text in a part of a band that lies inside it. It looks harder than readCodes,
+/// for codes with smaller modules and for those in noise, and takes as long as for some fourteen
+/// times the pixels. `withoutCode` of bench/PanelBenchmark.cpp measures readCodes.
 TESSIK_READERS_EXPORT std::optional<Code>
 readCode(const BandMatrix& band, const image::Box& part, const std::string& text);
 

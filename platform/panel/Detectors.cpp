@@ -7,8 +7,8 @@
 namespace tessik::target {
 namespace {
 
-/// The region is used as it stands: the camera, or who marked it there, chose it inside the
-/// surface.
+/// The region is used as it stands: the camera, or the person who marked it there, chose it inside
+/// the surface.
 class CameraRecord final : public ITargetDetector {
 public:
     [[nodiscard]] Detection find(const InputImage& image, const BandImage& raw) const override;

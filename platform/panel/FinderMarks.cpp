@@ -22,7 +22,7 @@ constexpr Eigen::Index kReach = 16;
 /// The square in the middle of a mark is three modules high.
 constexpr Eigen::Index kRowStep = 2;
 
-constexpr std::size_t kMostMarks = 40;
+constexpr std::size_t kMaxMarks = 40;
 
 /// The six edges of a mark along a line through it.
 using Edges = std::array<double, 6>;
@@ -58,7 +58,7 @@ double markLength(const Edges& edges) {
     return edges[5] - edges[0];
 }
 
-/// Neighbours in a row that are all dark or all light.
+/// A run of neighbours in a row that are all dark or all light.
 struct Run {
     double from = 0.0; ///< px
     std::uint16_t extreme = 0;
@@ -145,9 +145,9 @@ void MarkSearch::judgeLast(Eigen::Index row) {
         std::minmax({runs[0].extreme, runs[2].extreme, runs[4].extreme, runs[6].extreme});
     const auto [leastDark, mostDark] =
         std::minmax({runs[1].extreme, runs[3].extreme, runs[5].extreme});
-    // Of narrow rings blur leaves little; noise leaves less.
-    constexpr double kLeastShare = 0.2;
-    if (leastLight - mostDark > kLeastShare * (mostLight - leastDark)) {
+    // Blur leaves little of narrow rings; noise leaves less.
+    constexpr double kMinShare = 0.2;
+    if (leastLight - mostDark > kMinShare * (mostLight - leastDark)) {
         confirm({{markMiddle(edges), static_cast<double>(row)},
                  markLength(edges),
                  static_cast<double>(mostDark),
@@ -168,8 +168,8 @@ void MarkSearch::confirm(FinderMark mark) {
     mark.centre.x() += markMiddle(*row);
     const double width = markLength(*row);
     const double height = markLength(*column);
-    constexpr double kMostRatio = 1.8;
-    if (std::max(width, height) > kMostRatio * std::min(width, height)) {
+    constexpr double kMaxRatio = 1.8;
+    if (std::max(width, height) > kMaxRatio * std::min(width, height)) {
         return;
     }
     mark.across = 0.5 * (width + height);
@@ -185,7 +185,7 @@ void MarkSearch::confirm(FinderMark mark) {
     }
 }
 
-/// Whether an earlier row has found it. Marks are in the order of their rows, about.
+/// Whether an earlier row has found it. Marks are roughly in the order of their rows.
 bool MarkSearch::isKnown(const FinderMark& mark) const {
     constexpr double kSame = 0.3;
     constexpr double kWidestMark = kMarkWidth * kWidestModule;
@@ -207,7 +207,7 @@ MarkSearch::section(const FinderMark& mark, Eigen::Index stepX, Eigen::Index ste
     const auto row = static_cast<Eigen::Index>(std::lround(mark.centre.y()));
     const double start = stepX != 0 ? static_cast<double>(column) - mark.centre.x()
                                     : static_cast<double>(row) - mark.centre.y();
-    constexpr auto kMostSteps = static_cast<int>(kMarkWidth * kWidestModule);
+    constexpr auto kMaxSteps = static_cast<int>(kMarkWidth * kWidestModule);
     Edges edges{};
     for (const Eigen::Index side : {-1, 1}) {
         Eigen::Index x = column;
@@ -217,7 +217,7 @@ MarkSearch::section(const FinderMark& mark, Eigen::Index stepX, Eigen::Index ste
         std::size_t found = 0;
         for (int step = 0; found < 3; ++step, x += side * stepX, y += side * stepY) {
             if (x < 0 || y < 0 || x >= m_samples.cols() || y >= m_samples.rows() ||
-                step > kMostSteps) {
+                step > kMaxSteps) {
                 return std::nullopt;
             }
             const double above = static_cast<double>(m_samples(y, x)) - threshold;
@@ -240,12 +240,12 @@ MarkSearch::section(const FinderMark& mark, Eigen::Index stepX, Eigen::Index ste
 
 std::vector<FinderMark> finderMarks(const Samples& samples) {
     std::vector<FinderMark> marks = MarkSearch(samples).all();
-    if (marks.size() > kMostMarks) {
+    if (marks.size() > kMaxMarks) {
         const auto contrast = [](const FinderMark& mark) { return mark.light - mark.dark; };
         std::stable_sort(marks.begin(), marks.end(), [&](const FinderMark& a, const FinderMark& b) {
             return contrast(a) > contrast(b);
         });
-        marks.resize(kMostMarks);
+        marks.resize(kMaxMarks);
     }
     return marks;
 }

@@ -1,13 +1,15 @@
 #pragma once
 
+/// @file
+/// The marks in three corners of a QR code: a dark square in a light ring in a dark ring. A line
+/// through the centre of one crosses 1, 1, 3, 1 and 1 modules, whichever way the code is turned.
+
 #include "platform/panel/Levels.h"
 
 #include <Eigen/Core>
 
 #include <vector>
 
-/// The marks in three corners of a QR code: a dark square in a light ring in a dark ring. A line
-/// through the centre of one crosses 1, 1, 3, 1 and 1 modules, whichever way the code is turned.
 namespace tessik::target {
 
 /// One of the three marks of a code.
@@ -19,7 +21,8 @@ struct FinderMark {
     double light = 0.0; ///< value of the paper, at least
 };
 
-/// Those whose modules are about 1.3 to 6 px wide: of more than some tens, those of most contrast.
+/// The marks whose modules are about 1.3 to 6 px wide; where there are more than some tens, those
+/// of most contrast.
 std::vector<FinderMark> finderMarks(const Samples& samples);
 
 } // namespace tessik::target

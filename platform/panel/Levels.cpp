@@ -25,8 +25,8 @@ levelsIn(const Range& range, float rounding, const BandMatrix& band) {
 
 Range rangeOf(const BandMatrix& band, const Percentiles& percentiles) {
     // Some ten thousand pixels tell the percentiles well enough.
-    constexpr Eigen::Index kMostPixels = 50000;
-    const Eigen::Index step = std::max<Eigen::Index>(1, band.size() / kMostPixels);
+    constexpr Eigen::Index kMaxPixels = 50000;
+    const Eigen::Index step = std::max<Eigen::Index>(1, band.size() / kMaxPixels);
     std::vector<float> values;
     for (Eigen::Index i = 0; i < band.size(); i += step) {
         if (std::isfinite(band.data()[i])) {

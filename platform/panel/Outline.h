@@ -1,11 +1,13 @@
 #pragma once
 
+/// @file
+/// Turns corners in an image into regions of it.
+
 #include "platform/camera/TargetDetector.h"
 #include "platform/export.h"
 #include "platform/image/BandMatrix.h"
 #include "platform/image/Region.h"
 
-/// From corners in an image to regions of it.
 namespace tessik::target {
 
 /// The convex outline of the corners at whole pixels: clockwise as the image is looked at, closed,

@@ -11,7 +11,7 @@ constexpr int kFirstVersionWithReflectance = 4;
 
 /// The line's ends are where a panel was measured; a little beyond them it still holds for the
 /// outermost bands of a camera, but not for a thermal band.
-constexpr double kMostBeyondNm = 100.0;
+constexpr double kMaxBeyondNm = 100.0;
 
 std::optional<ReflectanceLine> parseLine(const std::string& digits) {
     constexpr std::size_t kLength = 14;
@@ -33,8 +33,8 @@ double valueAt(const ReflectanceLine& line, double wavelengthNm) {
 } // namespace
 
 std::optional<PanelCode> parsePanelCode(const std::string& text) {
-    // Digits that follow are taken whatever their number and what stands before them: other ones
-    // than 14 are no line, but the code is a panel's all the same.
+    // Any number of digits may follow: unless they are 14 they do not state a line, but the code is
+    // that of a panel all the same.
     static const std::regex pattern("(RP([0-9]{2})-[0-9]{1,12}-[A-Z]{2})[-_]?([0-9]{0,32})");
     std::smatch parts;
     if (!std::regex_match(text, parts, pattern)) {
@@ -62,8 +62,8 @@ PanelReflectance reflectanceOf(const PanelCode& code, const bands_t& bands) {
     const auto [low, high] = std::minmax(code.line->firstNm, code.line->lastNm);
     PanelReflectance reflectance;
     for (const BandInfo& band : bands) {
-        if (!(band.wavelengthNm >= low - kMostBeyondNm) ||
-            !(band.wavelengthNm <= high + kMostBeyondNm)) {
+        if (!(band.wavelengthNm >= low - kMaxBeyondNm) ||
+            !(band.wavelengthNm <= high + kMaxBeyondNm)) {
             return {{}, "states no reflectance near the wavelength of the image"};
         }
         const double value = valueAt(*code.line, band.wavelengthNm);

@@ -1,5 +1,11 @@
 #pragma once
 
+/// @file
+/// The text of a reflectance panel's QR code: RPvv-ddddddd-LL, vv the version of the panel, the
+/// whole its serial. From version 4 on, an underscore and 14 digits WWWWRRRWWWWRRR follow:
+/// wavelength in nm and reflectance in thousandths at both ends of a straight line. So
+/// "RP04-1901231-SC_04005291000523" is 0.529 at 400 nm and 0.523 at 1000 nm.
+
 #include "platform/camera/BandInfo.h"
 #include "platform/export.h"
 
@@ -7,10 +13,6 @@
 #include <string>
 #include <vector>
 
-/// The text of a reflectance panel's QR code: RPvv-ddddddd-LL, vv the version of the panel, the
-/// whole its serial. From version 4 on, an underscore and 14 digits WWWWRRRWWWWRRR follow:
-/// wavelength in nm and reflectance in thousandths at both ends of a straight line. So
-/// "RP04-1901231-SC_04005291000523" is 0.529 at 400 nm and 0.523 at 1000 nm.
 namespace tessik::target {
 
 /// Reflectance along a straight line over the wavelength.
@@ -24,11 +26,11 @@ struct ReflectanceLine {
 struct PanelCode {
     int version = 0;
     std::string serial;
-    /// Absent = the code states none: panels before version 4, or digits that are none.
+    /// Absent = the code states none: panels before version 4, or digits that are not a line.
     std::optional<ReflectanceLine> line;
 };
 
-/// @return nothing when the text is no panel's
+/// @return nothing when the text is not that of a panel
 TESSIK_READERS_EXPORT std::optional<PanelCode> parsePanelCode(const std::string& text);
 
 /// One value a band, or why there is none.
@@ -37,7 +39,7 @@ struct PanelReflectance {
     std::string reason;         ///< empty = nothing is amiss; panels before version 4 state none
 };
 
-/// Each band's centre decides.
+/// The reflectance at each band's centre.
 TESSIK_READERS_EXPORT PanelReflectance reflectanceOf(const PanelCode& code, const bands_t& bands);
 
 } // namespace tessik::target

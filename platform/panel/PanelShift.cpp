@@ -17,26 +17,28 @@ namespace {
 
 /// Between bands of the rigs that were looked at, of painted codes too, the correlation is 0.84 and
 /// more, and 1.75 times that of any other place; where there is no panel, 0.22 at most.
-constexpr double kLeastCorrelation = 0.6;
-constexpr double kLeastRatio = 1.4;
+constexpr double kMinCorrelation = 0.6;
+constexpr double kMinRatio = 1.4;
 
 /// How far around the panel its surroundings are compared, and what is another place than the best,
 /// in sides of the code.
 constexpr double kSurroundings = 0.5;
 constexpr double kElsewhere = 0.25;
 
-/// About the code's centre: nothing of it and its rim is compared.
+/// The code is enlarged about its centre by this factor, so that its rim is hidden with it: nothing
+/// of them is compared.
 constexpr double kHidden = 1.15;
 
-/// Pixels of the smallest size; boxes begin at multiples of them, and so agree in all sizes.
+/// The number of sizes, and the side of a pixel of the smallest one in px. Boxes begin at multiples
+/// of it, and so agree in all sizes.
 constexpr std::size_t kSizes = 3;
 constexpr Eigen::Index kSmallestPixel = 4;
 
-/// Around the place that the size before found, px.
+/// How far the search goes around the place that the size before found, px.
 constexpr Eigen::Index kRefinement = 3;
 
-/// Of the part of the pattern that is inside the image.
-constexpr double kLeastOverlap = 0.6;
+/// So much of the pattern has to be inside the image.
+constexpr double kMinOverlap = 0.6;
 
 using PixelBox = Eigen::AlignedBox<Eigen::Index, 2>; // its last corner included
 
@@ -54,7 +56,8 @@ PixelBox inside(const Eigen::AlignedBox2d& wanted, const BandMatrix& band) {
                                               down(wanted.max().y(), rows) - 1)};
 }
 
-/// Of each pixel but those at the edges, from the eight around it (Sobel).
+/// The magnitude of the gradient of each pixel but those at the edges, from the eight around it
+/// (Sobel).
 BandMatrix gradientOf(const Samples& samples) {
     BandMatrix result = BandMatrix::Zero(samples.rows(), samples.cols());
     const BandMatrix values = samples.cast<float>();
@@ -120,7 +123,8 @@ Pattern patternOf(const BandMatrix& gradient, const Corners& code, const PixelBo
     return pattern;
 }
 
-/// Of the pattern, its first pixel at a place of the image; -1 where too little of it is inside.
+/// The correlation of the pattern and the image where the pattern's first pixel lies at (x, y); -1
+/// where too little of it is inside.
 double
 correlation(const Pattern& pattern, const BandMatrix& image, Eigen::Index x, Eigen::Index y) {
     const Eigen::Index left = std::max<Eigen::Index>(0, -x);
@@ -129,7 +133,7 @@ correlation(const Pattern& pattern, const BandMatrix& image, Eigen::Index x, Eig
     const Eigen::Index rows = std::min(pattern.gradient.rows(), image.rows() - y) - top;
     if (rows <= 0 || cols <= 0 ||
         static_cast<double>(rows * cols) <
-            kLeastOverlap * static_cast<double>(pattern.gradient.size())) {
+            kMinOverlap * static_cast<double>(pattern.gradient.size())) {
         return -1.0;
     }
     const auto weight = pattern.weight.block(top, left, rows, cols).array();
@@ -171,14 +175,14 @@ Match bestOf(const std::vector<Match>& matches) {
     });
 }
 
-/// Whether it is like the pattern, and no place but its neighbours nearly as much.
+/// Whether the best place is like the pattern, and no other place but its neighbours nearly as
+/// much.
 bool isClear(const Match& best, const std::vector<Match>& matches, double neighbourhood) {
-    return best.correlation >= kLeastCorrelation &&
+    return best.correlation >= kMinCorrelation &&
            std::none_of(matches.begin(), matches.end(), [&](const Match& other) {
                const double distance = std::hypot(static_cast<double>(other.x - best.x),
                                                   static_cast<double>(other.y - best.y));
-               return distance > neighbourhood &&
-                      kLeastRatio * other.correlation > best.correlation;
+               return distance > neighbourhood && kMinRatio * other.correlation > best.correlation;
            });
 }
 

@@ -16,8 +16,8 @@
 namespace tessik::target {
 namespace {
 
-/// Of the square's side: what the decoder's corners leave uncertain grows with the distance from
-/// the code, and the edge of the surface must not enter.
+/// The share of the square's side that is measured: what the decoder's corners leave uncertain
+/// grows with the distance from the code, and the edge of the surface must not enter.
 constexpr double kInnerShare = 0.8;
 
 /// From the middle of the surface to its side, in sides of the code: the surface ends at 0.56 to
@@ -63,7 +63,7 @@ std::optional<Homography> homography(const Corners& from, const Corners& to) {
     return (Homography() << h[0], h[1], h[2], h[3], h[4], h[5], h[6], h[7], 1.0).finished();
 }
 
-/// Empty when a corner lies on or beyond the horizon of the plane.
+/// Projects corners into the image; empty when a corner lies on or beyond the horizon of the plane.
 Corners projected(const Homography& imageFromPanel, const Corners& corners) {
     Corners result;
     for (const Eigen::Vector2d& corner : corners) {
@@ -80,8 +80,8 @@ Corners projected(const Homography& imageFromPanel, const Corners& corners) {
 /// than this share of the white is the frame or the ground, however even it is.
 constexpr double kDimmestShare = 0.2;
 
-/// The frame has at most a quarter of the surface's light on the panels that were measured, in
-/// near infrared; even ground goes on as bright as it is.
+/// The frame has at most a quarter of the surface's light on the panels that were measured, in near
+/// infrared; even ground beside it is as bright as it is.
 constexpr double kBrightestFrame = 0.5;
 
 /// The brightest tenth of a code is paper.
@@ -91,7 +91,8 @@ double whiteOf(const Corners& code, const BandMatrix& band) {
         rangeOf(image::blockOf(image::boundsOf(outline(code)), band), {0.0, kPaper}).high);
 }
 
-/// Of the places along a line, each with its neighbours; infinity when none is inside the image.
+/// The darkest of the places along a line, each averaged with its neighbours; infinity when no
+/// place is inside the image.
 double darkestAlong(const Corners& line, const BandMatrix& band) {
     double darkest = std::numeric_limits<double>::infinity();
     for (const Eigen::Vector2d& place : line) {
@@ -105,7 +106,7 @@ double darkestAlong(const Corners& line, const BandMatrix& band) {
     return darkest;
 }
 
-/// Whether it is darker on both sides, or on the one that the image shows.
+/// Whether it is darker beside the surface, on both sides or on the one that the image shows.
 bool isFramed(const PanelSquare& square, const BandMatrix& band, double darkest) {
     const double left = darkestAlong(square.beside[0], band);
     const double right = darkestAlong(square.beside[1], band);

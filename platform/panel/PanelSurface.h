@@ -25,7 +25,7 @@ struct PanelGeometry {
     bool isUpright = true;
 };
 
-/// Of the panels of one version.
+/// The geometry of the panels of one version.
 TESSIK_READERS_EXPORT PanelGeometry panelGeometry(int version);
 
 /// A surface as it may lie in an image.

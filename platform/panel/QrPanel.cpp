@@ -33,11 +33,11 @@ double darkLevelOf(const ExifInfo& exif, std::size_t band) {
 
 /// What is placed without a code has to look like a panel.
 bool isEven(const DetectedTarget& target, const InputImage& image, const BandMatrix& band) {
-    constexpr double kMostSpread = 0.05;
+    constexpr double kMaxSpread = 0.05;
     const image::Box box = image::boundsOf(target.region);
     const image::RegionStats stats =
         image::statsForRegion(image::blockOf(box, band), box, target.region);
-    return stats.stdDev <= kMostSpread * (stats.mean - darkLevelOf(image.exif, 0));
+    return stats.stdDev <= kMaxSpread * (stats.mean - darkLevelOf(image.exif, 0));
 }
 
 /// @param code of the panel, in a band of the image

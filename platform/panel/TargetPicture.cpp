@@ -43,7 +43,7 @@ struct Zoom {
     Eigen::Index reduce = 1;
     Eigen::Index enlarge = 1;
 
-    /// Of a position in the band.
+    /// Where a position in the band lies in the picture.
     [[nodiscard]] double operator()(int position) const {
         return (position + 0.5) * static_cast<double>(enlarge) / static_cast<double>(reduce) - 0.5;
     }
@@ -54,7 +54,7 @@ Zoom zoomFor(const BandMatrix& band) {
     return {(width + kWidest - 1) / kWidest, std::max<Eigen::Index>(1, kWidest / width)};
 }
 
-/// The band, and room for the caption below, black.
+/// Draws the band, and leaves black room for the caption below.
 Picture grey(const BandMatrix& band, const Zoom& zoom, int captionHeight) {
     const Bytes levels = stretched(band, rangeOf(band, kShown));
     Picture picture;
@@ -76,7 +76,7 @@ Picture grey(const BandMatrix& band, const Zoom& zoom, int captionHeight) {
     return picture;
 }
 
-/// Two pixels wide.
+/// Draws a line that is two pixels wide.
 void drawLine(Picture& picture, double x0, double y0, double x1, double y1, const Color& color) {
     const int steps = 1 + static_cast<int>(std::max(std::abs(x1 - x0), std::abs(y1 - y0)));
     for (int i = 0; i <= steps; ++i) {
@@ -102,8 +102,8 @@ void drawRing(Picture& picture, const image::Ring& ring, const Zoom& zoom, const
 
 constexpr char kFirstGlyph = ' ';
 
-/// One a character from the blank to "~": the rows from the top, each a digit of 0-9, A-V whose
-/// five bits are the pixels from the left. Rows that are not given are empty.
+/// There is one for each character from the blank to "~": the rows from the top, each a digit of
+/// 0-9, A-V whose five bits are the pixels from the left. Rows that are not given are empty.
 constexpr std::array<std::string_view, 95> kGlyphs = {
     "0000000", "4444404",   "AAA0000", "AAVAVAA",   "4FKE5U4",   "OP248J3",   "CIK8LID",
     "4400000", "2488842",   "8422248", "04LEL40",   "044V440",   "00000CC48", "000V000",
@@ -152,7 +152,7 @@ void drawText(Picture& picture, int left, int top, const std::string& text) {
     }
 }
 
-/// Of several bytes that stand for one character, one stays, which shows as "?".
+/// Keeps one of several bytes that stand for one character; it shows as "?".
 std::string oneByteACharacter(const std::string& text) {
     std::string result;
     std::copy_if(text.begin(), text.end(), std::back_inserter(result), [](char c) {

@@ -38,7 +38,7 @@ std::vector<const MeasuredTarget*> usedTargetsOf(std::uint64_t cameraId,
 
 } // namespace
 
-std::string judge(MeasuredTarget& target) {
+std::string decideUse(MeasuredTarget& target) {
     target.isUsed = false;
     if (!isSensitivityValid(target.target.sensitivity)) {
         target.remark = QStringLiteral("the mean corrected value is not positive");

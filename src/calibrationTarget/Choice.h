@@ -10,9 +10,9 @@
 
 namespace tessik::radiometry::detail {
 
-/// Judges a measured target by itself: sets isUsed and remark.
+/// Decides whether a measured target is used, from its own values only: sets isUsed and remark.
 /// @return a warning; empty = none
-std::string judge(MeasuredTarget& target);
+std::string decideUse(MeasuredTarget& target);
 
 /// The sensitivity of a camera from those of its targets that are used.
 /// @param warnings what is odd is appended

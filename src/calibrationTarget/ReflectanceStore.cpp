@@ -19,8 +19,8 @@ QString keyText(const CalibrationTargetKey& key) {
            QString::number(key.band.fwhmNm, 'f', 1);
 }
 
-/// The reverse of keyText, without the group; none for what is no key. An identifier may be empty,
-/// or hold slashes: the type stands before the first one, the band after the last.
+/// The reverse of keyText, without the group; nothing where the text is not a key. An identifier
+/// may be empty, or hold slashes: the type stands before the first one, the band after the last.
 std::optional<CalibrationTargetKey> keyFromText(const QString& text) {
     const auto type = targetTypeFromText(text.section('/', 0, 0));
     const QStringList band = text.section('/', -1).split('_');
@@ -43,7 +43,7 @@ boost::optional<float> getCalibrationTargetReflectanceFromDb(const CalibrationTa
     if (!value.canConvert(QMetaType::Float)) {
         return boost::none;
     }
-    // 0 for a text that is no number. Promised: docs/contract.md, text-is-zero.
+    // A text that is not a number gives 0. Promised: docs/contract.md, text-is-zero.
     return value.toFloat();
 }
 

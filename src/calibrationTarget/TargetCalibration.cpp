@@ -57,7 +57,7 @@ void overwrite(const std::vector<double>& known, std::vector<double>& reflectanc
     }
 }
 
-/// One value a band, 0 where nothing is known.
+/// The reflectance of a target: one value a band, 0 where nothing is known.
 std::vector<double> reflectanceOf(const DetectedTarget& found,
                                   const InputImage& image,
                                   const TargetCalibrationRequest& request) {
@@ -173,9 +173,9 @@ void warn(const std::string& text, TargetCalibration& result) {
     result.warnings.push_back(text);
 }
 
-void lookInto(std::size_t index,
-              const TargetCalibrationRequest& request,
-              TargetCalibration& result) {
+void examineImage(std::size_t index,
+                  const TargetCalibrationRequest& request,
+                  TargetCalibration& result) {
     InputImage image = request.images[index];
     TargetCandidate candidate;
     candidate.imageIndex = index;
@@ -203,7 +203,7 @@ void lookInto(std::size_t index,
         target.target.region = found.region;
         try {
             measure(found, image, request, target);
-            const std::string warning = detail::judge(target);
+            const std::string warning = detail::decideUse(target);
             if (!warning.empty()) {
                 warn(warning, result);
             }
@@ -264,7 +264,7 @@ std::vector<std::size_t> targetCandidates(const TargetCalibrationRequest& reques
 TargetCalibration findTargets(const TargetCalibrationRequest& request) {
     TargetCalibration result;
     for (const std::size_t index : targetCandidates(request)) {
-        lookInto(index, request, result);
+        examineImage(index, request, result);
     }
     return result;
 }

@@ -14,7 +14,7 @@ namespace tessik::radiometry::detail {
 namespace {
 
 constexpr double kUndefinedReflectance = 0.0001;
-constexpr std::int64_t kFewestPixels = 3;
+constexpr std::int64_t kMinPixels = 3;
 
 auto asRow(const std::vector<double>& values) {
     return Eigen::Map<const Eigen::RowVectorXd>(values.data(),
@@ -108,10 +108,10 @@ void verifyMeasurement(const RegionMeasurement& measurement) {
     for (std::size_t b = 0; b < measurement.mean.size(); ++b) {
         const std::int64_t valid = measurement.validCount[b];
         const std::int64_t pixels = measurement.pixelCount[b];
-        if (valid < kFewestPixels) {
+        if (valid < kMinPixels) {
             fail("Not enough valid pixels for band ", b);
         }
-        // In integers: 1 - 95 / 100 is more than 0.05.
+        // This is compared in integers: 1 - 95 / 100 is more than 0.05.
         if (20 * (pixels - valid) > pixels) {
             fail("Too many invalid pixels (",
                  100.0 * measurement.invalidShare(b),

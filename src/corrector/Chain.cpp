@@ -24,7 +24,7 @@
 namespace tessik::radiometry::corrector {
 namespace {
 
-/// From the 8 bits that some Sequoia images hold to the 16 that their calibration speaks of.
+/// Brings the 8 bits that some Sequoia images hold to the 16 that their calibration speaks of.
 constexpr float kSequoiaShift = 256.0F;
 
 void appendOpticalCamera(const ExifInfo& exif, Chain& chain) {

@@ -44,7 +44,8 @@ RowWork DarkCurrent::prepare(const RowTask& task) const {
         });
         tell(task.account, "dark_level", "DN", means);
     }
-    // Of the band processed last; a NaN is not negative. Promised: docs/contract.md, last-band.
+    // Only the band that is processed last counts; a NaN is not negative. Promised:
+    // docs/contract.md, last-band.
     const auto isLastNegative = std::make_shared<bool>(false);
     return {[darks, isLastNegative](const Row& row) {
                 const float* dark = darks[row.band].ofRow(row.index);

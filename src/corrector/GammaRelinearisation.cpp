@@ -17,8 +17,9 @@ namespace {
 
 using Table = LUT<unsigned short, double>;
 
-/// Truncated towards zero, then the low 16 bits. A value that no 64-bit integer holds has no place
-/// in the table, nor has a NaN. Promised: docs/contract.md, low-16-bits.
+/// The value is truncated towards zero, and its low 16 bits are looked up. A value that does not
+/// fit into a 64-bit integer, or is NaN, has no place in the table. Promised: docs/contract.md,
+/// low-16-bits.
 float lookUp(const Table& lut, float value) {
     constexpr float kLimit = 9.2e18F;
     if (!(value > -kLimit && value < kLimit)) {

@@ -16,7 +16,7 @@ namespace {
 constexpr auto kExposureContext = "Sequoia delta exposure model";
 constexpr double kNoFactor = std::numeric_limits<double>::quiet_NaN();
 
-/// Of the factors of a block.
+/// The range of the factors of a block.
 struct FactorRange {
     double least;
     double largest;

@@ -40,7 +40,7 @@ Pipeline::Pipeline(const std::vector<datasource::DataSourcePointer>& dataSources
 void Pipeline::run(const Chain& correctors) {
     for (const std::unique_ptr<ICorrector>& corrector : correctors) {
         const Member taken = member(*corrector);
-        if (taken.step == nullptr || taken.step->isHeardWhenAsked()) {
+        if (taken.step == nullptr || taken.step->mayWarnWhenAsked()) {
             runWaiting();
         }
         try {

@@ -7,8 +7,8 @@
 
 namespace tessik::radiometry::corrector {
 
-/// The name of a corrector of the library. Null for one of an application; so too for a class
-/// derived from one of the library, which may act in a way of its own.
+/// The name of a corrector of the library. It is null for a corrector of an application, and for a
+/// class that is derived from one of the library: that may act in a way of its own.
 const char* libraryName(const ICorrector& corrector);
 
 /// Runs the steps of a chain on the bands of one image.

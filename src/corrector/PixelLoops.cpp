@@ -48,7 +48,7 @@ maskOutside(float* pixels, std::size_t size, const float* dark, float low, float
 }
 
 RADIOMETRY_CLONES bool subtract(float* pixels, std::size_t size, const float* dark) {
-    // An integer, or-ed: compilers vectorise that, but no minimum of floats that may be NaN.
+    // Compilers vectorise integers that are or-ed, but not the minimum of floats that may be NaN.
     int isNegative = 0;
     for (std::size_t i = 0; i < size; ++i) {
         pixels[i] -= dark[i];
@@ -64,7 +64,7 @@ RADIOMETRY_CLONES void replaceNan(float* pixels, std::size_t size, float replace
 }
 
 Sums sumsWithout(const float* pixels, std::size_t size, float excluded) {
-    // In lanes: a single sum would wait for each addition.
+    // Values are summed in lanes: a single sum would wait for each addition.
     constexpr std::size_t kLanes = 4;
     constexpr std::size_t kStep = 4 * kLanes;
     using Values = float __attribute__((vector_size(kLanes * sizeof(float))));

@@ -1,18 +1,21 @@
 #pragma once
 
+/// @file
+/// The loops over pixels that lie next to each other in memory. Each is compiled for the
+/// processors there are, and the one at hand is chosen when the library is loaded; the values do
+/// not depend on it.
+
 #include <cstddef>
 #include <cstdint>
 
-/// The loops over pixels that lie one behind the other. Each is compiled for the processors there
-/// are, and the one at hand is chosen when the library is loaded; the values do not depend on it.
 namespace tessik::radiometry::corrector::loops {
 
 void multiply(float* pixels, std::size_t size, float factor);
 void multiply(float* pixels, std::size_t size, const float* factors);
 
-/// NaN for what does not lie between low and high, both excluded.
+/// Turns into NaN what does not lie between low and high, both excluded.
 void maskOutside(float* pixels, std::size_t size, float low, float high);
-/// The same, between low + dark and high.
+/// Does the same between low + dark and high.
 void maskOutside(float* pixels, std::size_t size, const float* dark, float low, float high);
 
 /// @return whether a difference is negative; a NaN is not
@@ -20,7 +23,7 @@ bool subtract(float* pixels, std::size_t size, const float* dark);
 
 void replaceNan(float* pixels, std::size_t size, float replacement);
 
-/// Of some pixels.
+/// What some pixels sum up to.
 struct Sums {
     double sum = 0.0;
     std::int64_t count = 0;
@@ -33,7 +36,8 @@ struct Sums {
     }
 };
 
-/// Sums what is not this value. In float within the row: a mean needs no more.
+/// Sums what is not this value. Within the row the sum is formed in float: a mean needs no more.
+/// `told` of bench/ChainBenchmark.cpp measures it.
 Sums sumsWithout(const float* pixels, std::size_t size, float excluded);
 
 } // namespace tessik::radiometry::corrector::loops

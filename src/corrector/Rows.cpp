@@ -9,7 +9,7 @@ namespace {
 /// bands and their maps stay in the first cache. `warm` of bench/ChainBenchmark.cpp measures it.
 constexpr Eigen::Index kTileSamples = 2048;
 
-/// Rows [first, last) of all bands that have them.
+/// Runs one work on the rows [first, last) of all bands that have them.
 void runTile(const RowWork& work, BandImage& bands, Eigen::Index first, Eigen::Index last) {
     for (std::size_t b = 0; b < bands.size(); ++b) {
         BandMatrix& band = bands[b];

@@ -8,7 +8,7 @@
 namespace tessik::radiometry::corrector {
 
 /// What the optical models of the Sequoia need to know of an exposure, as the metadata state it:
-/// unlike the generic model they do without no value.
+/// unlike the generic model they need every value.
 struct SequoiaExposure {
     double apertureFNumber = 1.0;
     double exposure = 1.0; ///< s

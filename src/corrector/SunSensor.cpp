@@ -38,7 +38,7 @@ struct SunSensor::Data {
     const ExifInfo* exif = nullptr;
     const GeoData* geoData = nullptr;
     QString imagePath;
-    /// That it is there is all that counts. Promised: docs/contract.md, sensor-presence.
+    /// Only its presence counts. Promised: docs/contract.md, sensor-presence.
     const CameraParams* sensor = nullptr;
     const geo::OutCoordSystem* outCS = nullptr;
     const geo::SiteCalibration* siteCalibration = nullptr;

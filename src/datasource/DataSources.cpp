@@ -39,10 +39,11 @@ private:
     std::string m_text;
 };
 
-/// Of the longest pattern that a sensor is known to have, and some more.
+/// Patterns of sensors are known to have fewer rows than this.
 constexpr Eigen::Index kLongestPeriod = 8;
 
-/// The very bits repeat.
+/// After how many rows the map repeats itself, bit for bit; its height where it does not. `warm` of
+/// bench/ChainBenchmark.cpp measures what it is worth that few rows of a map are read.
 Eigen::Index rowPeriod(const BandMatrix& map) {
     for (Eigen::Index period = 1; period <= std::min(kLongestPeriod, map.rows() - 1); ++period) {
         const Eigen::Index shift = period * map.cols();

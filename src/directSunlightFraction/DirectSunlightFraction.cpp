@@ -139,7 +139,7 @@ void setCovariance(SunlightFractionFitResult& result,
     }
 }
 
-/// Least squares over the readings, unweighted.
+/// Fits by least squares over the readings, unweighted.
 /// @throws error as computeDirectSunlightFractionForBand
 SunlightFractionFitResult fit(Readings readings, unsigned int polynomialDegree) {
     const std::size_t count = readings.size();

@@ -21,7 +21,7 @@ struct Flight {
     std::uint32_t coefficientCount;
 };
 
-/// One value a band, and no band unknown where bands are known.
+/// There is one reading a band and, where wavelengths are stated, one wavelength a band.
 bool hasConsistentBands(const ExifInfo& exif) {
     return exif.sunIrradiance.size() == exif.bandCount &&
            (exif.bands.empty() || exif.bands.size() == exif.bandCount);
@@ -86,7 +86,7 @@ SunlightAngleResidual mountedReading(const InputImage& image,
             flight.coefficientCount};
 }
 
-/// What the fit of the sensor's mounting begins with.
+/// The orientation that the fit of the sensor's mounting begins with.
 Eigen::Vector3d statedOrientation(const InputImage& image) {
     if (!exif::hasSunIrradianceRelativeOrientation(image.exif)) {
         fail("No valid sensor pose");
@@ -134,7 +134,8 @@ Readings collectReadings(const BandIndexByCamera& bandIndexByCamera,
             readings.posed.push_back(
                 posedReading(image, *irradiance, poseOf(image, camera.get()), type, flight));
         } catch (const error&) {
-            // A reading that cannot be related to the sun is none; too few are refused later.
+            // A reading that cannot be related to the sun does not count; too few readings are
+            // refused later.
             continue;
         }
     }

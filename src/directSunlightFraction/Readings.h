@@ -20,7 +20,7 @@ struct Readings {
     [[nodiscard]] std::size_t size() const { return posed.size() + mounted.size(); }
 };
 
-/// Parameters and errors as computeDirectSunlightFractionForBand.
+/// Collects them. Parameters and errors are those of computeDirectSunlightFractionForBand.
 Readings collectReadings(const BandIndexByCamera& bandIndexByCamera,
                          const std::vector<InputImage>& images,
                          const geo::OutCoordSystem& outCoordSystem,

@@ -1,10 +1,6 @@
 #pragma once
 
-#include <Eigen/Core>
-
-#include <cmath>
-#include <cstdint>
-
+/// @file
 /// The distance of one reading of an irradiance sensor from the model of it:
 ///
 ///     E = P(t) ((1 - epsilon) w + epsilon c),   w = 1/2 + sign(q) q^2 / 2
@@ -13,6 +9,12 @@
 /// direct sunlight; c the cosine of the sun's incidence on the sensor, 0 when the sun is behind it;
 /// q the cosine of the sensor's tilt. The signed square lets a sensor that faces down see less sky,
 /// never a negative share of it (promised: docs/contract.md, signed-square).
+
+#include <Eigen/Core>
+
+#include <cmath>
+#include <cstdint>
+
 namespace tessik::radiometry::detail {
 
 /// c0 + c1 t + ... by Horner's rule.

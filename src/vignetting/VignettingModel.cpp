@@ -20,7 +20,8 @@ Eigen::VectorXd trimmed(const Eigen::VectorXd& coefficients) {
     return coefficients.head(size);
 }
 
-/// Pixels at a time: their radii and sums stay in registers while the coefficients are walked.
+/// So many pixels are evaluated together: their radii and sums stay in registers while the
+/// coefficients are walked. `map` of bench/ChainBenchmark.cpp measures it.
 constexpr int kLanes = 8;
 
 /// The polynomial at neighbouring pixels of a row, from their squared distances along x and y.

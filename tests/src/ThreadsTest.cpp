@@ -68,7 +68,7 @@ TEST(Threads, eightThreadsGiveTheBitsOfOne) {
     for (unsigned i = 0; i < kThreads * kImagesEach; ++i) {
         alone.push_back(corrected(flight, none, i));
     }
-    // With traces, and without, where steps are run together.
+    // This is done with traces, and without them, where steps are run together.
     for (const int level : {logging::kInfo, logging::kWarning}) {
         const test::LogCapture log(level);
         std::vector<BandMatrix> together(alone.size());

@@ -3,9 +3,9 @@
 /// @file
 /// The sensitivity of each camera of a project, from the reflectance targets in its images.
 ///
-/// Targets are photographed before the flight, after it, or both. So the images looked into are the
-/// first and last ones of each camera, and those that the camera marked as taken of a target; a
-/// flight may have thousands of images, of which no other is opened.
+/// Targets are photographed before the flight, after it, or both. So the images that are searched
+/// are the first and last ones of each camera, and those that the camera marked as taken of a
+/// target; a flight may have thousands of images, of which no other is opened.
 ///
 /// In each of them the detectors are asked in turn; the first that finds a target decides. The
 /// reflectance of a target is, band by band, what the caller knows, else what the target itself
@@ -48,7 +48,7 @@
 
 namespace tessik::radiometry {
 
-/// An image that was looked into.
+/// An image that was searched for targets.
 struct TargetCandidate {
     std::size_t imageIndex = 0;       ///< in the request's images
     std::size_t targetCount = 0;      ///< found in it, used or not
@@ -80,25 +80,25 @@ struct TargetCalibrationRequest {
     /// Ask all detectors of every image, in place of stopping at the first that finds a target: who
     /// calibrates several cameras together then chooses one that works for all of them.
     bool askEveryDetector = false;
-    /// Look into every enabled image, in place of the rule.
+    /// Search every enabled image, in place of the rule.
     bool useAllImages = false;
-    /// How many of the first, and of the last, images of a camera are looked into.
+    /// How many of the first, and of the last, images of a camera are searched.
     std::size_t imagesPerEnd = 1;
     /// Called with each candidate before it is opened: completes its metadata, or throws where the
     /// image must not be corrected. May be empty.
     std::function<void(InputImage&)> prepare{};
-    /// Reflectance that the caller knows better than the target: one value a band, NaN where he
+    /// Reflectance that the caller knows better than the target: one value a band, NaN where it
     /// does not, or nothing at all. Throws to refuse the target. May be empty.
     std::function<std::vector<double>(const InputImage&, const target::DetectedTarget&)>
         knownReflectance{};
 };
 
-/// Indices of the images that are looked into: of each camera in time the first and the last ones,
+/// Indices of the images that are searched: of each camera in time the first and the last ones,
 /// those whose camera says that they show a target, or all.
 RADIOMETRY_EXPORT std::vector<std::size_t>
 targetCandidates(const TargetCalibrationRequest& request);
 
-/// Looks into the images and measures the targets in them, by rules 1 and 2.
+/// Searches the images and measures the targets in them, by rules 1 and 2.
 /// @return targets and candidates; no camera has a sensitivity yet
 /// Never throws for a bad image or target: the result tells.
 RADIOMETRY_EXPORT TargetCalibration findTargets(const TargetCalibrationRequest& request);
@@ -107,9 +107,8 @@ RADIOMETRY_EXPORT TargetCalibration findTargets(const TargetCalibrationRequest& 
 /// calibrateFromTargets.
 RADIOMETRY_EXPORT void chooseSensitivities(const CamerasData& cameras, TargetCalibration& result);
 
-/// Both of it. Never throws for a bad image or target: the result tells. Logs "Automatic
-/// radiometric calibration of camera '..' using '..'", or "No valid radiometric calibration target
-/// for camera
+/// Does both. Never throws for a bad image or target: the result tells. Logs "Automatic radiometric
+/// calibration of camera '..' using '..'", or "No valid radiometric calibration target for camera
 /// '..'". Runs on the caller's thread.
 RADIOMETRY_EXPORT TargetCalibration calibrateFromTargets(const TargetCalibrationRequest& request);
 

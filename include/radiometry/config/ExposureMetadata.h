@@ -23,7 +23,7 @@ RADIOMETRY_EXPORT double readApertureFNumber(const ExifInfo& exif);
 RADIOMETRY_EXPORT double
 opticalCorrection(double fNumber, double exposureTime, double iso, double sensitivity);
 
-/// Not empty, and every value finite and positive.
+/// The list is not empty, and every value is finite and positive.
 RADIOMETRY_EXPORT bool isSensitivityValid(const std::vector<double>& sensitivity);
 
 /// Sensitivity of each band; ones when it is not stated, invalid, or not one value a band.

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// The steps of a correction.
+
 #include "radiometry/core/Account.h"
 #include "radiometry/core/Types.h"
 #include "radiometry/datasource/DataSources.h"
@@ -11,7 +14,6 @@
 #include <string>
 #include <vector>
 
-/// The steps of a correction.
 namespace tessik::radiometry::corrector {
 
 /// One step: takes what it needs from the data sources, decides whether it can act on this image,
@@ -61,7 +63,7 @@ RADIOMETRY_EXPORT void apply(const Chain& correctors,
                              BandImage& bands,
                              const Eigen::Vector2i& blockOffset);
 
-/// As above, and tells what was done.
+/// Does the same, and tells what was done.
 /// @param accounts what each step that acted did is added, in their order; also where one fails
 RADIOMETRY_EXPORT void apply(const Chain& correctors,
                              const std::vector<datasource::DataSourcePointer>& dataSources,
@@ -75,7 +77,7 @@ struct Outlook {
     bool isApplicable = false;
 };
 
-/// Feeds and asks all correctors, and runs none; nor may they be run later.
+/// Feeds and asks all correctors without running them; they must not be run later.
 RADIOMETRY_EXPORT std::vector<Outlook>
 outlook(const Chain& correctors, const std::vector<datasource::DataSourcePointer>& dataSources);
 

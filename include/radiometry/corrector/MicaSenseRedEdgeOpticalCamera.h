@@ -28,7 +28,7 @@ protected:
 private:
     [[nodiscard]] RowWork prepare(const RowTask& task) const override;
 
-    /// Factor of a row of the block.
+    /// The factor of a row of the block.
     [[nodiscard]] float rowFactor(std::size_t band, Eigen::Index row) const;
 
     struct Data;

@@ -28,7 +28,7 @@ protected:
     [[nodiscard]] bool isApplicable() const override;
 
 private:
-    [[nodiscard]] bool isHeardWhenAsked() const override { return true; }
+    [[nodiscard]] bool mayWarnWhenAsked() const override { return true; }
     [[nodiscard]] RowWork prepare(const RowTask& task) const override;
 
     struct Data;

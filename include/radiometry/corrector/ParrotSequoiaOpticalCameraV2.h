@@ -28,7 +28,7 @@ protected:
     [[nodiscard]] bool isApplicable() const override;
 
 private:
-    [[nodiscard]] bool isHeardWhenAsked() const override { return true; }
+    [[nodiscard]] bool mayWarnWhenAsked() const override { return true; }
     /// @throws error when the grid does not fit the image, or the block does not lie in it
     /// @throws std::runtime_error when a row field of the grid is smaller than 2 x 2
     [[nodiscard]] RowWork prepare(const RowTask& task) const override;

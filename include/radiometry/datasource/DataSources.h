@@ -1,5 +1,9 @@
 #pragma once
 
+/// @file
+/// What is known about the image being corrected, one kind of knowledge a class. Immutable. Sources
+/// that hold references must not outlive what they refer to.
+
 #include "platform/camera/GeoData.h"
 #include "radiometry/core/Types.h"
 
@@ -20,8 +24,6 @@ namespace tessik::radiometry {
 class IDarkCurrentModel;
 class IVignettingModel;
 
-/// What is known about the image being corrected, one kind of knowledge a class. Immutable. Sources
-/// that hold references must not outlive what they refer to.
 namespace datasource {
 
 class RADIOMETRY_EXPORT IDataSource {

@@ -12,10 +12,6 @@
 #include <memory>
 #include <unordered_map>
 
-namespace tessik {
-struct CalibCamera;
-} // namespace tessik
-
 namespace tessik::radiometry {
 
 /// A band's index in each camera that has the band, by the camera's identifier.

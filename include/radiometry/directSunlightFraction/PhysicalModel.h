@@ -11,8 +11,8 @@
 
 namespace tessik::radiometry {
 
-/// Mean capture time of the images that have one, s since 1970-01-01 00:00 UTC. 0.0 is no time; a
-/// NaN is a time.
+/// Mean capture time of the images that have one, s since 1970-01-01 00:00 UTC. 0.0 counts as no
+/// time; a NaN counts as one.
 /// @throws error "no valid time could be computed"
 RADIOMETRY_EXPORT double calcDayTimeMean(const std::vector<InputImage>& images);
 

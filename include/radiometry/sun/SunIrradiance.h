@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// What a level sun-irradiance sensor would have measured. All functions are thread safe.
+
 #include "radiometry/core/Types.h"
 #include "radiometry/sun/SunPosition.h"
 
@@ -8,7 +11,6 @@
 
 #include <optional>
 
-/// What a level sun-irradiance sensor would have measured. All functions are thread safe.
 namespace tessik::radiometry::correction {
 
 /// How a sun-irradiance sensor stands to the sun and to the sky.

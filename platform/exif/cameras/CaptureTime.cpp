@@ -10,8 +10,8 @@ namespace {
 
 constexpr double kSecondsPerHour = 3600.0;
 
-/// Of the zones that there are, the one farthest from UTC: Kiribati.
-constexpr int kMostHours = 14;
+/// No time zone is farther from UTC than that of Kiribati.
+constexpr int kMaxHours = 14;
 
 /// A clock that nobody has set counts from 1970 or 1980: time since the start, not a date.
 constexpr double kOldestSeconds = 20.0 * 365.0 * 24.0 * kSecondsPerHour;
@@ -61,18 +61,18 @@ std::optional<double> parseDateTime(const std::string& text) {
 }
 
 /// Digits of a fraction of a second, with a sign on some firmware: "200159" is 0.200159 s,
-/// "-182458" is -0.182458 s. Anything else is no fraction.
+/// "-182458" is -0.182458 s. Anything else is not a fraction.
 double parseSubSeconds(const std::string& text, bool countsNanoseconds) {
-    constexpr std::size_t kFewestNanosecondDigits = 7;
-    constexpr std::size_t kMostNanosecondDigits = 9;
+    constexpr std::size_t kMinNanosecondDigits = 7;
+    constexpr std::size_t kMaxNanosecondDigits = 9;
     const bool isNegative = !text.empty() && text.front() == '-';
     const std::string digits = text.substr(isNegative ? 1 : 0);
     if (!std::all_of(digits.begin(), digits.end(), isDigit)) {
         return 0.0;
     }
-    const bool isCount = countsNanoseconds && digits.size() >= kFewestNanosecondDigits &&
-                         digits.size() <= kMostNanosecondDigits;
-    const std::string zeros(isCount ? kMostNanosecondDigits - digits.size() : 0, '0');
+    const bool isCount = countsNanoseconds && digits.size() >= kMinNanosecondDigits &&
+                         digits.size() <= kMaxNanosecondDigits;
+    const std::string zeros(isCount ? kMaxNanosecondDigits - digits.size() : 0, '0');
     const double fraction = parseNumber("0." + zeros + digits).value_or(0.0);
     return isNegative ? -fraction : fraction;
 }
@@ -87,7 +87,7 @@ std::optional<double> parseUtcOffset(const std::string& text) {
     }
     const int hours = 10 * (text[1] - '0') + text[2] - '0';
     const int minutes = 10 * (text[4] - '0') + text[5] - '0';
-    if (hours > kMostHours || minutes > 59) {
+    if (hours > kMaxHours || minutes > 59) {
         return std::nullopt;
     }
     return (text[0] == '-' ? -1.0 : 1.0) * (hours * kSecondsPerHour + minutes * 60.0);
@@ -119,7 +119,7 @@ offsetToSatelliteTime(const Tags& tags, double cameraSeconds, ImageMetadata& met
     }
     const double difference = cameraSeconds - *utc;
     const double offset = kQuarter * std::round(difference / kQuarter);
-    if (!(std::abs(offset) <= kMostHours * kSecondsPerHour)) {
+    if (!(std::abs(offset) <= kMaxHours * kSecondsPerHour)) {
         metadata.warnings.emplace_back("The camera's clock and the time of its satellite receiver "
                                        "are days apart: the receiver's time is not used");
         return std::nullopt;

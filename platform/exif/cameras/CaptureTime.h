@@ -21,7 +21,7 @@ inline constexpr Clock kLocalClock{};
 inline constexpr Clock kUtcClock{true};
 
 /// A date and time tag with its fraction of a second, as seconds since 1970-01-01 of the clock that
-/// wrote it; absent when the date is not stated or is no date.
+/// wrote it; absent when the date is not stated or is not a date.
 /// @param fractionKey tag with the digits of the fraction; absent tag = whole seconds
 std::optional<double> readClock(const Tags& tags,
                                 const std::string& dateKey,

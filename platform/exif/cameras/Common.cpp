@@ -24,7 +24,7 @@ bool isUnreadable(const Tags& tags, const std::string& name, const std::vector<d
     return texts != nullptr && read.empty() && !isBlank(*texts);
 }
 
-/// Degrees, minutes, seconds; NaN where it is not stated.
+/// An angle that is stated in degrees, minutes and seconds; NaN where it is not stated.
 double readAngle(const Tags& tags, const std::string& key, char positive, char negative) {
     const std::vector<double> parts = tags.exifNumbers("Exif.GPSInfo." + key);
     const std::string reference = tags.exifText("Exif.GPSInfo." + key + "Ref");
@@ -71,7 +71,7 @@ DataType pixelType(double bits, double sampleFormat) {
     if (bits == 8.0 && !isSigned) {
         return DataType::UInt8;
     }
-    // 10, 12 and 14 bits come in 16.
+    // Samples of 10, 12 and 14 bits are stored in 16.
     if (bits > 8.0 && bits <= 16.0) {
         return isSigned ? DataType::Int16 : DataType::UInt16;
     }
@@ -102,7 +102,7 @@ void readImageShape(const TagFile& file, ExifInfo& exif) {
                                tags.exifNumber("Exif.Image.SampleFormat").value_or(1.0));
 }
 
-/// Positive and finite, else 0.
+/// The value where it is positive and finite, else 0.
 double positive(std::optional<double> value) {
     return value && std::isfinite(*value) && *value > 0.0 ? *value : 0.0;
 }
@@ -151,7 +151,7 @@ void readDarkLevels(const Tags& tags, ExifInfo& exif) {
     }
 }
 
-/// "x,y" pairs: for one band all of them, for several one list item a band.
+/// The tag holds "x,y" pairs: for one band all of them, for several one list item a band.
 void readBadPixels(const Tags& tags, ImageMetadata& metadata) {
     ExifInfo& exif = metadata.exif;
     const Tags::Value* items = tags.xmp("Camera", "InvalidPixel");
@@ -188,7 +188,7 @@ void readBadPixels(const Tags& tags, ImageMetadata& metadata) {
     }
 }
 
-/// Flat pairs (power of x, power of y) and a coefficient for each.
+/// The tags hold flat pairs (power of x, power of y) and a coefficient for each.
 void readVignetting2D(const Tags& tags, ImageMetadata& metadata) {
     const std::vector<double> powers = tags.xmpNumbers("Camera", "VignettingPolynomial2DName");
     const std::vector<double> values = tags.xmpNumbers("Camera", "VignettingPolynomial2D");
@@ -218,7 +218,7 @@ void readVignetting2D(const Tags& tags, ImageMetadata& metadata) {
     }
 }
 
-/// Row-major, bands x bands.
+/// The tag holds bands x bands numbers, row after row.
 void readColorMatrix(const Tags& tags, ImageMetadata& metadata) {
     const std::vector<double> values = tags.xmpNumbers("Camera", "ColorTransform");
     if (values.empty() && !isUnreadable(tags, "ColorTransform", values)) {
@@ -233,8 +233,8 @@ void readColorMatrix(const Tags& tags, ImageMetadata& metadata) {
     metadata.exif.colorConversionMatrix = Eigen::Map<const RowMajor>(values.data(), bands, bands);
 }
 
-/// Corners of the target, and its reflectance: also of an image that is not of a target they are
-/// what the file says.
+/// Reads the corners of the target and its reflectance, of an image that is not of a target too:
+/// they are what the file says.
 void readTarget(const Tags& tags, ImageMetadata& metadata) {
     constexpr double kOfTarget = 2.0;
     RecordedTarget& target = metadata.exif.recordedTarget;
@@ -285,7 +285,7 @@ void readIrradiance(const Tags& tags, ExifInfo& exif) {
     exif.sunSensorYawPitchRoll = readAngles(tags, "Irradiance");
 }
 
-/// Stated in mm; the focal plane resolution gives px per unit.
+/// The point is stated in mm; the focal plane resolution gives px per unit.
 void readPrincipalPoint(const Tags& tags, ExifInfo& exif) {
     const std::vector<double> point = tags.xmpNumbers("Camera", "PrincipalPoint");
     const double x = positive(tags.exifNumber("Exif.Photo.FocalPlaneXResolution"));
@@ -322,7 +322,7 @@ void readIdentity(const Tags& tags, ExifInfo& exif) {
 } // namespace
 
 std::vector<Eigen::MatrixXd> readBlackLevel(const Tags& tags, std::uint64_t bandCount) {
-    // Rows, columns, samples, the last running fastest.
+    // Values are ordered by row, column and sample, the last running fastest.
     const std::vector<double> levels = tags.exifNumbers("Exif.Image.BlackLevel");
     std::vector<double> repeat = tags.exifNumbers("Exif.Image.BlackLevelRepeatDim");
     if (repeat.size() != 2) {

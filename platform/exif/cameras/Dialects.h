@@ -24,7 +24,7 @@ struct Dialect {
 
 const std::vector<Dialect>& dialects();
 
-/// EXIF, and the tags of the Camera prefix that all makers share.
+/// Reads EXIF, and the tags of the Camera prefix that all makers share.
 void readCommon(const TagFile& file, ImageMetadata& metadata);
 
 /// The repeating pattern of TIFF's BlackLevel of each band; a pattern whose entries are all alike

@@ -1,3 +1,11 @@
+// P4 Multispectral and Mavic 3 Multispectral: proportional to radiance is
+//     (DN - dark) * c(r) * adjustment / (gain * t)
+// with t in the maker's own tag (us) and c a radial correction. The basic optical model computes
+// F^2 / (t * S * ISO): S is gain / adjustment, and ISO is 1 because the EXIF value is not the gain.
+// The maker's guide for the Mavic corrects vignetting first and subtracts the dark level later;
+// that would multiply the dark level too, so it is subtracted first. Irradiance is the light
+// sensor's reading, levelled and calibrated by the camera; its unit is the maker's own, the same in
+// all bands.
 #include "platform/exif/cameras/Dialects.h"
 #include "platform/exif/cameras/RadialFit.h"
 
@@ -8,14 +16,6 @@
 #include <string>
 #include <vector>
 
-// P4 Multispectral and Mavic 3 Multispectral: proportional to radiance is
-//     (DN - dark) * c(r) * adjustment / (gain * t)
-// with t in the maker's own tag (us) and c a radial correction. The basic optical model computes
-// F^2 / (t * S * ISO): S is gain / adjustment, and ISO is 1 because the EXIF value is not the gain.
-// The maker's guide for the Mavic corrects vignetting first and subtracts the dark level later;
-// that would multiply the dark level too, so it is subtracted first. Irradiance is the light
-// sensor's reading, levelled and calibrated by the camera; its unit is the maker's own, the same in
-// all bands.
 namespace tessik::exif {
 namespace {
 
@@ -43,7 +43,7 @@ void refuse(const std::string& what, ImageMetadata& metadata) {
     metadata.exif.radiometricIndicator = 0;
 }
 
-/// Positive and finite, or absent.
+/// The value of a tag; absent where it is not positive and finite.
 std::optional<double> positive(const Tags& tags, const std::string& name) {
     const auto value = tags.xmpNumber("drone-dji", name);
     return value && *value > 0.0 && std::isfinite(*value) ? value : std::nullopt;

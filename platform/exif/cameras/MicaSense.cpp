@@ -29,7 +29,7 @@ void readVignetting(const Tags& tags, ExifInfo& exif) {
     }
 }
 
-/// From the second light sensor's unit to W/m2/nm, where the file does not state the factor.
+/// Turns the second light sensor's unit into W/m2/nm where the file does not state the factor.
 constexpr double kMicrowattPerCm2 = 0.01;
 
 /// What the second generation of the light sensor states of the light on a level surface, in its
@@ -56,7 +56,7 @@ bool isSecondGeneration(const Tags& tags, const LevelLight& level) {
     return serial.rfind("DA", 0) == 0 || (serial.rfind("DL", 0) != 0 && level.isStated());
 }
 
-/// Of the sun, rad: from time and place, else as the file states it.
+/// The elevation of the sun, rad: from time and place, else as the file states it.
 std::optional<double> sunElevation(const Tags& tags, const GeoData& geo) {
     if (geo.position && geo.captureTime != 0.0) {
         const auto elevation = astro::sunElevation(
@@ -132,8 +132,8 @@ void readThermal(ExifInfo& exif) {
     exif.micaSense3kModel = {};
 }
 
-/// Twelve bits, shifted left by four; which value clips is the body's own. That of the Altum is not
-/// known.
+/// Samples are twelve bits, shifted left by four; at which value they clip depends on the body.
+/// That of the Altum is not known.
 std::optional<std::pair<double, double>> storedRange(const QString& model) {
     if (model == QLatin1String("RedEdge-P")) {
         return std::pair(0.0, 65504.0);

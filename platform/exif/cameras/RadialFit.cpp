@@ -35,7 +35,7 @@ Eigen::MatrixXd powersOfShiftedChebyshev(Eigen::Index degree) {
     return powers;
 }
 
-/// Least squares of p(s) c(s) - 1, the relative error, at Chebyshev nodes in 0..1.
+/// Fits by least squares of p(s) c(s) - 1, the relative error, at Chebyshev nodes in 0..1.
 /// @return coefficients of the powers of s
 Eigen::VectorXd fit(const Eigen::VectorXd& correction, double maxRadius, Eigen::Index degree) {
     constexpr Eigen::Index kNodes = 4 * (kMaxDegree + 1);
@@ -51,7 +51,7 @@ Eigen::VectorXd fit(const Eigen::VectorXd& correction, double maxRadius, Eigen::
            system.householderQr().solve(Eigen::VectorXd::Ones(kNodes));
 }
 
-/// Largest relative error over the radii, as the coefficients will be used.
+/// The largest relative error over the radii, as the coefficients will be used.
 double largestError(const Eigen::VectorXd& correction,
                     const Eigen::VectorXd& brightness,
                     double maxRadius) {

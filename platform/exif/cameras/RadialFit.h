@@ -8,7 +8,7 @@
 
 namespace tessik::exif {
 
-/// A radial vignetting correction to multiply by, turned into the brightness to divide by.
+/// Turns a radial vignetting correction to multiply by into the brightness to divide by.
 ///
 /// Given c(r) = k(0) + k(1) r + k(2) r^2 + ..., finds a polynomial p with p(r) c(r) = 1 to a
 /// relative 1e-5 for every r from 0 to maxRadius, of the lowest degree that reaches it. Absent when

@@ -1,3 +1,9 @@
+// The Double 4K writes JPEG of three channels of 8 bits, exposure and speed as EXIF has them, a
+// colour matrix, and one light reading a channel. One channel of a near infrared camera may be
+// named "Garbage": its filter lets nothing through that belongs there. The 6X writes one band a
+// file, in 12 bits that are not shifted. Proportional to radiance is DN / (t * ISO / 100); divided
+// by SunSensor and the band's sensitivity it is proportional to reflectance. It is known from
+// documents and other programs' users only: no raw image of it was to be had.
 #include "platform/exif/cameras/Dialects.h"
 
 #include <algorithm>
@@ -5,13 +11,6 @@
 #include <optional>
 #include <vector>
 
-// Double 4K: JPEG of three channels, 8 bits; exposure and speed as EXIF has them, a colour matrix,
-// one light reading a channel. Of a near infrared camera one channel may be named "Garbage": its
-// filter lets nothing through that belongs there.
-// 6X: one band a file, 12 bits that are not shifted. Proportional to radiance is
-// DN / (t * ISO / 100); divided by SunSensor and the band's sensitivity it is proportional to
-// reflectance. Known from documents and other programs' users only: no raw image of it was to be
-// had.
 namespace tessik::exif {
 namespace {
 

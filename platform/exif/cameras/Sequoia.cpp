@@ -57,7 +57,7 @@ void readSunSensor(const Tags& tags, ImageMetadata& metadata) {
     }
 }
 
-/// Besides 2, which all cameras write.
+/// A Sequoia marks an image of a target by 1, besides the 2 of all cameras.
 void readTarget(const Tags& tags, ExifInfo& exif) {
     constexpr double kOfTarget = 1.0;
     if (tags.xmpNumber("Camera", "CalibrationPicture") == kOfTarget) {

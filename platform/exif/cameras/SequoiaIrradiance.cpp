@@ -31,7 +31,8 @@ struct Record {
     Eigen::Vector3d yawPitchRoll = Eigen::Vector3d::Zero();
 };
 
-/// Empty when the text is not the one way to write some bytes in base64.
+/// The bytes that a text stands for; empty when it is not the one way to write some bytes in
+/// base64.
 QByteArray decodeBase64(const std::string& text) {
     QByteArray compact;
     compact.reserve(static_cast<int>(text.size()));
@@ -60,7 +61,7 @@ Record readRecord(const char* bytes, const Layout& layout) {
     return record;
 }
 
-/// Empty when the bytes are no list of this layout.
+/// The records of a list; empty when the bytes are not a list of this layout.
 std::vector<Record> readRecords(const QByteArray& bytes, const Layout& layout) {
     if (bytes.size() % layout.size != 0) {
         return {};
@@ -124,7 +125,8 @@ const char* fault(const Record& record, const std::optional<double>& gain) {
     return gain ? nullptr : "a gain that the calibration does not give";
 }
 
-/// Of the record nearest to the image in time; absent when that is too far to say anything.
+/// Takes the angles of the record nearest to the image in time; absent when that is too far to say
+/// anything.
 std::optional<Eigen::Vector3d> poseAt(double imageSeconds, const std::vector<Record>& records) {
     constexpr double kMaxSeconds = 2.0; // ten times the usual distance of two records
     const auto distance = [imageSeconds](const Record& record) {

@@ -33,10 +33,11 @@ struct SequoiaIrradiance {
 /// that the bytes are not what they should be spoils the whole list: foreign characters or wrong
 /// padding, a size of no whole number of records, times that do not rise, an unknown gain index.
 /// What the sensor itself can write spoils one record: a count of 0 or 65535, no integration time,
-/// angles that are none, a gain that the calibration does not give. Such records are left out, up
-/// to half of them: a mean over what is left of a mostly dark or saturated list would be biased.
+/// angles that are not finite, a gain that the calibration does not give. Such records are left
+/// out, up to half of them: a mean over what is left of a mostly dark or saturated list would be
+/// biased.
 ///
-/// @param text as the file holds it; blank = the sensor wrote nothing, which is no fault
+/// @param text as the file holds it; blank = the sensor wrote nothing, which is not a fault
 /// @param calibration rows of gain index, integration time (ms), channel 0, channel 1: the gains
 /// are
 ///        in the ratio of channel 0

@@ -50,7 +50,7 @@ private:
     std::string m_reason;
 };
 
-/// Settings that hold for our own calls in this thread alone: the folder of an image is not listed
+/// Settings that hold for our own calls in this thread only: the folder of an image is not listed
 /// (it may hold thousands of files), no file is left or looked for beside it, and uncompressed
 /// pixels are read without a stay in the block cache.
 class GdalScope {

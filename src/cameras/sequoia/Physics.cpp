@@ -1,9 +1,9 @@
+// Plain loops: the order of operations decides the last bit, and is meant to be read.
 #include "radiometry/cameras/sequoia/Physics.h"
 
 #include <cassert>
 #include <cmath>
 
-// Plain loops: the order of operations decides the last bit, and is meant to be read.
 namespace tessik::radiometry::sequoia {
 
 BandMatrix darkCurrent(double iso, double temperature, const DarkCurrentParameter& p) {

@@ -17,7 +17,8 @@ inline BandMatrix zoomRowFields(const math::RowMatrixXd& grid, int factor) {
     const BandMatrix even = math::zoom(field(0), factor);
     const BandMatrix odd = math::zoom(field(1), factor);
     BandMatrix result(even.rows() + odd.rows(), odd.cols());
-    // With an odd number of grid rows the even field is `factor` rows longer; its tail follows on.
+    // With an odd number of grid rows the even field is `factor` rows longer; its tail follows at
+    // the end.
     for (Eigen::Index r = 0; r < result.rows(); ++r) {
         const Eigen::Index pair = r / 2;
         const bool takeEven = pair >= odd.rows() || r % 2 == 0;

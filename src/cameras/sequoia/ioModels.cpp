@@ -48,9 +48,9 @@ float storedSize(Eigen::Index size) {
     return static_cast<float>(size) / kSizeUnit;
 }
 
-/// The size that a header states, truncated; absent when it is no number or not in 0..largest.
-/// Of some sizes (53, 59, 105, ...) the stored hundredth, multiplied again, falls just short of the
-/// whole number; the value stored for the next size shows it.
+/// The size that a header states, truncated; absent when it is not a number, or not in 0..largest.
+/// For some sizes (53, 59, 105, ...) the stored hundredth, multiplied again, falls just short of
+/// the whole number; the value stored for the next size shows it.
 std::optional<Eigen::Index> sizeOf(float stored, Eigen::Index largest) {
     const float scaled = stored * kSizeUnit;
     if (!(scaled >= 0.0F && scaled < static_cast<float>(largest + 1))) {
@@ -74,7 +74,7 @@ std::string sizeText(const ParameterMatrix& matrix) {
     return std::to_string(matrix.rows()) + "x" + std::to_string(matrix.cols());
 }
 
-/// Two rasters, dark and parameters.
+/// Appends two rasters: the dark pattern and the parameters.
 void appendRasters(const ModelParameter& model, BandImage& rasters) {
     const ParameterMatrix& deltaTau = model.cmos.deltaTau;
     const ParameterMatrix& vignetting = model.cmos.vignetting;

@@ -122,7 +122,7 @@ private:
     std::map<QString, std::optional<BandModels>> m_loaded;
 };
 
-/// What a body is given whose cameras do not tell which band they are.
+/// The band whose model a body is given when its cameras do not tell which band they are.
 constexpr auto kAnyBand = "Green";
 
 } // namespace

@@ -19,7 +19,7 @@ CalibrationDonor donor() {
     return result;
 }
 
-/// As the donor's, of a firmware that wrote no calibration.
+/// An image like the donor's, of a firmware that wrote no calibration.
 ImageMetadata bare() {
     ImageMetadata metadata;
     metadata.exif = donor().exif;

@@ -45,7 +45,7 @@ TEST(CoordSystem, convertsWhatIsKnownFromElsewhere) {
     // The CN Tower, as gazetteers have it: 43 38 33.24 N, 79 23 13.7 W, zone 17, to the metre.
     const GeoPosition tower = {43.642567, -79.387139, 76.0};
     expectNear(positionIn(CoordSystem::fromEpsg(32617), tower), {630084, 4833438, 76}, 1.0);
-    // By definition of the ellipsoid.
+    // These follow from the definition of the ellipsoid.
     const double pole = 6378137.0 * (1.0 - 1.0 / 298.257223563);
     const CoordSystem geocentric = CoordSystem::fromEpsg(4978);
     expectNear(positionIn(geocentric, {0.0, 90.0, 100.0}), {0.0, 6378237.0, 0.0}, 1e-6);

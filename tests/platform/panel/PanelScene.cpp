@@ -15,7 +15,7 @@
 namespace tessik::target {
 namespace {
 
-/// From sides of the code to px.
+/// Turns sides of the code into px.
 Eigen::Matrix3d imageFromCode(const PanelPose& pose) {
     Eigen::Matrix3d projection = Eigen::Matrix3d::Identity();
     projection.topLeftCorner<2, 2>() =

@@ -53,7 +53,7 @@ public:
 
     [[nodiscard]] BandMatrix& band() { return m_band; }
     [[nodiscard]] const BandMatrix& band() const { return m_band; }
-    /// Of one band at a wavelength, nm.
+    /// The record of an image of one band at a wavelength, nm.
     [[nodiscard]] InputImage image(double wavelength = 650.0) const;
     [[nodiscard]] Detection find() const;
 

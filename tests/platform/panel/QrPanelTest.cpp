@@ -46,7 +46,7 @@ void expectRegion(const DetectedTarget& target,
 constexpr auto kText = "RP06-1234567-AB_04005000900600";
 constexpr auto kOldText = "RP02-1234567-AB";
 
-/// Of version 2, a large surface beside the code.
+/// A panel of version 2: a large surface beside the code.
 DrawnPanel oldPanel(const PanelPose& pose, int side) {
     DrawnPanel panel{kOldText, pose};
     panel.surface = Eigen::Rotation2Dd(side * M_PI / 2.0) * Vector2d(-1.68, 0.0);
@@ -108,7 +108,7 @@ TEST(QrPanel, whatIsNoUsablePanelIsLeftOutAndSaid) {
     DrawnPanel dim{kText, left};
     dim.grey = PanelScene::kDark + 1500.0;
     dim.ink = PanelScene::kDark;
-    // As panels of version 5 have it: beside the code.
+    // It is beside the code, as panels of version 5 have it.
     DrawnPanel turned{kText, right};
     turned.surface = {-1.58, 0.0};
     PanelScene even(360, 560);

@@ -114,11 +114,11 @@ TEST(SiblingPanel, noPanelIsPlacedWhereNoneIsSeenForCertain) {
     EXPECT_TRUE(findLike(sceneAt(far).draw(blankLabel(far))).targets.empty());
     EXPECT_TRUE(findLike(shaded).targets.empty());
     EXPECT_TRUE(findLike(twice, once).targets.empty());
-    // Of another size: no band of the same kind of camera.
+    // An image of another size is not a band of the same kind of camera.
     PanelScene larger = sceneAt(still).draw(label);
     larger.band() = BandMatrix(larger.band().topRows(396));
     EXPECT_TRUE(findLike(larger).targets.empty());
-    // By a target that was found without a code, as a camera's record is.
+    // Nor is it placed by a target that was found without a code, as a camera's record is.
     const PanelScene plain = sceneAt(still);
     DetectedTarget recorded = plain.find().targets.at(0);
     recorded.codeText.clear();

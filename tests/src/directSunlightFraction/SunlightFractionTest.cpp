@@ -150,7 +150,7 @@ TEST(SunlightFit, needsTwoReadingsMoreThanTheDegree) {
 struct OutCase {
     const char* what;
     void (*change)(SunlitFlight& flight, InputImage& image);
-    /// Of a fit of the sensor's mounting; null = it leaves the reading out.
+    /// The error of a fit of the sensor's mounting; null = it leaves the reading out.
     const char* mountedError = nullptr;
 };
 

@@ -206,10 +206,10 @@ TEST(SunFactor, turnsTheReadingIntoThatOfALevelSensor) {
     for (const FactorCase& c :
          {FactorCase{"level, no direct light", 0.6, 0.6, 1.0, 0.0, 1.0},
           {"level", 0.6, 0.6, 1.0, 0.7, 1.0},
-          {"level, direct light alone", 0.6, 0.6, 1.0, 1.0, 1.0},
+          {"level, direct light only", 0.6, 0.6, 1.0, 1.0, 1.0},
           {"diffuse: 1 / 0.82", 0.6, 0.9, 0.8, 0.0, 1.0 / 0.82},
           {"diffuse, looking down: 1 / 0.32", 0.6, 0.9, -0.6, 0.0, 3.125},
-          {"direct light alone", 0.5, 0.8, 0.9, 1.0, 0.625},
+          {"direct light only", 0.5, 0.8, 0.9, 1.0, 0.625},
           {"sun behind: 0.75 / (0.5 * 0.68)", 0.5, -0.3, 0.6, 0.5, 0.75 / 0.34},
           {"incidence unknown: as behind", 0.5, kNan, 0.6, 0.5, 0.75 / 0.34},
           {"both: 0.6 / (0.2 + 0.8 * 0.82)", 0.0, 1.0, 0.8, 0.2, 0.8 / 0.856}}) {

@@ -17,7 +17,7 @@ using BandModels = std::unordered_map<QString, ModelParameter>;
 /// Reads the factory's models of one camera; docs/file-formats.md describes the file. Whatever the
 /// file holds, it is either understood or refused. Thread safe.
 /// @return the camera's serial number (empty when the file states none), and its four bands
-/// @throws error "Unable to read <path>" when it is no raster image or is damaged
+/// @throws error "Unable to read <path>" when it is not a raster image, or is damaged
 /// @throws error "Incorrect format of parameter file <path>[ for band <name>]"
 RADIOMETRY_EXPORT std::tuple<QString, BandModels> readModel(const QString& path);
 

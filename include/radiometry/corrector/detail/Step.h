@@ -1,9 +1,11 @@
 #pragma once
 
-#include "radiometry/corrector/ICorrector.h"
-
+/// @file
 /// What the library's own correctors have in common. An application derives from ICorrector: these
 /// bases change with the library.
+
+#include "radiometry/corrector/ICorrector.h"
+
 namespace tessik::radiometry::corrector {
 
 struct RowWork;
@@ -29,7 +31,7 @@ private:
 
     /// isApplicable may warn. Others are fed and asked without anybody noticing, so that it does
     /// not matter whether the steps before them have acted yet.
-    [[nodiscard]] virtual bool isHeardWhenAsked() const { return false; }
+    [[nodiscard]] virtual bool mayWarnWhenAsked() const { return false; }
 };
 
 /// A step whose work on a pixel depends on that pixel only, and on where it is. Such steps can be

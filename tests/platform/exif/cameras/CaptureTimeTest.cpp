@@ -12,7 +12,7 @@ namespace {
 using test::tagFile;
 using test::TagList;
 
-/// From `date -u -d "2017-10-19 20:42:10" +%s`.
+/// The number comes from `date -u -d "2017-10-19 20:42:10" +%s`.
 constexpr double kSeconds = 1508445730.0;
 const char* const kDate = "2017:10:19 20:42:10";
 

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// Metadata and models of Sequoia bands.
+
 #include "radiometry/cameras/sequoia/ModelParameter.h"
 #include "radiometry/datasource/DataSources.h"
 #include "support/Support.h"
@@ -7,7 +10,6 @@
 #include <memory>
 #include <vector>
 
-/// Metadata and models of Sequoia bands.
 namespace tessik::test {
 
 /// A matrix of distinct values, first, first + step, ... row after row.
