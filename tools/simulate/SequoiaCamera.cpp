@@ -4,7 +4,6 @@
 
 #include "platform/math/Angle.h"
 #include "simulate/Scene.h"
-#include "simulate/SequoiaTags.h"
 
 #include <algorithm>
 #include <cmath>
