@@ -21,8 +21,8 @@ struct Options {
     flight::FlightOptions flight;
     flight::ProjectOptions project;
     flight::StatedTarget stated;
-    std::filesystem::path output;   ///< sensitivity file to write; empty = none
-    std::filesystem::path pictures; ///< folder for pictures of the targets; empty = none
+    std::filesystem::path output;   ///< sensitivity file to write; empty = no file
+    std::filesystem::path pictures; ///< folder for pictures of the targets; empty = no pictures
 };
 
 /// The reflectance that a panel has by the maker's constant, where there is one.

@@ -23,7 +23,7 @@ struct Options {
     /// A plan to follow; empty = one is made.
     fs::path planFile;
     flight::RunOptions run;
-    /// Page to write when done; empty = none.
+    /// Page to write at the end; empty = no page.
     fs::path report;
 };
 

@@ -104,7 +104,7 @@ int sunlight(const Options& options, Terminal& terminal) {
         print(bands);
     }
     if (bands.empty()) {
-        terminal.failure({{}, "no fraction of direct sunlight could be told"});
+        terminal.failure({{}, "no fraction of direct sunlight can be determined"});
         return NothingDone;
     }
     return hasFailed ? SomeFailed : AllDone;

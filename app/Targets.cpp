@@ -133,7 +133,7 @@ int showOne(const TargetName& name, bool json) {
     return AllDone;
 }
 
-/// @param values each WAVELENGTH_FWHM=VALUE, nm; all are stored, or none
+/// @param values each WAVELENGTH_FWHM=VALUE, nm; all are stored, or nothing is
 int set(const TargetName& name, const std::vector<std::string>& values) {
     std::vector<std::pair<BandInfo, double>> bands;
     for (const std::string& value : values) {

@@ -13,7 +13,7 @@ namespace {
 using flight::Json;
 using flight::orNull;
 
-/// Why `correct` would leave an image alone; empty = it would not.
+/// Why `correct` would refuse an image; empty = it would correct it.
 std::string refusalOf(const InputImage& image, const flight::Project& project) {
     try {
         project.check(image);

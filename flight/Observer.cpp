@@ -30,10 +30,11 @@ void Warnings::add(const std::string& path, const std::string& text) {
     }
 }
 
-void Warnings::join(const std::vector<Warning>& told) {
-    std::copy_if(told.begin(), told.end(), std::back_inserter(m_list), [this](const Warning& one) {
-        return isNew(one.text);
-    });
+void Warnings::join(const std::vector<Warning>& warnings) {
+    std::copy_if(warnings.begin(),
+                 warnings.end(),
+                 std::back_inserter(m_list),
+                 [this](const Warning& one) { return isNew(one.text); });
 }
 
 bool Warnings::isNew(const std::string& text) const {

@@ -20,7 +20,7 @@ struct Failure {
     std::string reason; ///< does not repeat the path
 };
 
-/// The people behind the work on a flight: they are told what happens, and asked whether to go on.
+/// The people behind the work on a flight: they hear what happens, and say whether to continue.
 /// Its functions are called from several threads at once. By default nobody listens.
 class Observer {
 public:
@@ -45,16 +45,16 @@ public:
     [[nodiscard]] virtual bool shallStop() { return false; }
 };
 
-/// The warnings of one value: each text once, with the path that it was first said of. Each is told
-/// to the observer when it is added. For one thread.
+/// The warnings of one value: each text once, with the path of the first image that it concerns.
+/// The observer hears each when it is added. For one thread.
 class Warnings {
 public:
     /// @param observer must outlive this
     explicit Warnings(Observer& observer) : m_observer(observer) {}
 
     void add(const std::string& path, const std::string& text);
-    /// Adds what was told already.
-    void join(const std::vector<Warning>& told);
+    /// Adds warnings that the observer has heard already.
+    void join(const std::vector<Warning>& warnings);
 
     [[nodiscard]] const std::vector<Warning>& list() const { return m_list; }
 
@@ -65,10 +65,10 @@ private:
     std::vector<Warning> m_list;
 };
 
-/// While it lives, what the library logs in this thread is told to an observer.
+/// While it lives, an observer hears what the library logs in this thread.
 class Listening {
 public:
-    /// @param path of the image that it is said of; empty = of none in particular
+    /// @param path of the image that it concerns; empty = no image in particular
     Listening(Observer& observer, std::string path);
     /// As above; warnings are added to a list, which must outlive this.
     Listening(Observer& observer, Warnings& warnings, std::string path = {});

@@ -70,7 +70,7 @@ Interruptible::~Interruptible() {
     }
 }
 
-bool Interruptible::isAsked() {
+bool Interruptible::isStopAsked() {
     return asked != 0;
 }
 

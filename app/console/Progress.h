@@ -5,7 +5,7 @@
 
 namespace tessik::app {
 
-/// A bar on stderr as GDAL's tools draw it, "0...10...20...": on a terminal alone. Thread safe.
+/// A bar on stderr as GDAL's tools draw it, "0...10...20...": only on a terminal. Thread safe.
 class Progress {
 public:
     /// @param count steps to come
@@ -37,7 +37,7 @@ public:
     Interruptible& operator=(const Interruptible&) = delete;
     ~Interruptible();
 
-    static bool isAsked();
+    static bool isStopAsked();
 };
 
 } // namespace tessik::app

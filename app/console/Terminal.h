@@ -44,7 +44,7 @@ public:
     void begin(std::size_t steps) override;
     void advance() override;
     void end() override;
-    [[nodiscard]] bool shallStop() override { return Interruptible::isAsked(); }
+    [[nodiscard]] bool shallStop() override { return Interruptible::isStopAsked(); }
 
     /// Says all of them. @return how many there are
     std::size_t failures(const std::vector<flight::Failure>& failures);

@@ -14,16 +14,16 @@ namespace {
 constexpr std::size_t kValues = 65536;
 
 /// Of a camera: enough that some show a roof, a road or the sun in water.
-constexpr std::size_t kMostImages = 8;
+constexpr std::size_t kMaxImages = 8;
 
 /// Some of a list, evenly spread from the first to the last.
 std::vector<std::size_t> spread(const std::vector<std::size_t>& list) {
-    if (list.size() <= kMostImages) {
+    if (list.size() <= kMaxImages) {
         return list;
     }
     std::vector<std::size_t> some;
-    for (std::size_t i = 0; i < kMostImages; ++i) {
-        some.push_back(list[i * (list.size() - 1) / (kMostImages - 1)]);
+    for (std::size_t i = 0; i < kMaxImages; ++i) {
+        some.push_back(list[i * (list.size() - 1) / (kMaxImages - 1)]);
     }
     return some;
 }
@@ -38,7 +38,7 @@ void count(const BandImage& bands, SampleCounts& counts) {
     }
 }
 
-/// An image that cannot be read is told of when it is corrected.
+/// An image that cannot be read is reported when it is corrected.
 std::optional<double> limitIn(const std::vector<InputImage>& images,
                               const std::vector<std::size_t>& indices) {
     SampleCounts counts(kValues);
@@ -80,13 +80,13 @@ void warnOf(const std::vector<const InputImage*>& cameras,
 
 std::optional<double> clipSpike(const SampleCounts& counts) {
     constexpr std::size_t kLevelsBelow = 16; // that a spike is compared with
-    constexpr std::size_t kMostLevelsAbove = 64;
+    constexpr std::size_t kMaxLevelsAbove = 64;
     constexpr std::int64_t kFewest = 25; // samples of a spike
     constexpr double kTimesTheOthers = 6.0;
-    constexpr double kMostAbove = 0.05; // samples above a spike, as a share of it
-    std::vector<std::size_t> levels;    // that occur, from the highest down
+    constexpr double kMaxAbove = 0.05; // samples above a spike, as a share of it
+    std::vector<std::size_t> levels;   // that occur, from the highest down
     for (std::size_t v = counts.size();
-         v-- > 0 && levels.size() < kMostLevelsAbove + kLevelsBelow;) {
+         v-- > 0 && levels.size() < kMaxLevelsAbove + kLevelsBelow;) {
         if (counts[v] > 0) {
             levels.push_back(v);
         }
@@ -99,7 +99,7 @@ std::optional<double> clipSpike(const SampleCounts& counts) {
             below += static_cast<double>(counts[levels[i + k]]) / static_cast<double>(kLevelsBelow);
         }
         if (counts[levels[i]] >= kFewest && here > kTimesTheOthers * below &&
-            above <= kMostAbove * here) {
+            above <= kMaxAbove * here) {
             return static_cast<double>(levels[i]);
         }
         above += here;

@@ -16,7 +16,7 @@ using SampleCounts = std::vector<std::int64_t>;
 /// The value at which samples clip, as a histogram of bright images shows it: the light above all
 /// goes into one value, which then has many more samples than the values below it. A few samples
 /// above that value (defective pixels) do not hide it.
-/// @return absent where there is no such spike: nothing clipped, or not at one value
+/// @return absent where there is no such spike: nothing clipped, or not all at one value
 std::optional<double> clipSpike(const SampleCounts& counts);
 
 /// Value at which a camera's samples clip, by camera identifier.

@@ -19,7 +19,7 @@ namespace tessik::flight {
 /// Which images, and what the user knows that they do not say.
 struct FlightOptions {
     std::vector<std::string> inputs; ///< as expandInputs takes them
-    /// A folder whose images are no inputs; empty = none.
+    /// A folder whose images are not inputs; empty = no such folder.
     std::filesystem::path excluded;
     exif::ReadOptions metadata;
     /// (omega, phi, kappa) of the irradiance sensor relative to the camera, degrees, for cameras

@@ -14,7 +14,8 @@ struct Input {
     /// Path under an output folder, with the extension of the input: below a folder that was named,
     /// as there; a file that was named itself, or listed with an absolute path, by its name. Where
     /// inputs come from several folders, the name of its folder stands before it (and as much of
-    /// that folder's path as tells it from the others). A relative path in a list stays as it is.
+    /// that folder's path as distinguishes it from the others). A relative path in a list stays as
+    /// it is.
     std::string relative;
 };
 

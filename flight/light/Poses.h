@@ -14,7 +14,7 @@
 
 namespace tessik::flight {
 
-/// The middle of the flight; none when no image has a position.
+/// The middle of the flight; absent when no image has a position.
 std::optional<GeoPosition> centerOf(const Flight& flight);
 
 /// Local axes at a place; without one, not convertible to WGS 84.

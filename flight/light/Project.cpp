@@ -50,7 +50,7 @@ const radiometry::sequoia::ModelParameter* Project::sequoiaModelOf(const InputIm
 
 void Project::check(const InputImage& image) const {
     const CorrectionType type = typeOf(image);
-    // Of a camera that the user did not ask to leave alone, the least correction is expected.
+    // Unless the user asked for no correction, the least one is expected of a camera.
     const bool isUnknown = !doAnyCorrection(type) && !isTypeChosen;
     if (!isTypeChosen && doAnyCorrection(type) && !image.exif.isNormalized &&
         !doAnyCorrection(radiometry::guessRadiometricCorrectionTypeFromImage(image))) {

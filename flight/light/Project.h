@@ -20,7 +20,7 @@ namespace tessik::flight {
 struct ProjectOptions {
     /// Absent = the richest correction that a camera's metadata support.
     std::optional<radiometry::CorrectionType> type;
-    /// Folder of Sequoia model files, <serial number>.tif; empty = none.
+    /// Folder of Sequoia model files, <serial number>.tif; empty = no models.
     std::filesystem::path sequoiaCalibration;
     SunlightChoice sunlight;
 };
@@ -36,7 +36,7 @@ struct Project {
     bool isTypeChosen = false;
     SequoiaModels sequoiaModels;
     geo::ProjectCoordinateSystems coordinateSystems{};
-    /// Middle of the flight; none when no image has a position.
+    /// Middle of the flight; absent when no image has a position.
     std::optional<GeoPosition> center;
     /// Fraction of direct sunlight, for the cameras that are corrected for the sun angle.
     Sunlight sunlight;
@@ -53,7 +53,7 @@ struct Project {
     [[nodiscard]] radiometry::CorrectionType typeOf(const InputImage& image) const {
         return settings.at(image.cameraId).correctionType;
     }
-    /// Null = none.
+    /// Null = no model.
     [[nodiscard]] const radiometry::sequoia::ModelParameter*
     sequoiaModelOf(const InputImage& image) const;
     /// @throws Refusal when correcting this image would give numbers that only look right

@@ -16,7 +16,7 @@ namespace {
 using radiometry::CorrectionType;
 using radiometry::SunlightFractionFitResult;
 
-/// A fraction known no better than this is no better than the clear-sky model's.
+/// A fraction with a larger standard error is not better than the clear-sky model's.
 constexpr double kLargestError = 0.05;
 
 bool isSound(const SunlightFractionFitResult& fit) {

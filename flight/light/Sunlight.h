@@ -22,7 +22,7 @@ struct SunlightChoice {
     /// The reverse of fromText.
     [[nodiscard]] std::string text() const;
 
-    /// "auto", "fit", "physical" or a number 0..1; none for anything else.
+    /// "auto", "fit", "physical" or a number 0..1; absent for anything else.
     static std::optional<SunlightChoice> fromText(const std::string& text);
 };
 
@@ -39,7 +39,7 @@ struct Sunlight {
 /// The fraction of every band of the cameras that are corrected for the sun angle. `Auto` takes the
 /// fit where it is sound (converged, inside 0..1, standard error at most 0.05), else the clear-sky
 /// model, with a warning.
-/// @throws radiometry::error when it cannot be told
+/// @throws radiometry::error when it cannot be determined
 Sunlight decideSunlight(const Flight& flight,
                         const SettingsByCamera& settings,
                         const geo::ProjectCoordinateSystems& systems,
@@ -69,7 +69,7 @@ FitByBand fitSunlight(const Flight& flight,
 SettingsByCamera sunAngleSettings(const Flight& flight,
                                   const std::optional<radiometry::CorrectionType>& asked);
 
-/// Standard error of a fitted fraction, scaled by the residual variance; none = not determined.
+/// Standard error of a fitted fraction, scaled by the residual variance; absent = not determined.
 std::optional<double> standardError(const radiometry::SunlightFractionFitResult& fit);
 
 } // namespace tessik::flight

@@ -13,7 +13,7 @@
 namespace tessik::flight::report {
 
 /// Most points of one curve in a page.
-constexpr std::size_t kMostPoints = 2000;
+constexpr std::size_t kMaxPoints = 2000;
 
 /// Positions of at most `most` (4 or more) of the values, in order: the first and the last one, and
 /// the least and the greatest of each of equal stretches in between. So no peak is lost. Absent
@@ -47,7 +47,7 @@ public:
 
     /// East and north in metres, from the middle of the positions.
     [[nodiscard]] Eigen::Vector2d local(const ImageRecord& image) const;
-    /// m2 inside the outline (convex hull) of the positions; none for less than three.
+    /// m2 inside the outline (convex hull) of the positions; absent for fewer than three.
     [[nodiscard]] std::optional<double> area() const;
 
     /// The values of one camera against time.

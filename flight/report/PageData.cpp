@@ -33,7 +33,7 @@ double milliseconds(double seconds) {
 json asJson(const Curve& curve) {
     json x = json::array();
     json y = json::array();
-    for (const std::size_t i : keepExtremes(curve.values, kMostPoints)) {
+    for (const std::size_t i : keepExtremes(curve.values, kMaxPoints)) {
         x.push_back(milliseconds(curve.seconds[i]));
         y.push_back(rounded(curve.values[i]));
     }
@@ -69,7 +69,7 @@ std::size_t bandCountOf(const RunFiles& run, std::size_t camera) {
     return count;
 }
 
-/// What to call each band of each camera; two of one name are told apart by their cameras'.
+/// What to call each band of each camera; two of one name get their cameras' names before them.
 std::vector<std::vector<std::string>> bandLabels(const RunFiles& run) {
     std::vector<std::vector<std::string>> labels;
     std::map<std::string, int> uses;
@@ -127,7 +127,7 @@ json mapOf(const RunFiles& run, const Timeline& timeline, std::size_t camera, st
                 {"value", json::array()},
                 {"time_unix", json::array()},
                 {"is_levelled", isLevelled}};
-    for (const std::size_t i : keepExtremes(values, kMostPoints)) {
+    for (const std::size_t i : keepExtremes(values, kMaxPoints)) {
         const Eigen::Vector2d position = timeline.local(*images[i]);
         map["x"].push_back(std::round(position.x() * 10.0) / 10.0);
         map["y"].push_back(std::round(position.y() * 10.0) / 10.0);
@@ -201,7 +201,7 @@ json pageData(const RunFiles& run) {
     page["start_unix"] = orNull(timeline.start());
     page["duration_s"] = orNull(timeline.duration());
     page["area_m2"] = orNull(timeline.area().value_or(kAbsent));
-    page["most_points"] = kMostPoints;
+    page["most_points"] = kMaxPoints;
     page["cameras"] = json::array();
     for (std::size_t c = 0; c < labels.size(); ++c) {
         json camera = cameraSummary(run, c);
@@ -226,7 +226,7 @@ json pageData(const RunFiles& run) {
     for (const std::vector<std::string>& camera : labels) {
         bands += camera.size();
     }
-    page["bands_left_out"] = bands - std::min(bands, kMostQuickLooks);
+    page["bands_left_out"] = bands - std::min(bands, kMaxQuickLooks);
     page["targets"] = targetsOf(run);
     return page;
 }

@@ -1,8 +1,10 @@
 #pragma once
 
+/// @file
+/// The files of the page, put into the program when it is built.
+
 #include <string_view>
 
-/// The files of the page, put into the program when it is built.
 namespace tessik::flight::report {
 
 extern const std::string_view kPageTemplate;

@@ -152,13 +152,13 @@ json quickLooks(const RunFiles& run,
         std::vector<Tile> tiles;
         for (const ImageRecord* image : spreadOverFlight(run, timeline, camera)) {
             const std::size_t count = bandLabels[camera].size();
-            if (bands.size() < kMostQuickLooks) {
+            if (bands.size() < kMaxQuickLooks) {
                 tiles.push_back({image,
                                  readSmall(fs::u8path(image->path), count),
                                  readSmall(run.folder / fs::u8path(image->output), count)});
             }
         }
-        for (std::size_t b = 0; b < bandLabels[camera].size() && bands.size() < kMostQuickLooks;
+        for (std::size_t b = 0; b < bandLabels[camera].size() && bands.size() < kMaxQuickLooks;
              ++b) {
             json band = bandOf(tiles, b, bandLabels[camera][b]);
             if (!band["before_scale"].is_null() || !band["after_scale"].is_null()) {

@@ -12,7 +12,7 @@
 namespace tessik::flight::report {
 
 /// Bands that have pictures: the page is one file.
-constexpr std::size_t kMostQuickLooks = 16;
+constexpr std::size_t kMaxQuickLooks = 16;
 
 /// A data: URI of these bytes of a PNG file.
 std::string pngUri(const std::string& bytes);

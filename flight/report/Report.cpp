@@ -13,8 +13,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// JSON that may stand in a script element: "<" occurs in its strings alone, and as an escape it
-/// can neither end the element nor open a comment. Bytes that are no UTF-8 are replaced.
+/// JSON that may stand in a script element: "<" occurs in its strings only, and as an escape it
+/// can neither end the element nor open a comment. Bytes that are not UTF-8 are replaced.
 std::string scriptText(const nlohmann::json& data) {
     const std::string text = data.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
     std::string escaped;

@@ -11,7 +11,7 @@ namespace {
 using nlohmann::json;
 
 /// Paths named for one reason; the others are counted.
-constexpr std::size_t kMostPaths = 50;
+constexpr std::size_t kMaxPaths = 50;
 
 struct Range {
     double least = kAbsent;
@@ -32,7 +32,7 @@ public:
     void add(const std::string& path, const std::string& text) {
         Entry& entry = m_byText[text];
         ++entry.count;
-        if (entry.paths.size() < kMostPaths) {
+        if (entry.paths.size() < kMaxPaths) {
             entry.paths.push_back(path);
         }
     }

@@ -13,13 +13,13 @@ namespace fs = std::filesystem;
 using nlohmann::json;
 
 /// More would make a page that opens slowly. A flight has a target image or two a band.
-constexpr std::size_t kMostPictures = 60;
-constexpr std::uintmax_t kMostBytes = 4U << 20U;
+constexpr std::size_t kMaxPictures = 60;
+constexpr std::uintmax_t kMaxBytes = 4U << 20U;
 
 std::optional<std::string> readPng(const fs::path& path) {
     std::error_code failure;
     const std::uintmax_t size = fs::file_size(path, failure);
-    if (failure || size > kMostBytes) {
+    if (failure || size > kMaxBytes) {
         return std::nullopt;
     }
     std::ifstream file(path, std::ios::binary);
@@ -40,7 +40,7 @@ json targetsOf(const RunFiles& run) {
     std::size_t pictures = 0;
     for (json& target : targets) {
         const std::string name = textIn(target, "picture");
-        const bool isLeftOut = !name.empty() && pictures == kMostPictures;
+        const bool isLeftOut = !name.empty() && pictures == kMaxPictures;
         const auto bytes =
             name.empty() || isLeftOut ? std::nullopt : readPng(run.folder / fs::u8path(name));
         pictures += bytes ? 1 : 0;

@@ -18,7 +18,7 @@
 namespace tessik::flight {
 namespace {
 
-/// What a step tells of itself; null = it did not act.
+/// The account of a step; null = it did not act.
 const radiometry::Account* accountOf(const char* step, const radiometry::Accounts& accounts) {
     const auto found =
         std::find_if(accounts.begin(), accounts.end(), [step](const radiometry::Account& account) {
@@ -42,7 +42,7 @@ std::optional<double> firstOf(const std::vector<double>& numbers) {
     return numbers.empty() ? std::nullopt : std::optional(numbers.front());
 }
 
-/// How the sun stood by what the light sensor's step tells.
+/// How the sun stood, by the account of the light sensor's step.
 SunGeometry sunGeometryOf(const radiometry::Account& light) {
     return {firstOf(light.numbersOf("sun_elevation")),
             firstOf(light.numbersOf("sun_azimuth")),

@@ -36,7 +36,7 @@ struct Applied {
     [[nodiscard]] std::int64_t pixels() const;
     /// Of them, those without a valid value.
     [[nodiscard]] std::int64_t maskedPixels() const;
-    /// Of the valid pixels; NaN = none is valid.
+    /// Of the valid pixels; NaN = no valid pixel.
     [[nodiscard]] std::vector<double> means() const;
 };
 
@@ -55,7 +55,7 @@ public:
     ChainDescription describeChain(const InputImage& image);
 
 private:
-    /// One value a band, or none below the sun-angle types.
+    /// One value a band; empty below the sun-angle types.
     [[nodiscard]] Eigen::ArrayXd sunlightOf(const InputImage& image) const;
 
     const Decisions& m_decisions;

@@ -24,7 +24,7 @@ public:
     explicit MapCache(std::size_t cameraCount) : m_cameraCount(cameraCount) {}
 
     /// The maps for an image, made or found.
-    /// @param sequoiaModel null = none; must stay in place as long as this
+    /// @param sequoiaModel null = no model; must stay in place as long as this
     radiometry::datasource::Cache mapsFor(const InputImage& image,
                                           const CameraParams& camera,
                                           const radiometry::sequoia::ModelParameter* sequoiaModel);

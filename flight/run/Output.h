@@ -19,7 +19,7 @@ std::string fingerprint(const std::filesystem::path& input,
                         const std::string& settings,
                         const std::vector<std::string>& creationOptions);
 
-/// The fingerprint that an output bears; empty when the file is missing or bears none.
+/// The fingerprint that an output bears; empty when the file is missing or has no fingerprint.
 std::string fingerprintOf(const std::filesystem::path& output);
 
 /// Writes corrected bands as a float32 TIFF with no-data value, band names and wavelengths, the

@@ -45,7 +45,7 @@ public:
     /// To be called before the output appears, so that no output is without its record.
     void addDone(const Record& record);
     void addFailed(const std::string& path, const std::string& output, const std::string& reason);
-    /// Only where there is no record of it.
+    /// Does nothing where there is a record of it.
     void addKept(const std::string& path, const std::string& output);
 
 private:
@@ -103,7 +103,7 @@ std::vector<std::filesystem::path> recordFiles(const std::filesystem::path& fold
 std::string recordFileName(int part, int partCount);
 
 /// Calls `take` with each record of a file.
-/// @return how many lines are no records
+/// @return how many lines are not records
 /// @throws std::runtime_error when the file cannot be read
 std::size_t readRecords(const std::filesystem::path& file,
                         const std::function<void(ReadRecord)>& take);

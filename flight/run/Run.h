@@ -15,7 +15,7 @@ struct Part {
     int index = 1; ///< from 1
     int count = 1;
 
-    /// "K/N"; none for anything else.
+    /// "K/N"; absent for anything else.
     static std::optional<Part> fromText(const std::string& text);
 };
 
@@ -41,8 +41,8 @@ struct RunSummary {
 void prepareOutputFolder(const std::filesystem::path& folder);
 
 /// Corrects the images of a plan, which holds its models, into a folder, and records what was done
-/// to each. Outputs that are there and were made alike are kept. The plan's own failures are told
-/// and counted by the first part.
+/// to each. Outputs that exist and were made in the same way are kept. The first part
+/// reports and counts the plan's own failures.
 /// @throws std::runtime_error when the record cannot be begun
 RunSummary run(const Plan& plan, const RunOptions& options, Observer& observer);
 

@@ -32,7 +32,7 @@ std::vector<std::string> captionOf(const MeasuredTarget& measured) {
     return lines;
 }
 
-/// Named by the image; images of one name in different folders are told apart by a number.
+/// Named by the image; images of one name in different folders get a number.
 std::string nameOf(const MeasuredTarget& measured, std::set<std::string>& names) {
     const std::string stem = fs::path(measured.imagePath.toStdString()).stem().string();
     std::string name = stem + ".png";

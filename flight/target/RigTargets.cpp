@@ -29,17 +29,17 @@ template <typename Work>
 TargetCalibration
 inOrder(std::size_t count, int jobs, Observer& observer, Warnings& warnings, const Work& work) {
     std::vector<TargetCalibration> parts(count);
-    std::vector<std::vector<Warning>> told(count);
+    std::vector<std::vector<Warning>> warned(count);
     inParallel(count, jobs, [&](std::size_t i) {
         Warnings own(observer);
         const Listening listening(observer, own);
         parts[i] = work(i);
-        told[i] = own.list();
+        warned[i] = own.list();
     });
     TargetCalibration all;
     for (std::size_t i = 0; i < count; ++i) {
         append(std::move(parts[i]), all);
-        warnings.join(told[i]);
+        warnings.join(warned[i]);
     }
     return all;
 }
@@ -156,7 +156,7 @@ TargetsOfRig usableTargetsOf(const Rig& rig, const Flight& flight, const TargetC
     return targets;
 }
 
-/// The first of a camera's targets that a detector found; null = there is none.
+/// The first of a camera's targets that a detector found; null = no target.
 const std::size_t* foundBy(const std::string& detector,
                            const std::vector<std::size_t>& targets,
                            const TargetCalibration& all) {
@@ -258,14 +258,14 @@ public:
         if (detectors.size() > 1) {
             m_warnings.add(
                 {},
-                "the panels of one rig were found in different ways, by none of them in all "
-                "bands and captures: their squares differ in size");
+                "the panels of one rig were found in different ways, because no way finds them "
+                "in all bands and captures: their squares differ in size");
         }
         keepOnly(chosen);
     }
 
 private:
-    /// One target a band, of one detector if possible; empty where a band has none.
+    /// One target a band, of one detector if possible; empty where a band has no target.
     [[nodiscard]] std::vector<std::size_t> completeSet(const std::string& capture,
                                                        const TargetsOfCapture& found) {
         std::vector<std::size_t> targets;

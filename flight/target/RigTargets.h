@@ -28,7 +28,7 @@ struct RigTargetOptions {
     int jobs = 1;
 };
 
-/// Looks into all images. The rule, beyond that of a single camera:
+/// Looks into all images. Beyond the rule of a single camera:
 ///
 /// 1. All detectors are asked of each image. Where a panel's code is read in one band of a capture
 ///    and not in another, it is looked for again in the other band, near the place where it must

@@ -20,7 +20,7 @@ struct Sensitivity {
     std::string text;           ///< a line for people
 };
 
-/// By camera identifier; no entry = none.
+/// By camera identifier; no entry = not known.
 using SensitivityByCamera = std::unordered_map<std::uint64_t, Sensitivity>;
 
 /// What the cameras of a flight are calibrated by.
@@ -32,7 +32,7 @@ struct Sensitivities {
 
 /// By what the user asked for.
 /// @param flight those images that are looked into for targets, at least one of each camera
-/// @param source "auto" = targets in the images, or the maker's constant where none was found;
+/// @param source "auto" = targets in the images, or the maker's constant where no target was found;
 /// "none" = neither; else a file of sensitivities
 /// @throws std::runtime_error when the file cannot be used
 Sensitivities decideSensitivities(const Flight& flight,

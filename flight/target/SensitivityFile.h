@@ -32,7 +32,7 @@ void writeSensitivityFile(const std::string& path, const SensitivityFile& file);
 /// @throws std::runtime_error that names file, field and what is wrong
 SensitivityFile readSensitivityFile(const std::string& path);
 
-/// The sensitivity to correct an image with; empty when the file has none for its camera.
+/// The sensitivity to correct an image with; empty when the file has no sensitivity for its camera.
 /// @throws Refusal where it would give numbers that only look right: measured with another
 /// correction type, or on another number of bands
 std::vector<double> sensitivityFor(const InputImage& image,

@@ -19,7 +19,7 @@ namespace tessik::flight {
 using BandReflectance = std::pair<std::string, double>;
 
 struct StatedTarget {
-    /// Empty = the target itself or the store tells.
+    /// Empty = the target itself or the store says it.
     std::vector<BandReflectance> reflectance;
     /// The target whose reflectance is stored; absent = the one that is found.
     std::optional<TargetName> name;
@@ -27,7 +27,7 @@ struct StatedTarget {
     image::Ring region;
 };
 
-/// "NAME=VALUE"; none for anything else, or a value that is no reflectance.
+/// "NAME=VALUE"; absent for anything else, or a value that is not a reflectance.
 std::optional<BandReflectance> parseBandReflectance(const std::string& text);
 
 /// "x,y x,y x,y ..", at least 3 corners in px; empty for anything else. Closed.
@@ -37,7 +37,7 @@ image::Ring parseRegion(const std::string& text);
 /// or names a target of which nothing is stored for one: a typing error would go unnoticed
 void verify(const StatedTarget& stated, const std::vector<InputImage>& images);
 
-/// One reflectance a band of the image, NaN where the user states none.
+/// One reflectance a band of the image, NaN where the user states nothing.
 /// @throws Refusal when the target found is not the one that is named
 std::vector<double> reflectanceOf(const StatedTarget& stated,
                                   const InputImage& image,

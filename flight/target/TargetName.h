@@ -14,7 +14,7 @@ struct TargetName {
     TargetType type = TargetType::Unknown;
     QString id;
 
-    /// None where the type is none of tags_12, tags_6, AirCalib and unknown, or the identifier is
+    /// Absent where the type is not tags_12, tags_6, AirCalib or unknown, or the identifier is
     /// empty.
     static std::optional<TargetName> fromText(const std::string& text);
     [[nodiscard]] std::string text() const;

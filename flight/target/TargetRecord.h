@@ -9,7 +9,7 @@ namespace tessik::flight {
 
 /// A target of a flight, as plans, sensitivity files and reports tell of it.
 struct TargetRecord {
-    radiometry::MeasuredTarget target; ///< without its image's index: the path tells
+    radiometry::MeasuredTarget target; ///< without its image's index: the path says which
     std::string picture; ///< path of a picture, as the document's reader finds it; empty = none
 };
 
