@@ -3,7 +3,8 @@
 /// @file
 /// The decisions that concern a whole flight, taken once and kept as a file that people can read.
 
-#include "flight/plan/Decisions.h"
+#include "flight/light/Project.h"
+#include "flight/target/Sensitivities.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -21,6 +22,16 @@ struct PlanOptions {
     /// "auto" = targets are looked for; "none" = neither targets nor a maker's constant are used;
     /// else a file of sensitivities.
     std::string targets = "auto";
+};
+
+/// All that decides how the images of a flight are corrected.
+struct Decisions {
+    Project project;
+    SensitivityByCamera sensitivities;
+
+    [[nodiscard]] std::vector<double> sensitivityOf(const InputImage& image) const;
+    /// Text that changes when a decision does that changes the pixels of a camera's images.
+    [[nodiscard]] std::string fingerprint(std::uint64_t cameraId) const;
 };
 
 struct PlannedImage {

@@ -1,7 +1,5 @@
 #include "flight/report/Curves.h"
 
-#include "platform/math/Angle.h"
-
 #include <boost/geometry/algorithms/area.hpp>
 #include <boost/geometry/algorithms/convex_hull.hpp>
 #include <boost/geometry/geometries/multi_point.hpp>
@@ -18,17 +16,6 @@ namespace {
 
 bool isAbsent(double value) {
     return std::isnan(value);
-}
-
-/// Radii of curvature of the WGS-84 ellipsoid: metres a degree of longitude and of latitude.
-Eigen::Vector2d metresPerDegree(double latitudeDeg) {
-    constexpr double kSemiMajor = 6378137.0;
-    constexpr double kSquaredEccentricity = 6.69437999014e-3;
-    const double sine = std::sin(latitudeDeg * kDegree);
-    const double w2 = 1.0 - kSquaredEccentricity * sine * sine;
-    const double w = std::sqrt(w2);
-    return {kSemiMajor / w * std::cos(latitudeDeg * kDegree) * kDegree,
-            kSemiMajor * (1.0 - kSquaredEccentricity) / (w * w2) * kDegree};
 }
 
 /// Difference of longitudes, across the antimeridian where that is shorter.
@@ -125,15 +112,15 @@ Timeline::Timeline(const RunFiles& run) : m_run(run), m_order(run.images.size())
         }
     }
     if (positions > 0) {
-        m_latitudeDeg = sumLatitude / positions;
-        m_longitudeDeg = firstLongitude + sumLongitude / positions;
-        m_metresPerDegree = metresPerDegree(m_latitudeDeg);
+        m_axes = geo::CoordSystem::localAt(
+            {sumLatitude / positions, firstLongitude + sumLongitude / positions, 0.0});
     }
 }
 
 Eigen::Vector2d Timeline::local(const ImageRecord& image) const {
-    return {longitudeDifference(image.longitudeDeg, m_longitudeDeg) * m_metresPerDegree.x(),
-            (image.latitudeDeg - m_latitudeDeg) * m_metresPerDegree.y()};
+    Eigen::Vector3d position = Eigen::Vector3d::Constant(kAbsent);
+    (void)m_axes.fromWGS84({image.latitudeDeg, image.longitudeDeg, 0.0}, position);
+    return position.head<2>();
 }
 
 std::optional<double> Timeline::area() const {

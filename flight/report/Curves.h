@@ -1,6 +1,7 @@
 #pragma once
 
 #include "flight/report/RunFiles.h"
+#include "platform/geo/CoordSystem.h"
 
 #include <Eigen/Core>
 
@@ -59,9 +60,8 @@ private:
     std::vector<std::size_t> m_order;
     double m_start = kAbsent;
     double m_duration = kAbsent;
-    double m_latitudeDeg = kAbsent;
-    double m_longitudeDeg = kAbsent;
-    Eigen::Vector2d m_metresPerDegree{0.0, 0.0}; ///< of longitude, of latitude
+    geo::CoordSystem m_axes; ///< east, north and up in the middle of the positions
+};                           ///< of longitude, of latitude
 };
 
 } // namespace tessik::flight::report

@@ -3,7 +3,6 @@
 #include "flight/report/Curves.h"
 #include "flight/report/QuickLooks.h"
 #include "flight/report/Summary.h"
-#include "flight/report/Targets.h"
 
 #include <algorithm>
 #include <cmath>

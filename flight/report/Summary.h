@@ -17,4 +17,8 @@ nlohmann::json cameraSummary(const RunFiles& run, std::size_t c);
 /// how often it was said and the first of the paths that it was said of.
 void addProblems(const RunFiles& run, nlohmann::json& page);
 
+/// The plan's targets, those used first. "picture" is a data: URI or null; histograms are one a
+/// band, or no histogram.
+nlohmann::json targetsOf(const RunFiles& run);
+
 } // namespace tessik::flight::report

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "flight/plan/Decisions.h"
+#include "flight/plan/Plan.h"
 #include "flight/run/MapCache.h"
 #include "platform/image/BandMatrix.h"
 #include "radiometry/core/Account.h"
