@@ -61,7 +61,6 @@ private:
     double m_start = kAbsent;
     double m_duration = kAbsent;
     geo::CoordSystem m_axes; ///< east, north and up in the middle of the positions
-};                           ///< of longitude, of latitude
 };
 
 } // namespace tessik::flight::report
