@@ -1,9 +1,10 @@
-# The front door: each target installs the packages that are missing, builds, and runs.
-.PHONY: build demo check check-sanitize check-threads fuzz lint lint-deep docs bench format install package clean
+# Thin front door: each target installs what it lacks, builds, and runs.
+.PHONY: build demo check check-sanitize check-threads mutants fuzz lint lint-deep docs bench format install package clean
 
 PREFIX ?= /usr/local
 FUZZ_SECONDS ?= 600
 JOBS ?= $(shell nproc)
+MUTANTS ?= --count 60
 
 build:
 	scripts/install-deps build
