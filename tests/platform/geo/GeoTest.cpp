@@ -85,6 +85,10 @@ TEST(CoordSystem, refusesWhatHasNoPlaceOnTheEarth) {
         EXPECT_EQ(message.rfind("Coordinate system '" + std::string(definition) + "': ", 0), 0U)
             << message;
     }
+    EXPECT_EQ(test::messageOf<std::runtime_error>([] {
+                  CoordSystem::localAt({95.0, 8.0, 0.0});
+              }),
+              "Coordinate system 'local +ellps=WGS84 +lat_0=95 +lon_0=8 +h_0=0': not understood");
     EXPECT_FALSE(isConvertibleToWGS84(OutCoordSystem(), SiteCalibration()));
     GeoPosition untouched = {1.0, 2.0, 3.0};
     EXPECT_FALSE(out2wgs84(OutCoordSystem(), SiteCalibration(), {0, 0, 0}, untouched));

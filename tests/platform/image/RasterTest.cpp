@@ -120,6 +120,12 @@ TEST(Raster, damagedFilesAreRefusedWithAReason) {
         {"truncated", whole.substr(0, whole.size() / 2), "the pixels cannot be read"},
         {"huge", tinyTiff(2000000000, 2000000000, 1), "too large: 2000000000 x 2000000000"},
         {"hollow", tinyTiff(20000, 20000, 1), "declares 20000 x 20000 pixels in 1 band but has"},
+        // 300 bytes do for 600 000 of pixels, and not for 2000 more.
+        {"dense", tinyTiff(600, 500, 1), "the pixels cannot be read"},
+        {"too dense",
+         tinyTiff(602, 500, 1),
+         "declares 602 x 500 pixels in 1 band but has only 300"},
+        {"too deep", tinyTiff(602, 10, 50), "declares 602 x 10 pixels in 50 bands but has only"},
         {"bandless", tinyTiff(10, 10, 0), "not a readable TIFF"},
         {"flat", tinyTiff(0, 10, 1), ""},
     };
@@ -147,6 +153,59 @@ TEST(Raster, whatCannotBeWrittenLeavesNoFile) {
                   [&] { writeFloatRaster(folder.file("no/such/folder.tif"), {test::ramp(2, 2)}); }),
               "no error");
     EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+}
+
+/// The file with its directory at the end, after a tag of its own with the number 254.
+std::string withMovedDirectory(const std::string& bytes) {
+    const auto number = [&bytes](std::size_t at, int size) {
+        std::size_t value = 0;
+        for (int i = size; i-- > 0;) {
+            value = value * 256 + static_cast<unsigned char>(bytes[at + static_cast<unsigned>(i)]);
+        }
+        return value;
+    };
+    const std::size_t start = number(4, 4);
+    const std::size_t count = number(start, 2);
+    const auto text = [](std::size_t value, int size) {
+        std::string result;
+        for (int i = 0; i < size; ++i) {
+            result += static_cast<char>(value >> (8 * i));
+        }
+        return result;
+    };
+    const std::string padding(bytes.size() % 2, '\0');
+    return bytes.substr(0, 4) + text(bytes.size() + padding.size(), 4) + bytes.substr(8) + padding +
+           text(count + 1, 2) + text(254, 2) + text(4, 2) + text(1, 4) + text(0, 4) +
+           bytes.substr(start + 2, 12 * count) + text(0, 4);
+}
+
+TEST(Raster, whatDescribesAFileMayMoveItsDirectory) {
+    const TemporaryFolder folder;
+    const std::vector<std::string> tiles = {"TILED=YES", "BLOCKXSIZE=64", "BLOCKYSIZE=64"};
+    WriteOptions options;
+    options.describe = withMovedDirectory;
+    for (const auto& layout : {std::vector<std::string>(), tiles}) {
+        options.creationOptions = layout;
+        for (const auto& [rows, cols] : {std::pair{3, 5}, {500, 400}}) { // one strip, and several
+            const BandMatrix band = test::ramp(rows, cols, 0.5F);
+            writeFloatRaster(folder.file("a.tif"), {band}, options);
+            EXPECT_EQ(Raster::open(folder.file("a.tif")).read().at(0), band) << rows;
+        }
+    }
+    const std::pair<std::string, std::string> refused[] = {
+        {"", "the TIFF directory is damaged"},
+        {"II*", "the TIFF directory is damaged"},
+        {std::string("II*\0\x08\0\0\0\x01\0", 10), "the TIFF directory is damaged"},
+        {std::string("II*\0\x08\0\0\0\0\0", 10), "the TIFF directory has no place for the strips"},
+        {std::string("II+\0\x08\0\0\0\0\0", 10),
+         "metadata can be written into a classic TIFF alone"}};
+    options.creationOptions.clear();
+    for (const auto& [head, message] : refused) {
+        options.describe = [&bytes = head](const std::string& /*head*/) { return bytes; };
+        EXPECT_EQ(test::messageOf<Error>(
+                      [&] { writeFloatRaster(folder.file("b.tif"), {test::ramp(2, 3)}, options); }),
+                  message);
+    }
 }
 
 TEST(Png, isOfTheSizeOfItsChannels) {
