@@ -8,10 +8,13 @@
 #include "support/Support.h"
 
 #include <Eigen/Geometry>
+#include <gdal.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <fstream>
+#include <memory>
 
 namespace tessik::target {
 namespace {
@@ -46,6 +49,7 @@ TEST(PanelGeometry, theSquareOfEachVersionIsFoundThroughAPerspective) {
     for (const GeometryCase& c : {GeometryCase{1, 42.0, 76.2, {-143.2, 0.0}, 4},
                                   {2, 42.0, 76.2, {-143.2, 0.0}, 4},
                                   {3, 45.0, 50.0, {-145.8, 0.0}, 4},
+                                  {4, 45.0, 50.0, {-145.8, 0.0}, 1},
                                   {5, 45.0, 50.0, {-145.8, 0.0}, 1},
                                   {6, 41.0, 41.0, {0.0, -114.0}, 1},
                                   {7, 41.0, 41.0, {0.0, -114.0}, 1}}) {
@@ -239,6 +243,97 @@ TEST(TargetPicture, isWrittenWholeOrNotAtAll) {
     EXPECT_THROW(writeTargetPicture(folder.file("no/a.png"), test::ramp(2, 3), target, {}),
                  image::Error);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1);
+}
+
+using Color = std::array<int, 3>;
+using Spot = std::array<int, 2>; ///< column, row
+
+/// The colours of a picture of a band and a target.
+class Shown {
+public:
+    Shown(const BandMatrix& band,
+          const DetectedTarget& target,
+          const std::vector<std::string>& caption) {
+        const test::TemporaryFolder folder;
+        writeTargetPicture(folder.file("a.png"), band, target, caption);
+        m_picture.reset(GDALOpen(folder.file("a.png").c_str(), GA_ReadOnly));
+    }
+    [[nodiscard]] Color at(const Spot& spot) const {
+        std::array<std::uint8_t, 3> color = {};
+        EXPECT_EQ(GDALDatasetRasterIO(m_picture.get(),
+                                      GF_Read,
+                                      spot[0],
+                                      spot[1],
+                                      1,
+                                      1,
+                                      color.data(),
+                                      1,
+                                      1,
+                                      GDT_Byte,
+                                      3,
+                                      nullptr,
+                                      0,
+                                      0,
+                                      1),
+                  CE_None);
+        return {color[0], color[1], color[2]};
+    }
+
+private:
+    std::unique_ptr<void, decltype(&GDALClose)> m_picture{nullptr, &GDALClose};
+};
+
+constexpr Color kBlack = {0, 0, 0};
+constexpr Color kWhite = {255, 255, 255};
+constexpr Color kBlue = {60, 160, 255};
+constexpr Color kOrange = {255, 140, 0};
+
+image::Ring ringAround(int left, int top, int right, int bottom) {
+    return {{left, top}, {right, top}, {right, bottom}, {left, bottom}, {left, top}};
+}
+
+TEST(TargetPicture, showsTheBandTheOutlinesWhereTheyLieAndTheCaptionBelow) {
+    BandMatrix band(20, 450); // each pixel becomes 2 x 2
+    for (Eigen::Index r = 0; r < band.rows(); ++r) {
+        for (Eigen::Index c = 0; c < band.cols(); ++c) {
+            band(r, c) = (c >= 225) != (r >= 15) ? 300.0F : 20.0F;
+        }
+    }
+    DetectedTarget target;
+    target.code = ringAround(10, 4, 20, 12);
+    target.region = ringAround(100, 5, 120, 11);
+    const Shown shown(band, target, {"--", "ü"});
+    // Lines are two pixels wide and begin on the second pixel of the band's.
+    const std::vector<std::pair<Color, std::vector<Spot>>> cases = {
+        {kBlack, {{0, 0}, {449, 29}, {450, 30}, {899, 39}}},
+        {kWhite, {{450, 0}, {899, 29}, {449, 30}, {0, 39}}},
+        {kBlue, {{21, 9}, {22, 17}, {41, 17}, {42, 26}, {30, 9}, {30, 10}, {30, 25}, {30, 26}}},
+        {kBlack, {{20, 17}, {23, 17}, {40, 17}, {43, 17}, {30, 8}, {30, 11}, {30, 24}, {30, 27}}},
+        {kOrange, {{201, 11}, {202, 17}, {241, 17}, {242, 24}, {220, 11}, {220, 24}}},
+        {kBlack, {{200, 17}, {203, 17}, {240, 17}, {243, 17}, {220, 10}, {220, 13}}},
+        // The dash is the fourth of the rows of a letter, the mark of what is not ASCII has one
+        // pixel there.
+        {kWhite, {{6, 52}, {15, 53}, {18, 52}, {27, 53}, {12, 76}, {13, 77}}},
+        {kBlack, {{5, 52}, {16, 52}, {17, 53}, {28, 52}, {6, 51}, {6, 54}, {11, 76}, {14, 77}}}};
+    for (const auto& [color, spots] : cases) {
+        for (const Spot& spot : spots) {
+            EXPECT_EQ(shown.at(spot), color) << spot[0] << " " << spot[1];
+        }
+    }
+}
+
+TEST(TargetPicture, ofALargeBandShowsMeans) {
+    BandMatrix band(4, 1800); // each pixel is one of 2 x 2
+    for (Eigen::Index c = 0; c < band.cols(); ++c) {
+        band.col(c).setConstant(c % 2 == 0 ? 0.0F : 100.0F);
+    }
+    DetectedTarget target;
+    target.region = ringAround(100, 0, 200, 3);
+    const Shown shown(band, target, {});
+    EXPECT_EQ(shown.at({0, 0}), (Color{127, 127, 127}));
+    EXPECT_EQ(shown.at({50, 1}), kOrange);
+    EXPECT_EQ(shown.at({49, 1}), (Color{127, 127, 127}));
+    EXPECT_EQ(shown.at({101, 1}), kOrange);
 }
 
 } // namespace
