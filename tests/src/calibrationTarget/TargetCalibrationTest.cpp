@@ -194,5 +194,55 @@ TEST(TargetCalibration, anImageThatFailsIsToldAndTheOthersCount) {
     EXPECT_EQ(result.targets[0].histogram[0].counts.front(), 36);
 }
 
+TEST(TargetCalibration, theHistogramHoldsEachValidPixelOfTheRegionOnce) {
+    PanelProject project({{1000, 0.0F}});
+    BandMatrix pixels = BandMatrix::Constant(10, 10, 1000.0F);
+    pixels.row(2).setConstant(1016.0F); // of 32 bins between 1000 and 1032, the seventeenth
+    pixels.col(7).setConstant(1032.0F);
+    pixels(4, 4) = 0.0F;    // no value of a camera
+    pixels(5, 9) = 5000.0F; // outside
+    image::writeUInt16Raster(project.images[0].path.toStdString(), {pixels});
+    const TargetCalibration result = calibrateFromTargets(project.request());
+    const ValueHistogram& histogram = result.targets.at(0).histogram.at(0);
+    EXPECT_EQ(histogram.from, 1000.0);
+    EXPECT_EQ(histogram.to, 1032.0);
+    std::vector<std::int64_t> counts(32);
+    counts[0] = 24;
+    counts[16] = 5;
+    counts[31] = 6;
+    EXPECT_EQ(std::vector<std::int64_t>(histogram.counts.begin(), histogram.counts.end()), counts);
+}
+
+MeasuredTarget usedTarget(const char* path, std::uint64_t camera, std::vector<double> sensitivity) {
+    MeasuredTarget target;
+    target.imagePath = path;
+    target.cameraId = camera;
+    target.detector = "fake";
+    target.target.id = "RP";
+    target.target.sensitivity = std::move(sensitivity);
+    target.isUsed = true;
+    return target;
+}
+
+TEST(TargetCalibration, eachBandIsTheMeanOfItsTargetsAndTheBandThatDiffersMostIsNamed) {
+    TargetCalibration result;
+    result.targets = {usedTarget("f/a.tif", 1, {102.0, 190.0, 303.0}),
+                      usedTarget("f/b.tif", 1, {98.0, 210.0, 297.0}),
+                      usedTarget("f/c.tif", 2, {1.0, 1.0, 1.0}),
+                      usedTarget("f/d.tif", 1, {5.0, 5.0, 5.0})};
+    result.targets.back().isUsed = false;
+    CamerasData cameras;
+    cameras[1].uniqueName = "cam";
+    chooseSensitivities(cameras, result);
+    const CameraCalibration& camera = result.cameras.at(1);
+    EXPECT_EQ(camera.sensitivity, (std::vector<double>{100.0, 200.0, 300.0}));
+    EXPECT_DOUBLE_EQ(camera.disagreement, 0.1);
+    EXPECT_EQ(camera.source, "mean of 2 targets: fake RP in a.tif, fake RP in b.tif");
+    EXPECT_EQ(result.warnings,
+              std::vector<std::string>{
+                  "the targets of camera 'cam' differ by 10.0 % in band 1 (fake RP in a.tif, fake "
+                  "RP in b.tif): the light between them was not followed"});
+}
+
 } // namespace
 } // namespace tessik::radiometry

@@ -99,6 +99,19 @@ TEST(Accounts, nameTheStepsThatActedWithTheirNumbersAtEveryLogLevel) {
         const auto factor = static_cast<double>(static_cast<float>(1.0 / 655.36));
         EXPECT_THAT(values["CalibrationTarget factor"], ElementsAre(factor));
 
+        // N^2 / (t S ISO) of 16-bit samples, t of the row: the shutter rolls.
+        const auto factorOfRow = [&exif](int row) {
+            const auto [k1, k2] = exif.micaSense3kModel;
+            const double t = exif.exposureTime + row * k1 - row * exif.exposureTime * k2;
+            return exif.apertureFNumber * exif.apertureFNumber /
+                   (t * exif.sensitivity[0] * exif.iso) / 65536.0;
+        };
+        const std::string camera = "MicaSenseRedEdgeOpticalCamera ";
+        EXPECT_THAT(values[camera + "k1 [s/row]"], ElementsAre(exif.micaSense3kModel.k1));
+        EXPECT_THAT(values[camera + "k2 [1/row]"], ElementsAre(exif.micaSense3kModel.k2));
+        EXPECT_NEAR(values[camera + "factor_first_row"].at(0) / factorOfRow(0), 1.0, 1e-7);
+        EXPECT_NEAR(values[camera + "factor_last_row"].at(0) / factorOfRow(kHeight - 1), 1.0, 1e-7);
+
         double sum = 0.0;
         double masked = 0.0;
         for (const float value : corrected[0].reshaped()) {
