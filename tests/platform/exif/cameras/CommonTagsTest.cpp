@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <optional>
@@ -248,6 +249,43 @@ TEST(CommonTags, theTargetThatTheCameraFoundIsReadAsStated) {
         EXPECT_EQ(corners, c.corners) << c.what;
         EXPECT_EQ(target.reflectance, c.reflectance) << c.what;
         EXPECT_EQ(read.warnings.size(), c.warns ? 1U : 0U) << c.what;
+    }
+}
+
+struct PrincipalPointCase {
+    const char* what;
+    TagList changes; ///< of 2.4 x 1.8 mm, 2540 px across and 5080 px along an inch
+    std::optional<Eigen::Vector2d> expected; ///< px
+};
+
+TEST(CommonTags, thePrincipalPointIsInPixelsWhateverTheUnitOfTheResolution) {
+    const std::string plane = "Exif.Photo.FocalPlane";
+    const std::string unit = plane + "ResolutionUnit";
+    const PrincipalPointCase cases[] = {
+        {"inches", {{unit, {"2"}}}, Eigen::Vector2d(240.0, 360.0)},
+        {"no unit", {}, Eigen::Vector2d(240.0, 360.0)},
+        {"centimetres", {{unit, {"3"}}}, Eigen::Vector2d(609.6, 914.4)},
+        {"millimetres", {{unit, {"4"}}}, Eigen::Vector2d(6096.0, 9144.0)},
+        {"a unit that nobody knows", {{unit, {"5"}}}, {}},
+        {"no resolution across", {{plane + "XResolution", {"0/1"}}}, {}},
+        {"no resolution along", {{plane + "YResolution", {"-1/1"}}}, {}},
+        {"one number", {{"Xmp.Camera.PrincipalPoint", {"2.4"}}}, {}}};
+    for (const PrincipalPointCase& c : cases) {
+        TagList tags = {{"Xmp.Camera.PrincipalPoint", {"2.4,1.8"}},
+                        {plane + "XResolution", {"2540/1"}},
+                        {plane + "YResolution", {"5080/1"}}};
+        for (const auto& [key, value] : c.changes) {
+            tags.erase(std::remove_if(tags.begin(),
+                                      tags.end(),
+                                      [&key = key](const auto& tag) { return tag.first == key; }),
+                       tags.end());
+            tags.emplace_back(key, value);
+        }
+        const auto point = interpret(tagFile(tags)).exif.principalPoint;
+        ASSERT_EQ(point.has_value(), c.expected.has_value()) << c.what;
+        if (point) {
+            EXPECT_NEAR((*point - *c.expected).norm(), 0.0, 1e-9) << c.what;
+        }
     }
 }
 
