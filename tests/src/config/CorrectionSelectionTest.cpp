@@ -79,6 +79,16 @@ TEST(CorrectionTypeSelection, theRichestTypeThatTheMetadataSupport) {
          },
          1,
          {0, 1, 1, 1}},
+        {"irradiance 0", [](InputImage& i) { i.exif.sunIrradiance = {0.0}; }, 1, {0, 1, 1, 1}},
+        {"irradiance below 0",
+         [](InputImage& i) { i.exif.sunIrradiance = {-1.0}; },
+         1,
+         {0, 1, 1, 1}},
+        {"irradiance NaN", [](InputImage& i) { i.exif.sunIrradiance = {kNan}; }, 1, {0, 1, 1, 1}},
+        {"irradiance without end",
+         [](InputImage& i) { i.exif.sunIrradiance = {std::numeric_limits<double>::infinity()}; },
+         1,
+         {0, 1, 1, 1}},
         {"nothing",
          [](InputImage& i) {
              i.exif = test::plainExif(5, 3);
