@@ -58,6 +58,12 @@ TEST(CommonTags, aPositionIsReadWithItsHemispheresAndOnlyWithAFix) {
     }
 }
 
+using Warnings = std::vector<std::string>;
+
+Warnings onlyIf(bool warns, const char* text) {
+    return warns ? Warnings{text} : Warnings();
+}
+
 struct DarkCase {
     const char* what;
     int bandCount;
@@ -104,27 +110,29 @@ struct BadPixelCase {
     int bandCount;
     Tags::Value value;
     std::vector<Pixels> expected;
-    bool warns;
+    Warnings warnings;
 };
 
 TEST(CommonTags, badPixelsAreColumnAndRowOfEachBand) {
+    const Warnings noList = {"InvalidPixel does not hold one list a band; not used"};
+    const Warnings noPairs = {"InvalidPixel does not hold pairs of numbers; not used"};
     const BadPixelCase cases[] = {
-        {"a pair", 1, {"167,204"}, {{{167, 204}}}, false},
-        {"blanks and items", 1, {"1, 2 3,4", "5,6"}, {{{1, 2}, {3, 4}, {5, 6}}}, false},
-        {"empty text", 1, {""}, {{}}, false},
-        {"empty list", 1, {}, {{}}, false},
-        {"blanks", 1, {" \n"}, {{}}, false},
-        {"an item a band", 2, {"1,2", "3,4,5,6"}, {{{1, 2}}, {{3, 4}, {5, 6}}}, false},
-        {"none in one band", 2, {"", "3,4"}, {{}, {{3, 4}}}, false},
-        {"a list for two", 2, {"1,2"}, {}, true},
-        {"odd", 1, {"1,2,3"}, {}, true},
-        {"odd in one band", 2, {"1,2", "3"}, {}, true},
-        {"no numbers", 1, {"1,x"}, {}, true}};
+        {"a pair", 1, {"167,204"}, {{{167, 204}}}, {}},
+        {"blanks and items", 1, {"1, 2 3,4", "5,6"}, {{{1, 2}, {3, 4}, {5, 6}}}, {}},
+        {"empty text", 1, {""}, {{}}, {}},
+        {"empty list", 1, {}, {{}}, {}},
+        {"blanks", 1, {" \n"}, {{}}, {}},
+        {"an item a band", 2, {"1,2", "3,4,5,6"}, {{{1, 2}}, {{3, 4}, {5, 6}}}, {}},
+        {"none in one band", 2, {"", "3,4"}, {{}, {{3, 4}}}, {}},
+        {"a list for two", 2, {"1,2"}, {}, noList},
+        {"odd", 1, {"1,2,3"}, {}, noPairs},
+        {"odd in one band", 2, {"1,2", "3"}, {}, noPairs},
+        {"no numbers", 1, {"1,x"}, {}, noPairs}};
     for (const BadPixelCase& c : cases) {
         const ImageMetadata read =
             interpret(tagFile({{"Xmp.Camera.InvalidPixel", c.value}}, c.bandCount));
         EXPECT_EQ(read.exif.badPixels, c.expected) << c.what;
-        EXPECT_EQ(read.warnings.size(), c.warns ? 1U : 0U) << c.what;
+        EXPECT_EQ(read.warnings, c.warnings) << c.what;
     }
 }
 
@@ -157,7 +165,10 @@ TEST(CommonTags, vignettingInTwoDimensionsPutsEachCoefficientAtItsPowers) {
         EXPECT_EQ(read.exif.vignetting.type,
                   c.expected.size() > 0 ? VignettingType::Polynomial2D : VignettingType::None)
             << c.what;
-        EXPECT_EQ(read.warnings.size(), c.warns ? 1U : 0U) << c.what;
+        EXPECT_EQ(
+            read.warnings,
+            onlyIf(c.warns, "VignettingPolynomial2D and its powers are no polynomial; not used"))
+            << c.what;
     }
 }
 
@@ -172,7 +183,9 @@ TEST(CommonTags, theColourMatrixIsRowMajorAndAsLargeAsTheBands) {
     for (const MatrixCase& c : cases) {
         const ImageMetadata read = interpret(tagFile(c.tags, 2));
         EXPECT_EQ(read.exif.colorConversionMatrix, c.expected) << c.what;
-        EXPECT_EQ(read.warnings.size(), c.warns ? 1U : 0U) << c.what;
+        EXPECT_EQ(read.warnings,
+                  onlyIf(c.warns, "ColorTransform is not a bands x bands matrix; not used"))
+            << c.what;
     }
 }
 
@@ -204,7 +217,7 @@ struct TargetCase {
     bool isTarget;
     std::vector<double> corners; ///< x, y, x, y, ...
     std::vector<double> reflectance;
-    bool warns;
+    Warnings warnings;
 };
 
 TEST(CommonTags, theTargetThatTheCameraFoundIsReadAsStated) {
@@ -217,27 +230,29 @@ TEST(CommonTags, theTargetThatTheCameraFoundIsReadAsStated) {
         tags.push_back({picture, {number}});
         return tags;
     };
+    const Warnings noPairs = {"ReflectArea does not hold pairs of numbers; not used"};
+    const Warnings noAlbedo = {"Albedo does not hold one number a band; not used"};
     const TargetCase cases[] = {
-        {"nothing said", {}, 1, false, {}, {}, false},
-        {"no target", {{picture, {"0"}}}, 1, false, {}, {}, false},
-        {"1 of others", {{picture, {"1"}}}, 1, false, {}, {}, false},
-        {"1 of a Sequoia", sequoia("1"), 1, true, {}, {}, false},
-        {"2 of a Sequoia", sequoia("2"), 1, true, {}, {}, false},
-        {"0 of a Sequoia", sequoia("0"), 1, false, {}, {}, false},
+        {"nothing said", {}, 1, false, {}, {}, {}},
+        {"no target", {{picture, {"0"}}}, 1, false, {}, {}, {}},
+        {"1 of others", {{picture, {"1"}}}, 1, false, {}, {}, {}},
+        {"1 of a Sequoia", sequoia("1"), 1, true, {}, {}, {}},
+        {"2 of a Sequoia", sequoia("2"), 1, true, {}, {}, {}},
+        {"0 of a Sequoia", sequoia("0"), 1, false, {}, {}, {}},
         {"items",
          {{picture, {"2"}}, {area, {"1,2", "9,2.5", "9,8", "1,8"}}, {albedo, {"0.5"}}},
          1,
          true,
          {1, 2, 9, 2.5, 9, 8, 1, 8},
          {0.5},
-         false},
-        {"one text", {{area, {"1,2, 9,2, 9,8"}}}, 1, false, {1, 2, 9, 2, 9, 8}, {}, false},
-        {"two bands", {{albedo, {"0.5,0.6"}}}, 2, false, {}, {0.5, 0.6}, false},
-        {"odd corners", {{area, {"1,2,3"}}}, 1, false, {}, {}, true},
-        {"corner at infinity", {{area, {"1,inf"}}}, 1, false, {}, {}, true},
-        {"corners without numbers", {{area, {"left"}}}, 1, false, {}, {}, true},
-        {"one number for two bands", {{albedo, {"0.5"}}}, 2, false, {}, {}, true},
-        {"no number", {{albedo, {"nan"}}}, 1, false, {}, {}, true}};
+         {}},
+        {"one text", {{area, {"1,2, 9,2, 9,8"}}}, 1, false, {1, 2, 9, 2, 9, 8}, {}, {}},
+        {"two bands", {{albedo, {"0.5,0.6"}}}, 2, false, {}, {0.5, 0.6}, {}},
+        {"odd corners", {{area, {"1,2,3"}}}, 1, false, {}, {}, noPairs},
+        {"corner at infinity", {{area, {"1,inf"}}}, 1, false, {}, {}, noPairs},
+        {"corners without numbers", {{area, {"left"}}}, 1, false, {}, {}, noPairs},
+        {"one number for two bands", {{albedo, {"0.5"}}}, 2, false, {}, {}, noAlbedo},
+        {"no number", {{albedo, {"nan"}}}, 1, false, {}, {}, noAlbedo}};
     for (const TargetCase& c : cases) {
         const ImageMetadata read = interpret(tagFile(c.tags, c.bandCount));
         const RecordedTarget& target = read.exif.recordedTarget;
@@ -248,7 +263,45 @@ TEST(CommonTags, theTargetThatTheCameraFoundIsReadAsStated) {
         }
         EXPECT_EQ(corners, c.corners) << c.what;
         EXPECT_EQ(target.reflectance, c.reflectance) << c.what;
-        EXPECT_EQ(read.warnings.size(), c.warns ? 1U : 0U) << c.what;
+        EXPECT_EQ(read.warnings, c.warnings) << c.what;
+    }
+}
+
+TEST(CommonTags, theShapeIsThatOfTheMetadataOfATiffAndOfThePixelsOfAJpeg) {
+    struct TypeCase {
+        const char* bits;
+        const char* format; ///< 1 unsigned, 2 signed, 3 float
+        DataType expected;
+    };
+    for (const TypeCase& c : {TypeCase{"8", "1", DataType::UInt8},
+                              {"8", "2", DataType::Unknown},
+                              {"10", "1", DataType::UInt16},
+                              {"16", "1", DataType::UInt16},
+                              {"16", "2", DataType::Int16},
+                              {"17", "1", DataType::Unknown},
+                              {"32", "1", DataType::UInt32},
+                              {"32", "2", DataType::Int32},
+                              {"32", "3", DataType::Float32},
+                              {"64", "3", DataType::Float64},
+                              {"16", "3", DataType::Unknown},
+                              {"1", "1", DataType::Unknown}}) {
+        TagFile file = tagFile(
+            {{"Exif.Image.BitsPerSample", {c.bits}}, {"Exif.Image.SampleFormat", {c.format}}}, 2);
+        ExifInfo exif = interpret(file).exif;
+        EXPECT_EQ(exif.pixelType, c.expected) << c.bits << " " << c.format;
+        EXPECT_EQ(exif.imageWidth, 40U);
+        EXPECT_EQ(exif.imageHeight, 30U);
+        EXPECT_EQ(exif.bandCount, 2U);
+
+        // The tags of a JPEG may be those of a thumbnail.
+        file.isJpeg = true;
+        file.pixelWidth = 4000;
+        file.pixelHeight = 3000;
+        exif = interpret(file).exif;
+        EXPECT_EQ(exif.pixelType, DataType::UInt8);
+        EXPECT_EQ(exif.imageWidth, 4000U);
+        EXPECT_EQ(exif.imageHeight, 3000U);
+        EXPECT_EQ(exif.bandCount, 3U);
     }
 }
 
