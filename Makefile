@@ -1,4 +1,4 @@
-# Thin front door: each target installs what it lacks, builds, and runs.
+# The front door: each target installs the packages that are missing, builds, and runs.
 .PHONY: build demo check check-sanitize check-threads mutants fuzz lint lint-deep docs bench format install package clean
 
 PREFIX ?= /usr/local
@@ -32,6 +32,11 @@ check-threads:
 	cmake --preset tsan
 	cmake --build --preset tsan --target thread_tests
 	ctest --preset tsan -R Threads
+
+# Changes lines one at a time in a copy of the tree, and says which changes no test notices.
+mutants:
+	scripts/install-deps build check
+	scripts/mutants $(MUTANTS)
 
 # Runs each target for FUZZ_SECONDS; what it finds stays in out/fuzz.
 fuzz:
