@@ -119,6 +119,9 @@ CoordSystem CoordSystem::localAt(const GeoPosition& anchor) {
     place.precision(17);
     place << "+ellps=WGS84 +lat_0=" << anchor.latitude << " +lon_0=" << anchor.longitude
           << " +h_0=" << (std::isnan(anchor.height) ? 0.0 : anchor.height);
+    if (!std::isfinite(anchor.latitude) || !std::isfinite(anchor.longitude)) {
+        refuse("local " + place.str(), "not a position");
+    }
     const std::string pipeline = "+proj=pipeline +step +proj=unitconvert +xy_in=deg +xy_out=rad"
                                  " +step +proj=cart +ellps=WGS84 +step +proj=topocentric " +
                                  place.str();

@@ -23,6 +23,7 @@ public:
 
     /// Local metric axes, x east, y north, z up, in the plane that touches the earth at the anchor,
     /// which is their origin. An anchor without a height lies on the ellipsoid.
+    /// @throws std::runtime_error when the anchor is not a place on the earth
     static CoordSystem localAt(const GeoPosition& anchor);
 
     /// The system of an EPSG code.

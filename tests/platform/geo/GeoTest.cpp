@@ -89,6 +89,8 @@ TEST(CoordSystem, refusesWhatHasNoPlaceOnTheEarth) {
                   CoordSystem::localAt({95.0, 8.0, 0.0});
               }),
               "Coordinate system 'local +ellps=WGS84 +lat_0=95 +lon_0=8 +h_0=0': not understood");
+    EXPECT_THROW(CoordSystem::localAt({kNan, 8.0, 0.0}), std::runtime_error);
+    EXPECT_THROW(CoordSystem::localAt({47.0, kNan, 0.0}), std::runtime_error);
     EXPECT_FALSE(isConvertibleToWGS84(OutCoordSystem(), SiteCalibration()));
     GeoPosition untouched = {1.0, 2.0, 3.0};
     EXPECT_FALSE(out2wgs84(OutCoordSystem(), SiteCalibration(), {0, 0, 0}, untouched));
