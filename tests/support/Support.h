@@ -10,8 +10,8 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <initializer_list>
+#include <iterator>
 #include <limits>
 #include <mutex>
 #include <optional>

@@ -1,5 +1,5 @@
-#include "flight/target/StatedTarget.h"
 #include "Input.h"
+#include "flight/target/StatedTarget.h"
 #include "platform/camera/CameraParams.h"
 #include "platform/geo/CoordSystem.h"
 #include "platform/image/Raster.h"
