@@ -64,7 +64,9 @@ public:
                 const InputImage& image = firstImageOf(id, m_flight);
                 values = sensitivityFor(image, m_project.typeOf(image), file);
             } catch (const Refusal& refusal) {
-                throw std::runtime_error(path + ": " + name + ": " + refusal.what());
+                std::string text = path;
+                throw std::runtime_error(
+                    text.append(": ").append(name).append(": ").append(refusal.what()));
             }
             if (!values.empty()) {
                 m_result.byCamera[id] = {std::move(values), "file", path};
