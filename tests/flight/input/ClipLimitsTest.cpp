@@ -56,5 +56,16 @@ TEST(ClipSpike, isAHeapAtTheTopAndNothingElse) {
     EXPECT_FALSE(clipSpike(SampleCounts(65536)));
 }
 
+TEST(ClipSpike, isSixTimesTheLevelsBelowIt) {
+    for (const std::int64_t times : {5, 6, 7}) {
+        SampleCounts counts(65536);
+        for (std::size_t v = 4000; v < 60000; v += 16) {
+            counts[v] = 100;
+        }
+        counts[60000] = 100 * times;
+        EXPECT_EQ(clipSpike(counts).has_value(), times > 6) << times;
+    }
+}
+
 } // namespace
 } // namespace tessik::flight

@@ -189,6 +189,7 @@ TEST(Report, picturesOfOneBandShareOneScale) {
     write(folder.path() / "corrections.jsonl", records);
     const Json look = dataIn(pageOf(folder))["quick_looks"][0];
     EXPECT_EQ(look["label"], "Blue");
+    EXPECT_EQ(look["tiles"][0]["file"], folder.file("raw0.tif"));
     EXPECT_THAT(look["before_scale"], ElementsAre(1.0, 2.0));
     EXPECT_THAT(look["after_scale"], ElementsAre(2.0, 12.0)); // the masked pixel is no value
     EXPECT_NE(look["tiles"][0]["before"], look["tiles"][1]["before"]);

@@ -67,6 +67,49 @@ TEST_F(Records, afterARunThatWasKilledNameEachImageOnceAndOnlyOutputsThatAreTher
     EXPECT_THAT(lines(), ElementsAre("in/e.tif kept"));
 }
 
+TEST_F(Records, comeBackAsTheyWereWritten) {
+    image.cameraId = 7;
+    image.geo.captureTime = 1.6e9;
+    image.geo.position = GeoPosition{46.5, 6.6, 400.0};
+    image.exif.exposureTime = 0.001;
+    image.exif.iso = 200;
+    image.exif.apertureFNumber = 2.8;
+    image.exif.sunIrradiance = {1.25};
+    const std::vector<double> sensitivity = {655.36};
+    Applied applied;
+    applied.accounts = {
+        {"SunSensor", {{"irradiance", "", {1.5}}, {"sun_elevation", "deg", {40.0}}}},
+        {"ConvertNanToNodata", {{"pixels", "", {12.0}}, {"masked", "", {3.0}}}}};
+    applied.sun = {40.0, 120.0, 5.0};
+    {
+        RecordFile records(file, false);
+        records.addDone({"a.tif", "camera", image, applied, sensitivity});
+    }
+    readRecords(file, [](const ReadRecord& record) {
+        EXPECT_EQ(record.timeUnix, 1.6e9);
+        EXPECT_EQ(record.latitudeDeg, 46.5);
+        EXPECT_EQ(record.longitudeDeg, 6.6);
+        EXPECT_EQ(record.exposureSeconds, 0.001F);
+        EXPECT_EQ(record.iso, 200.0F);
+        EXPECT_EQ(record.fNumber, 2.8F);
+        EXPECT_EQ(record.pixels, 12.0);
+        EXPECT_EQ(record.maskedPixels, 3.0);
+        EXPECT_EQ(record.sunElevationDeg, 40.0F);
+        EXPECT_EQ(record.sensorTiltDeg, 5.0F);
+        EXPECT_THAT(record.irradiance, ElementsAre(1.25F));
+        EXPECT_THAT(record.irradianceCorrected, ElementsAre(1.5F));
+        EXPECT_THAT(record.steps, ElementsAre("SunSensor", "ConvertNanToNodata"));
+    });
+    const std::string line = test::readAll(file);
+    for (const char* part : {R"("camera":"7")",
+                             R"("altitude_m":400.0)",
+                             R"("sun_azimuth_deg":120.0)",
+                             R"("sensitivity":[655.36])",
+                             R"("correction_type":"camera")"}) {
+        EXPECT_THAT(line, testing::HasSubstr(part));
+    }
+}
+
 TEST_F(Records, readBackWhatIsKnownAndNothingElse) {
     std::ofstream(file)
         << R"({"file": "a", "status": "done", "capture_time_unix": 0.0, "pixels": 12,
