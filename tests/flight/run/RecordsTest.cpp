@@ -68,6 +68,7 @@ TEST_F(Records, afterARunThatWasKilledNameEachImageOnceAndOnlyOutputsThatAreTher
 }
 
 TEST_F(Records, comeBackAsTheyWereWritten) {
+    image.path = "in/a.tif";
     image.cameraId = 7;
     image.geo.captureTime = 1.6e9;
     image.geo.position = GeoPosition{46.5, 6.6, 400.0};
@@ -85,21 +86,23 @@ TEST_F(Records, comeBackAsTheyWereWritten) {
         RecordFile records(file, false);
         records.addDone({"a.tif", "camera", image, applied, sensitivity});
     }
-    readRecords(file, [](const ReadRecord& record) {
-        EXPECT_EQ(record.timeUnix, 1.6e9);
-        EXPECT_EQ(record.latitudeDeg, 46.5);
-        EXPECT_EQ(record.longitudeDeg, 6.6);
-        EXPECT_EQ(record.exposureSeconds, 0.001F);
-        EXPECT_EQ(record.iso, 200.0F);
-        EXPECT_EQ(record.fNumber, 2.8F);
-        EXPECT_EQ(record.pixels, 12.0);
-        EXPECT_EQ(record.maskedPixels, 3.0);
-        EXPECT_EQ(record.sunElevationDeg, 40.0F);
-        EXPECT_EQ(record.sensorTiltDeg, 5.0F);
-        EXPECT_THAT(record.irradiance, ElementsAre(1.25F));
-        EXPECT_THAT(record.irradianceCorrected, ElementsAre(1.5F));
-        EXPECT_THAT(record.steps, ElementsAre("SunSensor", "ConvertNanToNodata"));
-    });
+    std::vector<ReadRecord> read;
+    EXPECT_EQ(readRecords(file, [&](ReadRecord one) { read.push_back(std::move(one)); }), 0U);
+    ASSERT_EQ(read.size(), 1U);
+    const ReadRecord& record = read.front();
+    EXPECT_EQ(record.timeUnix, 1.6e9);
+    EXPECT_EQ(record.latitudeDeg, 46.5);
+    EXPECT_EQ(record.longitudeDeg, 6.6);
+    EXPECT_EQ(record.exposureSeconds, 0.001F);
+    EXPECT_EQ(record.iso, 200.0F);
+    EXPECT_EQ(record.fNumber, 2.8F);
+    EXPECT_EQ(record.pixels, 12.0);
+    EXPECT_EQ(record.maskedPixels, 3.0);
+    EXPECT_EQ(record.sunElevationDeg, 40.0F);
+    EXPECT_EQ(record.sensorTiltDeg, 5.0F);
+    EXPECT_THAT(record.irradiance, ElementsAre(1.25F));
+    EXPECT_THAT(record.irradianceCorrected, ElementsAre(1.5F));
+    EXPECT_THAT(record.steps, ElementsAre("SunSensor", "ConvertNanToNodata"));
     const std::string line = test::readAll(file);
     for (const char* part : {R"("camera":"7")",
                              R"("altitude_m":400.0)",
