@@ -74,26 +74,25 @@ bool endsWithLine(const fs::path& file) {
 }
 
 /// Rewrites a file with the last line on each image only, and without those of outputs that are not
-/// there. @return the outputs that have a line
-std::unordered_set<std::string> tidyRecords(const fs::path& file) {
+/// there. @return the outputs that have a line, and what it says
+std::unordered_map<std::string, Status> tidyRecords(const fs::path& file) {
     std::unordered_map<std::string, std::size_t> last;
+    std::unordered_map<std::string, Status> outputs;
     std::size_t count = 0;
     forEachLine(file, [&](const std::string& /*line*/, const Json& json) {
         const std::string output = json.is_object() ? textIn(json, "output") : "";
         if (!output.empty()) {
             std::error_code ignored;
             last.erase(output);
+            outputs.erase(output);
             if (statusIn(json) == Status::Failed ||
                 fs::exists(file.parent_path() / output, ignored)) {
                 last[output] = count;
+                outputs[output] = statusIn(json);
             }
         }
         ++count;
     });
-    std::unordered_set<std::string> outputs;
-    for (const auto& [output, line] : last) {
-        outputs.insert(output);
-    }
     if (last.size() == count && endsWithLine(file)) {
         return outputs;
     }
@@ -184,7 +183,7 @@ RecordFile::~RecordFile() {
     }
 }
 
-void RecordFile::writeLine(const std::string& output, std::string line) {
+void RecordFile::writeLine(const std::string& output, Status status, std::string line) {
     const std::lock_guard lock(m_mutex);
     m_stream.write(line.data(), static_cast<std::streamsize>(line.size()));
     m_stream.flush();
@@ -192,11 +191,11 @@ void RecordFile::writeLine(const std::string& output, std::string line) {
         m_stream.clear();
         throw std::runtime_error("the record " + m_file.string() + " cannot be written");
     }
-    m_hasRepeated = !m_known.insert(output).second || m_hasRepeated;
+    m_hasRepeated = !m_known.insert_or_assign(output, status).second || m_hasRepeated;
 }
 
 void RecordFile::addDone(const Record& record) {
-    writeLine(record.output, lineOf(doneJson(record)));
+    writeLine(record.output, Status::Done, lineOf(doneJson(record)));
 }
 
 void RecordFile::addFailed(const std::string& path,
@@ -204,17 +203,20 @@ void RecordFile::addFailed(const std::string& path,
                            const std::string& reason) {
     writeLine(
         output,
+        Status::Failed,
         lineOf({{"file", path}, {"output", output}, {"status", "failed"}, {"reason", reason}}));
 }
 
 void RecordFile::addKept(const std::string& path, const std::string& output) {
     {
         const std::lock_guard lock(m_mutex);
-        if (m_known.count(output) > 0) {
+        const auto known = m_known.find(output);
+        if (known != m_known.end() && known->second != Status::Failed) {
             return;
         }
     }
     writeLine(output,
+              Status::Kept,
               lineOf({{"file", path}, {"output", output}, {"status", "kept"}, {"reason", Json()}}));
 }
 

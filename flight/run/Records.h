@@ -15,10 +15,20 @@
 #include <limits>
 #include <mutex>
 #include <string>
-#include <unordered_set>
+#include <unordered_map>
 #include <vector>
 
 namespace tessik::flight {
+
+/// Numbers that are absent are NaN.
+constexpr double kAbsent = std::numeric_limits<double>::quiet_NaN();
+
+enum class Status : std::uint8_t {
+    NotReached, ///< planned, and nothing is recorded of it
+    Done,
+    Kept,
+    Failed,
+};
 
 /// What was done to one image.
 struct Record {
@@ -45,27 +55,17 @@ public:
     /// To be called before the output appears, so that no output is without its record.
     void addDone(const Record& record);
     void addFailed(const std::string& path, const std::string& output, const std::string& reason);
-    /// Does nothing where there is a record of it.
+    /// Does nothing where there is a record of it that names no failure.
     void addKept(const std::string& path, const std::string& output);
 
 private:
-    void writeLine(const std::string& output, std::string line);
+    void writeLine(const std::string& output, Status status, std::string line);
 
     std::mutex m_mutex;
     std::filesystem::path m_file;
     std::ofstream m_stream;
-    std::unordered_set<std::string> m_known; ///< outputs with a record
-    bool m_hasRepeated = false;              ///< an output has two
-};
-
-/// Numbers that are absent are NaN.
-constexpr double kAbsent = std::numeric_limits<double>::quiet_NaN();
-
-enum class Status : std::uint8_t {
-    NotReached, ///< planned, and nothing is recorded of it
-    Done,
-    Kept,
-    Failed,
+    std::unordered_map<std::string, Status> m_known; ///< outputs with a record
+    bool m_hasRepeated = false;                      ///< an output has two
 };
 
 /// A record as it is read back, without what stands in the plan. Thousands are held at once.

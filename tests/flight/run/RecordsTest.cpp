@@ -63,8 +63,15 @@ TEST_F(Records, afterARunThatWasKilledNameEachImageOnceAndOnlyOutputsThatAreTher
     {
         RecordFile records(file, true);
         records.addKept("in/e.tif", "e.tif");
+        records.addFailed("in/a.tif", "a.tif", "no such file"); // whose output is an earlier one
     }
-    EXPECT_THAT(lines(), ElementsAre("in/e.tif kept"));
+    EXPECT_THAT(lines(), ElementsAre("in/e.tif kept", "in/a.tif failed"));
+    std::ofstream(folder.path() / "e.tif") << "an image";
+    {
+        RecordFile records(file, false);
+        records.addKept("in/a.tif", "a.tif");
+    }
+    EXPECT_THAT(lines(), ElementsAre("in/e.tif kept", "in/a.tif kept"));
 }
 
 TEST_F(Records, comeBackAsTheyWereWritten) {
