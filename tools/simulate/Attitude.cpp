@@ -40,6 +40,10 @@ Attitude sensorAttitude(const Attitude& camera, const SensorMount& mount) {
     return attitudeOf(nedFromBody(camera) * bodyFromCamera * cameraFromSensor * sensorFromBody);
 }
 
+Attitude turnedInBody(const Attitude& body, const Attitude& turn) {
+    return attitudeOf(nedFromBody(body) * nedFromBody(turn));
+}
+
 Eigen::Vector3d topOf(const Attitude& attitude) {
     const Eigen::Vector3d top = nedFromBody(attitude) * -Eigen::Vector3d::UnitZ();
     return {top.y(), top.x(), -top.z()};

@@ -28,6 +28,9 @@ struct SensorMount {
 /// aircraft's down and the image's top points forward. The sensor's normal is its own up.
 Attitude sensorAttitude(const Attitude& camera, const SensorMount& mount);
 
+/// The attitude of a body that is turned further, about its own axes.
+Attitude turnedInBody(const Attitude& body, const Attitude& turn);
+
 /// Where the top of a body points, in east, north, up.
 Eigen::Vector3d topOf(const Attitude& attitude);
 

@@ -32,11 +32,16 @@ struct Shot {
     std::size_t capture = 0;
     std::size_t band = 0;
     BandMatrix reflectance;
-    double irradiance = 0.0; ///< on the ground, W/m2/nm
+    double irradiance = 0.0; ///< on the level ground, W/m2/nm
+    /// The pixels answer as if the irradiance were this many times what it is: because what they
+    /// see is not level, or because the camera is more sensitive than its files state.
+    double response = 1.0;
     LightReading reading;
     std::vector<double> readings; ///< W/m2/nm, in each of the camera's bands
-    Station station;
-    std::int64_t sinceStart = 0; ///< us, from the first capture
+    Station station;              ///< as the files state it
+    std::int64_t sinceStart = 0;  ///< us, from the first capture
+
+    [[nodiscard]] double exposing() const { return irradiance * response; } ///< W/m2/nm
 };
 
 /// What the camera stores of a shot, and how well it could.

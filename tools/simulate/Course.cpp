@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <vector>
 
 namespace tessik::simulate {
 namespace {
@@ -39,6 +40,7 @@ constexpr std::int64_t kSurveyStart = (16 * 60 + 30) * 60LL * 1000000;
 
 constexpr std::uint64_t kSurveyPurpose = 0x5042e4;
 constexpr std::uint64_t kWindPurpose = 0x314d;
+constexpr std::uint64_t kPosePurpose = 0x905e;
 
 /// Gusts are waves whose periods have no common multiple within a flight. Their sum reaches
 /// 8 degrees.
@@ -88,6 +90,12 @@ double gust(std::uint64_t seed, std::uint64_t axis, double seconds) {
 
 } // namespace
 
+Attitude Station::statedAttitude() const {
+    return {attitude.yawDegrees + statedError.yawDegrees,
+            attitude.pitchDegrees + statedError.pitchDegrees,
+            attitude.rollDegrees + statedError.rollDegrees};
+}
+
 Station stationOf(std::uint64_t seed, std::size_t capture, double intervalSeconds) {
     Random random({seed, kCoursePurpose, capture});
     Station station;
@@ -127,7 +135,15 @@ Station onGround(Station station) {
     station.northM = -kBesideM;
     station.belowFlightM = kFlightHeightM - kArmHeightM;
     station.attitude = {};
+    station.isOnGround = true;
     return station;
+}
+
+void addPoseNoise(std::uint64_t seed, std::size_t capture, double deviation, Station& station) {
+    std::vector<float> noise(2);
+    Random({seed, kPosePurpose, capture}).normal(noise);
+    station.statedError = {
+        0.0, deviation * static_cast<double>(noise[0]), deviation * static_cast<double>(noise[1])};
 }
 
 GeographicPosition positionOf(const Station& station) {

@@ -14,6 +14,10 @@ struct Station {
     double belowFlightM = 0.0;     ///< how much lower than the flight, m
     std::int64_t microseconds = 0; ///< since the flight's day began, UTC
     Attitude attitude;
+    Attitude statedError;    ///< by which the files state another attitude
+    bool isOnGround = false; ///< before take-off or after landing
+
+    [[nodiscard]] Attitude statedAttitude() const;
 };
 
 /// All flights advance this far in this time.
@@ -23,6 +27,10 @@ inline constexpr double kAdvanceSeconds = 1.5;
 /// The station of a capture before take-off or after landing: near where the flight begins, with
 /// the camera held level above what lies on the ground.
 Station onGround(Station station);
+
+/// Draws the error with which the files of a capture state pitch and roll.
+/// @param deviation standard deviation, degrees
+void addPoseNoise(std::uint64_t seed, std::size_t capture, double deviation, Station& station);
 
 /// The station of a capture on a line to the north, flown at a steady pace and displaced by wind.
 Station stationOf(std::uint64_t seed, std::size_t capture, double intervalSeconds);

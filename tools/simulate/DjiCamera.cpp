@@ -84,7 +84,7 @@ DjiExposure DjiCamera::expose(const Shot& shot) const {
     DjiExposure exposure = m_model.amplification(shot);
     const double peak =
         drawPeak(Random({m_options.seed, kDjiExposurePurpose, shot.capture, shot.band}));
-    const double radiance = Scene::kBrightest * shot.irradiance / kPi;
+    const double radiance = Scene::kBrightest * shot.exposing() / kPi;
     const double seconds = (peak - m_model.body.dark) *
                            m_model.optics[shot.band].calibration.adjustment /
                            (m_model.perRadiance * radiance * exposure.gain);
@@ -98,7 +98,7 @@ std::vector<exif::NewTag> DjiCamera::tagsOf(const DjiExposure& exposure, const S
     const DjiBody& body = m_model.body;
     const DjiCalibration& calibration = m_model.optics[shot.band].calibration;
     const Band& band = m_model.bands[shot.band];
-    const double irradiance = m_model.perIrradiance * shot.irradiance * shot.reading.error;
+    const double irradiance = m_model.perIrradiance * shot.reading.level;
     const std::string microseconds = std::to_string(exposure.microseconds);
     const std::string index = std::to_string(shot.band + 1);
     const std::string wavelength = number(band.info.wavelengthNm);
@@ -145,7 +145,7 @@ Frame DjiCamera::take(const Shot& shot, bool withDeviation) const {
     const Optics& optics = m_model.optics[shot.band];
     const DjiExposure exposure = expose(shot);
     const double seconds = static_cast<double>(exposure.microseconds) * 1e-6;
-    const double perReflectance = m_model.perRadiance * shot.irradiance / kPi * exposure.gain *
+    const double perReflectance = m_model.perRadiance * shot.exposing() / kPi * exposure.gain *
                                   seconds / optics.calibration.adjustment;
     const auto fillRow = [&](Eigen::Index row, RowContent& content) {
         const float* reflectance = &shot.reflectance(row, 0);

@@ -104,47 +104,68 @@ void checkPanel(const path& folder, const FlightOptions& options) {
     }
 }
 
-bool showsPanel(const FlightOptions& options, std::size_t capture) {
-    return options.hasPanel && (capture == 0 || capture + 1 == options.captures);
-}
-
-ordered_json panelRecord(const Panel& panel, const PanelView& view, double wavelengthNm) {
+ordered_json
+panelRecord(const Panel& panel, const PanelView& view, double stated, double reflectance) {
     ordered_json corners = ordered_json::array();
     for (const Eigen::Vector2d& corner : panel.surface(view)) {
         corners.push_back({corner.x(), corner.y()});
     }
     return {{"serial", panel.serial()},
-            {"reflectance", Panel::reflectanceAt(wavelengthNm)},
+            {"reflectance", reflectance},
+            {"stated_reflectance", stated},
             {"corners_px", corners}};
 }
 
+/// Where the light of the panel is compared with that of the flight, the aircraft needs its time to
+/// take off and to land.
+void putOnGround(const FlightOptions& options, std::vector<Station>& course) {
+    constexpr std::int64_t kPauseMicroseconds = 60LL * 1000000;
+    const std::int64_t pause = hasSun(options.sky) ? kPauseMicroseconds : 0;
+    course.front() = onGround(course.front());
+    course.front().microseconds -= pause;
+    if (options.isPanelAtEnd) {
+        course.back() = onGround(course.back());
+        course.back().microseconds += pause;
+    }
+}
+
 std::vector<Station> courseOf(const path& folder, const FlightOptions& options) {
-    const auto station = options.sky == Sky::Clear ? surveyStation : stationOf;
+    const auto station = hasSun(options.sky) ? surveyStation : stationOf;
     std::vector<Station> course;
     course.reserve(options.captures);
     for (std::size_t capture = 0; capture < options.captures; ++capture) {
         course.push_back(station(options.seed, capture, options.intervalSeconds));
     }
+    if (options.hasPanel) {
+        putOnGround(options, course);
+    }
     if (!course.empty() && course.back().microseconds >= kDayMicroseconds) {
         throw Failure(folder, "the flight would last beyond midnight UTC");
     }
-    if (options.hasPanel) {
-        course.front() = onGround(course.front());
-        course.back() = onGround(course.back());
+    if (hasSun(options.sky)) {
+        for (std::size_t capture = 0; capture < options.captures; ++capture) {
+            addPoseNoise(options.seed, capture, options.clearSky.poseNoiseDegrees, course[capture]);
+        }
     }
     return course;
 }
 
 std::unique_ptr<const Light> lightOf(const FlightOptions& options,
                                      const std::vector<Station>& course) {
-    if (options.sky == Sky::Clear) {
-        return std::make_unique<ClearSky>(options.seed, options.clearSky, course);
+    if (hasSun(options.sky)) {
+        ClearSky::Options sky = options.clearSky;
+        sky.clouds = options.sky == Sky::Overcast ? Clouds::Kind::Overcast
+                     : options.sky == Sky::Broken ? Clouds::Kind::Broken
+                                                  : Clouds::Kind::None;
+        return std::make_unique<ClearSky>(options.seed, sky, course);
     }
     return std::make_unique<ChangingLight>(options.seed, options.captures);
 }
 
 void addReading(const LightReading& reading, ordered_json& record) {
+    record["received"] = reading.received;
     record["reading"] = reading.irradiance;
+    record["stated_level"] = reading.level;
     record["sensor_yaw_deg"] = reading.attitude.yawDegrees;
     record["sensor_pitch_deg"] = reading.attitude.pitchDegrees;
     record["sensor_roll_deg"] = reading.attitude.rollDegrees;
@@ -155,6 +176,7 @@ void addReading(const LightReading& reading, ordered_json& record) {
         record["sun_elevation_deg"] = reading.sun->sunElevationDegrees;
         record["cos_incidence"] = reading.sun->cosIncidence;
         record["cos_tilt"] = reading.sun->cosTilt;
+        record["tau"] = reading.sun->transmittance;
     }
 }
 
@@ -191,6 +213,35 @@ ordered_json renderFile(const path& folder, const Camera& camera, const Shot& sh
     return record(camera, shot, frame);
 }
 
+const char* toString(Sky sky) {
+    switch (sky) {
+    case Sky::Clear:
+        return "clear";
+    case Sky::Overcast:
+        return "overcast";
+    case Sky::Broken:
+        return "broken";
+    case Sky::Changing:
+        break;
+    }
+    return "changing";
+}
+
+void addSky(const ClearSky::Options& sky, ordered_json& manifest) {
+    manifest["sunlight"] = sky.directFraction;
+    manifest["sunlight_per_band"] = sky.perBand;
+    manifest["drift"] = sky.drift;
+    manifest["haze"] = sky.hasHaze;
+    manifest["sensor_noise"] = sky.sensorNoise;
+    manifest["sensor_jitter"] = sky.sensorJitter;
+    manifest["sensor_omega_phi_kappa_deg"] = {
+        sky.mount.omegaDegrees, sky.mount.phiDegrees, sky.mount.kappaDegrees};
+    manifest["mount_error_roll_pitch_deg"] = {sky.mountErrorRoll, sky.mountErrorPitch};
+    manifest["pose_noise_deg"] = sky.poseNoiseDegrees;
+    manifest["sensor_shade"] = sky.sensorShade;
+    manifest["panel_tilt_deg"] = sky.panelTiltDegrees;
+}
+
 void writeManifest(const path& folder,
                    const Camera& camera,
                    const FlightOptions& options,
@@ -203,12 +254,11 @@ void writeManifest(const path& folder,
                              {"height", options.height},
                              {"captures", options.captures},
                              {"interval_s", options.intervalSeconds},
-                             {"sky", options.sky == Sky::Clear ? "clear" : "changing"}};
-    if (options.sky == Sky::Clear) {
-        const SensorMount& mount = options.clearSky.mount;
-        manifest["sensor_noise"] = options.clearSky.sensorNoise;
-        manifest["sensor_omega_phi_kappa_deg"] = {
-            mount.omegaDegrees, mount.phiDegrees, mount.kappaDegrees};
+                             {"sky", toString(options.sky)},
+                             {"panel_error", options.panelError},
+                             {"sensitivity_drift", options.sensitivityDrift}};
+    if (hasSun(options.sky)) {
+        addSky(options.clearSky, manifest);
     }
     manifest["files"] = records;
     writeWhole(folder / kTruthFolder / kManifestFile, [&manifest](const std::string& file) {
@@ -221,6 +271,82 @@ void writeManifest(const path& folder,
     });
 }
 
+/// What a flight's camera and light sensor have around them.
+struct Surroundings {
+    const FlightOptions& options;
+    const std::vector<Station>& course;
+    Scene scene;
+    Panel panel;
+    std::unique_ptr<const Light> light;
+};
+
+/// How much more sensitive than its files state the camera is at a capture.
+double sensitivityAt(const Surroundings& around, std::size_t capture) {
+    const std::int64_t begin = around.course.front().microseconds;
+    const auto whole = static_cast<double>(around.course.back().microseconds - begin);
+    const auto flown = static_cast<double>(around.course[capture].microseconds - begin);
+    return 1.0 + (whole > 0.0 ? around.options.sensitivityDrift * flown / whole : 0.0);
+}
+
+/// A shot in the light, but without anything to see.
+Shot litShot(const Camera& camera,
+             const Surroundings& around,
+             std::size_t capture,
+             std::size_t band) {
+    Shot shot;
+    shot.capture = capture;
+    shot.band = band;
+    shot.station = around.course[capture];
+    shot.station.attitude = shot.station.statedAttitude();
+    shot.sinceStart = shot.station.microseconds - around.course.front().microseconds;
+    const double wavelength = camera.bands()[band].info.wavelengthNm;
+    shot.irradiance = around.light->irradiance(capture, wavelength);
+    shot.response = sensitivityAt(around, capture);
+    shot.reading = around.light->reading(capture, wavelength);
+    for (const Band& each : camera.bands()) {
+        shot.readings.push_back(around.light->reading(capture, each.info.wavelengthNm).irradiance);
+    }
+    return shot;
+}
+
+ordered_json
+renderPanel(const path& folder, const Camera& camera, const Surroundings& around, Shot& shot) {
+    const FlightOptions& options = around.options;
+    const double wavelength = camera.bands()[shot.band].info.wavelengthNm;
+    const double stated = Panel::reflectanceAt(wavelength);
+    const double reflectance = (1.0 + options.panelError) * stated;
+    const double irradiance = around.light->onPanel(shot.capture, wavelength);
+    const PanelView view =
+        around.panel.view(shot.capture, shot.band, options.width, options.height);
+    shot.response *= irradiance / shot.irradiance;
+    shot.reflectance = around.panel.reflectance(reflectance, view);
+    ordered_json result = renderFile(folder, camera, shot, options.hasTruth);
+    result["panel"] = panelRecord(around.panel, view, stated, reflectance);
+    result["panel"]["irradiance"] = irradiance;
+    return result;
+}
+
+ordered_json renderShot(const path& folder,
+                        const Camera& camera,
+                        const Surroundings& around,
+                        std::size_t capture,
+                        std::size_t band) {
+    const FlightOptions& options = around.options;
+    const Station& station = around.course[capture];
+    Shot shot = litShot(camera, around, capture, band);
+    if (station.isOnGround) {
+        return renderPanel(folder, camera, around, shot);
+    }
+    const View view{station.eastM,
+                    station.northM,
+                    kFootprintWidthM / static_cast<double>(options.width),
+                    options.width,
+                    options.height,
+                    station.attitude.yawDegrees};
+    shot.reflectance = around.scene.reflectance(camera.bands()[band].info.wavelengthNm, view);
+    return renderFile(folder, camera, shot, options.hasTruth);
+}
+
 } // namespace
 
 void renderFlight(const path& folder, const FlightOptions& options) {
@@ -231,41 +357,15 @@ void renderFlight(const path& folder, const FlightOptions& options) {
     const Camera& camera = *ownedCamera;
     const std::vector<Station> course = courseOf(folder, options);
     prepareFolder(folder);
-    const Scene scene(options.seed);
-    const Panel panel(options.seed);
-    const std::unique_ptr<const Light> light = lightOf(options, course);
+    const Surroundings surroundings{
+        options, course, Scene(options.seed), Panel(options.seed), lightOf(options, course)};
     const std::size_t bandCount = camera.bands().size();
 
     std::vector<ordered_json> records(options.captures * bandCount);
     std::exception_ptr failure;
     const auto renderOne = [&](std::size_t index) {
-        Shot shot;
-        shot.capture = index / bandCount;
-        shot.band = index % bandCount;
-        shot.station = course[shot.capture];
-        shot.sinceStart = shot.station.microseconds - course.front().microseconds;
-        const double wavelength = camera.bands()[shot.band].info.wavelengthNm;
-        shot.irradiance = light->irradiance(shot.capture, wavelength);
-        shot.reading = light->reading(shot.capture, wavelength);
-        for (const Band& band : camera.bands()) {
-            shot.readings.push_back(
-                light->reading(shot.capture, band.info.wavelengthNm).irradiance);
-        }
-        if (showsPanel(options, shot.capture)) {
-            const PanelView view =
-                panel.view(shot.capture, shot.band, options.width, options.height);
-            shot.reflectance = panel.reflectance(wavelength, view);
-            records[index] = renderFile(folder, camera, shot, options.hasTruth);
-            records[index]["panel"] = panelRecord(panel, view, wavelength);
-            return;
-        }
-        const View view{shot.station.eastM,
-                        shot.station.northM,
-                        kFootprintWidthM / static_cast<double>(options.width),
-                        options.width,
-                        options.height};
-        shot.reflectance = scene.reflectance(wavelength, view);
-        records[index] = renderFile(folder, camera, shot, options.hasTruth);
+        records[index] =
+            renderShot(folder, camera, surroundings, index / bandCount, index % bandCount);
     };
     // Every file has random numbers of its own, so their order does not matter.
     const std::size_t fileCount = records.size();

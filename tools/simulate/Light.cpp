@@ -52,7 +52,8 @@ double ChangingLight::irradiance(std::size_t capture, double wavelengthNm) const
 
 LightReading ChangingLight::reading(std::size_t capture, double wavelengthNm) const {
     constexpr double kMountedAtYaw = 3.5;
-    return {irradiance(capture, wavelengthNm), {kMountedAtYaw, 0.0, 0.0}, std::nullopt};
+    const double received = irradiance(capture, wavelengthNm);
+    return {received, {kMountedAtYaw, 0.0, 0.0}, std::nullopt, 1.0, received, received};
 }
 
 } // namespace tessik::simulate

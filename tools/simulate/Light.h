@@ -17,14 +17,19 @@ struct SunView {
     double sunElevationDegrees = 0.0; ///< refraction included
     double cosIncidence = 0.0;        ///< of the sun on the sensor; negative = behind it
     double cosTilt = 1.0;             ///< of the sensor
+    double transmittance = 1.0;       ///< of clouds, for direct light
+    double statedDirect = 0.0;        ///< on a surface that faces the sun, as the sensor has it
+    double statedScattered = 0.0;     ///< on a level one, as the sensor has it
 };
 
 /// What the irradiance sensor on top of the aircraft states for one capture in one band.
 struct LightReading {
     double irradiance = 0.0; ///< W/m2/nm
-    Attitude attitude;       ///< of the sensor
+    Attitude attitude;       ///< of the sensor, as it is stated
     std::optional<SunView> sun;
-    double error = 1.0; ///< the irradiance is this many times what the sensor received
+    double error = 1.0;    ///< the irradiance is this many times what the sensor received
+    double received = 0.0; ///< W/m2/nm
+    double level = 0.0;    ///< what a level surface receives, as the sensor has it, W/m2/nm
 };
 
 /// The light over a flight.
@@ -37,6 +42,10 @@ public:
 
     /// Irradiance on the level ground, W/m2/nm.
     [[nodiscard]] virtual double irradiance(std::size_t capture, double wavelengthNm) const = 0;
+    /// Irradiance on a panel that lies on the ground, W/m2/nm.
+    [[nodiscard]] virtual double onPanel(std::size_t capture, double wavelengthNm) const {
+        return irradiance(capture, wavelengthNm);
+    }
     [[nodiscard]] virtual LightReading reading(std::size_t capture, double wavelengthNm) const = 0;
 };
 

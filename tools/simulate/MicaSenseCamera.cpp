@@ -67,7 +67,7 @@ MicaSenseExposure MicaSenseCamera::expose(const Shot& shot) const {
     const double peak =
         drawPeak(Random({m_options.seed, kMicaSenseExposurePurpose, shot.capture, shot.band}));
     const double signal = peak - m_model.highestDark;
-    const double radiance = Scene::kBrightest * shot.irradiance / kPi;
+    const double radiance = Scene::kBrightest * shot.exposing() / kPi;
     const double wanted =
         signal * calibration.a1 / (kMicaSenseFullScale * radiance * exposure.gain());
     const double middle = 0.5 * static_cast<double>(m_options.height);
@@ -121,7 +121,7 @@ Frame MicaSenseCamera::take(const Shot& shot, bool withDeviation) const {
     const std::array<double, 4> dark = m_model.darkLevels(shot);
     const double gain = exposure.gain();
     const double perSecond =
-        kMicaSenseFullScale * shot.irradiance / kPi * gain / calibration.a1; // and reflectance
+        kMicaSenseFullScale * shot.exposing() / kPi * gain / calibration.a1; // and reflectance
     const auto fillRow = [&, &shutter = calibration, &lens = brightness](Eigen::Index y,
                                                                          RowContent& content) {
         const double perReflectance =

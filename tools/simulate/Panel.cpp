@@ -128,8 +128,7 @@ double Panel::valueAt(double x, double y, double grey) const {
     return kDarkestGrain + share * (kBrightestGrain - kDarkestGrain);
 }
 
-BandMatrix Panel::reflectance(double wavelengthNm, const PanelView& view) const {
-    const double grey = reflectanceAt(wavelengthNm);
+BandMatrix Panel::reflectance(double grey, const PanelView& view) const {
     const Eigen::Matrix2d mmFromPixels =
         Eigen::Rotation2Dd(-view.angle).toRotationMatrix() / view.pixelsPerMm;
     BandMatrix image(view.height, view.width);

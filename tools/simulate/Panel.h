@@ -44,7 +44,8 @@ public:
     view(std::size_t capture, std::size_t band, Eigen::Index width, Eigen::Index height) const;
 
     /// Reflectance of what is in the image.
-    [[nodiscard]] BandMatrix reflectance(double wavelengthNm, const PanelView& view) const;
+    /// @param grey of the grey surface, whatever the code states
+    [[nodiscard]] BandMatrix reflectance(double grey, const PanelView& view) const;
 
     /// Corners of the grey surface in the image, px: top left, top right, bottom right, bottom left
     /// of the panel.

@@ -78,11 +78,10 @@ struct SkyLight {
     SunDirection sun;
 };
 
-/// What a clear sky is made of is known, and the sensor errs in both parts alike.
-SkyLight clearLight(const LightReading& reading, const SunView& view) {
-    const double facing = view.facingIrradiance * reading.error;
-    return {view.directFraction * facing,
-            (1.0 - view.directFraction) * facing,
+/// Where the sun is simulated, the sensor tells the direct from the scattered light.
+SkyLight sunnyLight(const SunView& view) {
+    return {view.statedDirect,
+            view.statedScattered,
             {view.sunAzimuthDegrees * kDegree, view.sunElevationDegrees * kDegree}};
 }
 
@@ -108,8 +107,7 @@ SkyLight cloudyLight(const Band& band, const Shot& shot) {
 /// from these and the sun's elevation what a level surface receives; and the sensor's pose.
 std::vector<exif::NewTag> dls2Tags(const Band& band, const Shot& shot) {
     const LightReading& reading = shot.reading;
-    const SkyLight light =
-        reading.sun ? clearLight(reading, *reading.sun) : cloudyLight(band, shot);
+    const SkyLight light = reading.sun ? sunnyLight(*reading.sun) : cloudyLight(band, shot);
     const double level = light.direct * std::sin(light.sun.elevation) + light.scattered;
     const std::string measured = number(kMicrowattPerCm2 * reading.irradiance);
     return {{"Xmp.Camera.Irradiance", {measured}},

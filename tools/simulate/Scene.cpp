@@ -1,10 +1,12 @@
 #include "simulate/Scene.h"
 
+#include "platform/math/Angle.h"
 #include "simulate/Random.h"
 #include "simulate/Spectrum.h"
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace tessik::simulate {
 namespace {
@@ -107,23 +109,29 @@ BandMatrix Scene::reflectance(double wavelengthNm, const View& view) const {
     BandMatrix image(view.height, view.width);
     const double left = 0.5 * static_cast<double>(view.width) - 0.5;
     const double top = 0.5 * static_cast<double>(view.height) - 0.5;
+    const double cosine = std::cos(view.topDegrees * kDegree);
+    const double sine = std::sin(view.topDegrees * kDegree);
+    Field field;
+    double column = std::numeric_limits<double>::quiet_NaN();
+    double row = column;
     for (Eigen::Index y = 0; y < view.height; ++y) {
-        const double north = view.northM + (top - static_cast<double>(y)) * view.pixelM;
-        const double row = std::floor(north / kFieldM);
-        const double northInField = north - (row + 0.5) * kFieldM;
-        Field field;
-        double column = 0.0;
+        const double up = (top - static_cast<double>(y)) * view.pixelM;
         for (Eigen::Index x = 0; x < view.width; ++x) {
-            const double east = view.eastM + (static_cast<double>(x) - left) * view.pixelM;
+            const double right = (static_cast<double>(x) - left) * view.pixelM;
+            const double east = view.eastM + (right * cosine + up * sine);
+            const double north = view.northM + (up * cosine - right * sine);
             const double newColumn = std::floor(east / kFieldM);
-            if (x == 0 || newColumn != column) {
+            const double newRow = std::floor(north / kFieldM);
+            if (newColumn != column || newRow != row) {
                 column = newColumn;
+                row = newRow;
                 field = fieldAt(m_seed,
                                 static_cast<std::int64_t>(column),
                                 static_cast<std::int64_t>(row),
                                 levels);
             }
-            image(y, x) = reflectanceIn(field, east - (column + 0.5) * kFieldM, northInField);
+            image(y, x) = reflectanceIn(
+                field, east - (column + 0.5) * kFieldM, north - (row + 0.5) * kFieldM);
         }
     }
     return image;

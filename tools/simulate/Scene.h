@@ -6,13 +6,14 @@
 
 namespace tessik::simulate {
 
-/// What a camera that looks straight down sees of the ground; the image's top is north.
+/// What a camera that looks straight down sees of the ground.
 struct View {
     double eastM = 0.0;  ///< of the image's centre, m
     double northM = 0.0; ///< of the image's centre, m
     double pixelM = 0.0; ///< size of a pixel on the ground, m
     Eigen::Index width = 0;
     Eigen::Index height = 0;
+    double topDegrees = 0.0; ///< where the image's top points, from north, clockwise
 };
 
 /// Reflectance of an endless ground. It is a board of square fields. A field is of one material, or

@@ -137,7 +137,7 @@ SequoiaExposure SequoiaCamera::expose(const Shot& shot) const {
     const auto iso = static_cast<double>(exposure.iso);
     const double peak =
         drawPeak(Random({m_options.seed, kSequoiaExposurePurpose, shot.capture, shot.band}));
-    const double radiance = Scene::kBrightest * shot.irradiance / kPi;
+    const double radiance = Scene::kBrightest * shot.exposing() / kPi;
     const double perDn = calibration.fNumber * calibration.fNumber / (radiance * iso);
     double seconds = 0.0;
     if (m_kind == Kind::Uniform) {
@@ -159,7 +159,7 @@ void SequoiaCamera::fillUniform(const Shot& shot,
                                 RowContent& content) const {
     const SequoiaCalibration& calibration = m_calibrations[shot.band];
     const double perReflectance =
-        shot.irradiance / kPi *
+        shot.exposing() / kPi *
         (calibration.sensitivity * exposure.seconds() * static_cast<double>(exposure.iso) +
          calibration.correction) /
         (calibration.fNumber * calibration.fNumber);
@@ -180,7 +180,7 @@ void SequoiaCamera::fillMeasured(const Shot& shot,
     const double fNumber = m_calibrations[shot.band].fNumber;
     const auto iso = static_cast<double>(exposure.iso);
     const double thermal = iso * std::exp(model.temperatureCoefficient * exposure.temperature);
-    const double perReflectance = shot.irradiance / kPi * iso * model.gain / (fNumber * fNumber);
+    const double perReflectance = shot.exposing() / kPi * iso * model.gain / (fNumber * fNumber);
     const float* reflectance = &shot.reflectance(row, 0);
     const float* dark = &model.dark(row, 0);
     const float* deltaTau = &model.deltaTau(row, 0);

@@ -22,37 +22,42 @@ struct CompareOptions {
     bool isJson = false;
 };
 
-void addSky(CLI::App& flight, FlightOptions& options) {
-    const std::map<std::string, Sky> skies = {{"changing", Sky::Changing}, {"clear", Sky::Clear}};
-    flight
-        .add_option(
-            "--sky",
-            options.sky,
-            "changing (default): clouds and a level flight; clear: sun and a sensor that tilts")
-        ->transform(CLI::CheckedTransformer(skies));
-    auto* group = flight.add_option_group("Clear sky");
-    ClearSky::Options& sky = options.clearSky;
+void addSunlight(CLI::Option_group& group, ClearSky::Options& sky) {
     group
-        ->add_option("--sunlight",
-                     sky.directFraction,
-                     "Fraction of the light that comes directly from the sun")
+        .add_option("--sunlight",
+                    sky.directFraction,
+                    "Fraction of the light of a clear sky that comes directly from the sun")
         ->check(CLI::Range(0.0, 1.0))
         ->capture_default_str();
-    group->add_flag(
+    group.add_flag(
         "--sunlight-per-band", sky.perBand, "Make this fraction larger in red and smaller in blue");
     group
-        ->add_option(
-            "--drift", sky.drift, "Multiply the change of the light over the flight by this")
+        .add_option("--drift",
+                    sky.drift,
+                    "Multiply the slow change of the light over the flight by this; with 0 and "
+                    "without --haze a clear sky has the light of clean air at that time")
         ->check(CLI::Range(0.0, 4.0))
         ->capture_default_str();
+    group.add_flag("--haze",
+                   sky.hasHaze,
+                   "Let the seed change the light and its direct fraction, each by up to 0.05");
+}
+
+void addSensor(CLI::Option_group& group, ClearSky::Options& sky) {
     group
-        ->add_option("--sensor-noise",
-                     sky.sensorNoise,
-                     "Standard deviation of the readings, as a share of them")
+        .add_option("--sensor-noise",
+                    sky.sensorNoise,
+                    "Standard deviation of the readings, as a share of them; each band has its own")
         ->check(CLI::Range(0.0, 0.1))
         ->capture_default_str();
     group
-        ->add_option_function<std::vector<double>>(
+        .add_option("--sensor-jitter",
+                    sky.sensorJitter,
+                    "The same for what all bands of a capture have in common")
+        ->check(CLI::Range(0.0, 0.1))
+        ->capture_default_str();
+    group
+        .add_option_function<std::vector<double>>(
             "--sensor-mount",
             [&sky](const std::vector<double>& angles) {
                 sky.mount = {angles[0], angles[1], angles[2]};
@@ -62,9 +67,86 @@ void addSky(CLI::App& flight, FlightOptions& options) {
         ->delimiter(',')
         ->expected(3)
         ->type_name("ANGLES");
+    group
+        .add_option_function<std::vector<double>>(
+            "--mount-error",
+            [&sky](const std::vector<double>& angles) {
+                sky.mountErrorRoll = angles[0];
+                sky.mountErrorPitch = angles[1];
+            },
+            "Turn the sensor by ROLL,PITCH in degrees about its own axes; the files do not tell")
+        ->delimiter(',')
+        ->expected(2)
+        ->type_name("ANGLES");
+    group
+        .add_option("--pose-noise",
+                    sky.poseNoiseDegrees,
+                    "Standard deviation of the stated roll and pitch, degrees; all bands of a "
+                    "capture share it")
+        ->check(CLI::Range(0.0, 10.0))
+        ->capture_default_str();
+}
+
+void addPanel(CLI::App& flight, FlightOptions& options) {
+    flight
+        .add_option_function<std::string>(
+            "--panel",
+            [&options](const std::string& when) {
+                options.hasPanel = true;
+                options.isPanelAtEnd = when == "both";
+            },
+            "Show a reflectance panel in the first capture, or in the first and last one: first or "
+            "both (default); rededge and rededge-p only")
+        ->expected(0, 1)
+        ->default_str("both")
+        ->check(CLI::IsMember({"first", "both"}));
+    flight
+        .add_option("--panel-error",
+                    options.panelError,
+                    "The panel's reflectance is 1 + this times what its code states")
+        ->check(CLI::Range(-0.5, 0.5))
+        ->needs(flight.get_option("--panel"))
+        ->capture_default_str();
+}
+
+/// What is wrong where the panel lies.
+void addPanelSite(CLI::App& flight, CLI::Option_group& group, FlightOptions& options) {
+    group
+        .add_option("--sensor-shade",
+                    options.clearSky.sensorShade,
+                    "The share of the direct light that reaches the sensor beside the panel")
+        ->check(CLI::Range(0.0, 1.0))
+        ->needs(flight.get_option("--panel"))
+        ->capture_default_str();
+    group
+        .add_option("--panel-tilt",
+                    options.clearSky.panelTiltDegrees,
+                    "Degrees by which the panel is tilted towards the sun")
+        ->check(CLI::Range(0.0, 60.0))
+        ->needs(flight.get_option("--panel"))
+        ->capture_default_str();
+}
+
+void addSky(CLI::App& flight, FlightOptions& options) {
+    const std::map<std::string, Sky> skies = {{"changing", Sky::Changing},
+                                              {"clear", Sky::Clear},
+                                              {"overcast", Sky::Overcast},
+                                              {"broken", Sky::Broken}};
+    flight
+        .add_option("--sky",
+                    options.sky,
+                    "changing (default): clouds and a level flight; clear: sun and a sensor that "
+                    "tilts; overcast: the same without direct light; broken: the same with "
+                    "shadows of clouds")
+        ->transform(CLI::CheckedTransformer(skies));
+    auto* group = flight.add_option_group("Sun and sensor");
+    addSunlight(*group, options.clearSky);
+    addSensor(*group, options.clearSky);
+    addPanelSite(flight, *group, options);
     flight.callback([group, &options] {
-        if (group->count_all() > 0 && options.sky != Sky::Clear) {
-            throw CLI::ValidationError("give --sky clear with the options of sunlight and sensor");
+        if (group->count_all() > 0 && !hasSun(options.sky)) {
+            throw CLI::ValidationError(
+                "give --sky clear, overcast or broken with the options of sun and sensor");
         }
     });
 }
@@ -101,10 +183,14 @@ CLI::App* addFlight(CLI::App& app, std::string& folder, FlightOptions& options, 
     flight->add_option("--noise", options.noise, "Multiply the camera's own noise by this")
         ->check(CLI::Range(0.0, 100.0))
         ->capture_default_str();
-    flight->add_flag(
-        "--panel",
-        options.hasPanel,
-        "Show a reflectance panel in the first and last capture (rededge and rededge-p only)");
+    addPanel(*flight, options);
+    flight
+        ->add_option("--sensitivity-drift",
+                     options.sensitivityDrift,
+                     "Share by which the camera gets more sensitive from the first to the last "
+                     "capture; the files do not tell")
+        ->check(CLI::Range(-0.5, 0.5))
+        ->capture_default_str();
     flight->add_option("--interval", options.intervalSeconds, "Seconds between two captures")
         ->check(CLI::Range(0.1, 3600.0))
         ->capture_default_str();
