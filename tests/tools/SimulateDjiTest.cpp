@@ -171,6 +171,7 @@ Frame imageOf(const Camera& camera, const CameraOptions& options, double reflect
     shot.irradiance = 1.3;
     shot.readings = {1.1, 1.2, 1.3, 1.4};
     shot.reading.irradiance = shot.readings[1];
+    shot.reading.level = shot.irradiance;
     shot.station.microseconds = ((19 * 60LL + 5) * 60 + 7) * 1000000 + 45678;
     shot.reflectance =
         BandMatrix::Constant(options.height, options.width, static_cast<float>(reflectance));

@@ -52,6 +52,9 @@ struct BandSums {
     std::size_t masked = 0;
     std::size_t unexpectedMasked = 0;
     std::size_t missed = 0;
+    std::vector<ImageMean> images;
+    double absoluteError = 0.0; ///< sum over pixels
+    std::size_t counted = 0;    ///< pixels
 };
 
 struct FileEntry {
@@ -141,6 +144,45 @@ void add(const FileEntry& entry,
     sums.expectedMasked += entry.unusable;
 }
 
+/// Brighter than any matter: a mirror of the sun.
+constexpr float kGlintReflectance = 1.0F;
+
+void addAbsolute(const FileEntry& entry,
+                 const BandImage& truth,
+                 const BandMatrix& corrected,
+                 BandSums& sums) {
+    const float* reflectance = truth[0].data();
+    const float* deviation = truth[1].data();
+    const float* value = corrected.data();
+    ImageMean mean{entry.name, entry.band, entry.capture};
+    std::size_t count = 0;
+    for (Eigen::Index i = 0; i < corrected.size(); ++i) {
+        if (value[i] == kNoData || std::isnan(value[i]) || !std::isfinite(deviation[i]) ||
+            reflectance[i] > kGlintReflectance) {
+            continue;
+        }
+        ++count;
+        mean.corrected += static_cast<double>(value[i]);
+        mean.truth += static_cast<double>(reflectance[i]);
+        sums.absoluteError +=
+            std::abs(static_cast<double>(value[i]) - static_cast<double>(reflectance[i]));
+    }
+    if (count > 0) {
+        mean.corrected /= static_cast<double>(count);
+        mean.truth /= static_cast<double>(count);
+        sums.images.push_back(mean);
+        sums.counted += count;
+    }
+}
+
+double meanAbsoluteError(const std::vector<ImageMean>& images) {
+    double sum = 0.0;
+    for (const ImageMean& image : images) {
+        sum += std::abs(image.corrected - image.truth);
+    }
+    return sum / static_cast<double>(images.size());
+}
+
 /// Least squares of corrected = scale * truth with weights 1 / sigma^2, sigma proportional to
 /// truth * relative deviation: the weighted mean of the ratios.
 BandResult resultOf(const std::string& band, const BandSums& sums, Scale scale) {
@@ -151,6 +193,10 @@ BandResult resultOf(const std::string& band, const BandSums& sums, Scale scale) 
     result.masked = sums.masked;
     result.unexpectedMasked = sums.unexpectedMasked;
     result.missed = sums.missed;
+    result.images = sums.images;
+    result.countedPixels = sums.counted;
+    result.absoluteError = {meanAbsoluteError(sums.images),
+                            sums.absoluteError / static_cast<double>(sums.counted)};
     result.scale = scale == Scale::One ? 1.0 : sums.weightedX / sums.weight;
     result.bias = sums.all.biasPercent(result.scale);
     for (const auto& [number, capture] : sums.captures) {
@@ -181,6 +227,25 @@ path correctedFile(const path& folder, const std::string& rawName) {
     return (folder / rawName).replace_extension(".tif");
 }
 
+void addAbsoluteError(const AbsoluteError& error, ordered_json& document) {
+    document["mean_abs_error"] = error.ofImages;
+    document["mean_abs_error_pixels"] = error.ofPixels;
+}
+
+ordered_json imagesJson(const std::vector<BandResult>& results) {
+    ordered_json images = ordered_json::array();
+    for (const BandResult& result : results) {
+        for (const ImageMean& image : result.images) {
+            images.push_back({{"file", image.file},
+                              {"capture", image.capture},
+                              {"band", image.band},
+                              {"mean_corrected", image.corrected},
+                              {"mean_truth", image.truth}});
+        }
+    }
+    return images;
+}
+
 const char* toString(Target target) {
     return target == Target::Radiance ? "radiance" : "reflectance";
 }
@@ -204,6 +269,7 @@ compare(const path& flight, const path& corrected, Target target, Scale scale) {
             throw Failure(imageFile, "is not of the flight's image size");
         }
         add(entry, truth, image[0], target, bands[entry.band]);
+        addAbsolute(entry, truth, image[0], bands[entry.band]);
     }
     std::vector<BandResult> results;
     for (const std::string& band : order) {
@@ -213,6 +279,18 @@ compare(const path& flight, const path& corrected, Target target, Scale scale) {
         results.push_back(resultOf(band, bands[band], scale));
     }
     return results;
+}
+
+AbsoluteError absoluteError(const std::vector<BandResult>& results) {
+    std::vector<ImageMean> images;
+    double pixels = 0.0;
+    double sum = 0.0;
+    for (const BandResult& result : results) {
+        images.insert(images.end(), result.images.begin(), result.images.end());
+        pixels += static_cast<double>(result.countedPixels);
+        sum += result.absoluteError.ofPixels * static_cast<double>(result.countedPixels);
+    }
+    return {meanAbsoluteError(images), sum / pixels};
 }
 
 void printTable(std::ostream& stream,
@@ -253,12 +331,40 @@ void printTable(std::ostream& stream,
             r.missed);
         stream << line.data();
     }
+    if (scale == Scale::One) {
+        const AbsoluteError error = absoluteError(results);
+        std::array<char, 120> line{};
+        std::snprintf(line.data(),
+                      line.size(),
+                      "mean absolute error of reflectance: %.5f of images, %.5f of pixels\n",
+                      error.ofImages,
+                      error.ofPixels);
+        stream << line.data();
+    }
+}
+
+void printImages(std::ostream& stream, const std::vector<BandResult>& results) {
+    stream << "image                band      corrected     truth\n";
+    for (const BandResult& result : results) {
+        for (const ImageMean& image : result.images) {
+            std::array<char, 200> line{};
+            std::snprintf(line.data(),
+                          line.size(),
+                          "%-20s %-9s %9.5f %9.5f\n",
+                          image.file.c_str(),
+                          image.band.c_str(),
+                          image.corrected,
+                          image.truth);
+            stream << line.data();
+        }
+    }
 }
 
 void printJson(std::ostream& stream,
                const std::vector<BandResult>& results,
                Target target,
-               Scale scale) {
+               Scale scale,
+               bool withImages) {
     ordered_json bands = ordered_json::array();
     for (const BandResult& r : results) {
         bands.push_back({{"band", r.band},
@@ -278,11 +384,20 @@ void printJson(std::ostream& stream,
                          {"expected_masked", r.expectedMasked},
                          {"unexpected_masked", r.unexpectedMasked},
                          {"missed", r.missed}});
+        if (scale == Scale::One) {
+            addAbsoluteError(r.absoluteError, bands.back());
+        }
     }
-    const ordered_json document = {{"schema_version", 1},
-                                   {"against", toString(target)},
-                                   {"is_absolute", scale == Scale::One},
-                                   {"bands", bands}};
+    ordered_json document = {{"schema_version", 1},
+                             {"against", toString(target)},
+                             {"is_absolute", scale == Scale::One},
+                             {"bands", bands}};
+    if (scale == Scale::One) {
+        addAbsoluteError(absoluteError(results), document);
+    }
+    if (withImages) {
+        document["images"] = imagesJson(results);
+    }
     stream << document.dump(1) << '\n';
 }
 

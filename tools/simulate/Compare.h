@@ -31,6 +31,22 @@ enum class Scale {
     One,    ///< nothing: they are taken as they stand
 };
 
+/// How far values are from true reflectance: the mean of the absolute errors, in reflectance.
+/// Pixels count if they are usable and neither glint (reflectance above 1) nor without a value.
+struct AbsoluteError {
+    double ofImages = 0.0; ///< of the means of images; the noise of pixels hardly matters
+    double ofPixels = 0.0; ///< of single pixels
+};
+
+/// The mean of an image over the pixels that count for an AbsoluteError, in reflectance.
+struct ImageMean {
+    std::string file;
+    std::string band;
+    std::size_t capture = 0;
+    double corrected = 0.0;
+    double truth = 0.0;
+};
+
 /// How the corrected images of one band agree with the truth after scaling, in percent of the true
 /// value.
 struct BandResult {
@@ -50,6 +66,9 @@ struct BandResult {
     std::size_t masked = 0;           ///< no data in the corrected images
     std::size_t unexpectedMasked = 0; ///< masked, but neither defective nor saturated
     std::size_t missed = 0;           ///< defective or saturated, but not masked
+    std::size_t countedPixels = 0;    ///< for the absolute error
+    AbsoluteError absoluteError;      ///< of the values as they stand
+    std::vector<ImageMean> images;    ///< those with pixels that count
     [[nodiscard]] double rmsRatio() const { return rms / predictedRms; }
 };
 
@@ -61,15 +80,23 @@ std::vector<BandResult> compare(const std::filesystem::path& flight,
                                 Target target,
                                 Scale scale = Scale::Fitted);
 
+/// Over all images, and over all pixels, of all bands.
+AbsoluteError absoluteError(const std::vector<BandResult>& results);
+
 /// A table for people.
 void printTable(std::ostream& stream,
                 const std::vector<BandResult>& results,
                 Target target,
                 Scale scale = Scale::Fitted);
+/// A table of the means of the images.
+void printImages(std::ostream& stream, const std::vector<BandResult>& results);
+
 /// One JSON document.
+/// @param withImages with the means of the images
 void printJson(std::ostream& stream,
                const std::vector<BandResult>& results,
                Target target,
-               Scale scale = Scale::Fitted);
+               Scale scale = Scale::Fitted,
+               bool withImages = false);
 
 } // namespace tessik::simulate

@@ -47,6 +47,25 @@ constexpr int kSubpixels = 4;
 constexpr std::uint64_t kViewPurpose = 0x9a4e1;
 constexpr std::uint64_t kGrainPurpose = 0x64a14;
 
+/// Of an image, px. In a smaller one the panel lies along the longer side, so that it is large
+/// enough for its code to be read.
+constexpr double kSmallHalfSide = 100.0;
+constexpr double kMostAskew = 0.26; ///< rad
+
+void layAlong(Random& random, PanelView& view) {
+    const bool isWide = view.width >= view.height;
+    const double turn = random.below(2) == 0 ? 0.0 : kPi;
+    view.angle = turn + (isWide ? 0.5 * kPi : 0.0) + random.uniform(-kMostAskew, kMostAskew);
+    const auto reach = [angle = view.angle](double across, double along) {
+        return across * std::abs(std::cos(angle)) + along * std::abs(std::sin(angle));
+    };
+    constexpr double kHalfLength = 0.5 * (kFrameTop - kFrameBottom);
+    const double halfWidth = 0.5 * static_cast<double>(view.width);
+    const double halfHeight = 0.5 * static_cast<double>(view.height);
+    view.pixelsPerMm = kReachShare * std::min(halfWidth / reach(kFrameHalfWidth, kHalfLength),
+                                              halfHeight / reach(kHalfLength, kFrameHalfWidth));
+}
+
 struct CodeDeleter {
     void operator()(QRcode* code) const { QRcode_free(code); }
 };
@@ -93,6 +112,9 @@ Panel::view(std::size_t capture, std::size_t band, Eigen::Index width, Eigen::In
     const double halfSide = 0.5 * static_cast<double>(std::min(width, height));
     view.pixelsPerMm = kReachShare * halfSide / kReachMm;
     view.angle = random.uniform(-kPi, kPi);
+    if (halfSide < kSmallHalfSide) {
+        layAlong(random, view);
+    }
     const double free = 0.5 * (1.0 - kReachShare) * halfSide;
     const Eigen::Vector2d shift(random.uniform(-free, free), random.uniform(-free, free));
     Random lens({m_seed, kViewPurpose, band, 1});

@@ -20,6 +20,7 @@ struct CompareOptions {
     Target target = Target::Radiance;
     Scale scale = Scale::Fitted;
     bool isJson = false;
+    bool withImages = false;
 };
 
 void addSunlight(CLI::Option_group& group, ClearSky::Options& sky) {
@@ -211,18 +212,35 @@ CLI::App* addCompare(CLI::App& app, CompareOptions& options) {
     auto* against =
         compare->add_option("--against", options.target, "radiance (default) or reflectance")
             ->transform(CLI::CheckedTransformer(targets));
+    auto* absolute = compare->add_flag_callback(
+        "--absolute",
+        [&options] {
+            options.target = Target::Reflectance;
+            options.scale = Scale::One;
+        },
+        "Take the values as reflectance as they stand, instead of fitting one scale for each "
+        "band; tells also the mean absolute error of the means of images (mean_abs_error) and "
+        "of single pixels (mean_abs_error_pixels), in reflectance, over pixels that are "
+        "neither defective, nor saturated, nor masked, nor glints (reflectance above 1)");
+    absolute->excludes(against);
     compare
-        ->add_flag_callback(
-            "--absolute",
-            [&options] {
-                options.target = Target::Reflectance;
-                options.scale = Scale::One;
-            },
-            "Take the values as reflectance as they stand, instead of fitting one scale for each "
-            "band")
-        ->excludes(against);
+        ->add_flag("--images",
+                   options.withImages,
+                   "Print the mean of each corrected image and of its truth, over the same pixels")
+        ->needs(absolute);
     compare->add_flag("--json", options.isJson, "Print one JSON document");
     return compare;
+}
+
+void print(const std::vector<BandResult>& results, const CompareOptions& options) {
+    if (options.isJson) {
+        printJson(std::cout, results, options.target, options.scale, options.withImages);
+        return;
+    }
+    printTable(std::cout, results, options.target, options.scale);
+    if (options.withImages) {
+        printImages(std::cout, results);
+    }
 }
 
 } // namespace
@@ -254,8 +272,7 @@ int main(int argc, char** argv) {
                     std::filesystem::u8path(compareOptions.corrected),
                     compareOptions.target,
                     compareOptions.scale);
-        (compareOptions.isJson ? printJson : printTable)(
-            std::cout, results, compareOptions.target, compareOptions.scale);
+        print(results, compareOptions);
         return 0;
     } catch (const MissingFile& failure) {
         std::cerr << failure.what() << '\n';
