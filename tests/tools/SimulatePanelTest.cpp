@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <tuple>
 
 namespace tessik::simulate {
 namespace {
@@ -21,13 +22,14 @@ using nlohmann::json;
 using Place = boost::geometry::model::d2::point_xy<double>;
 using Surface = boost::geometry::model::polygon<Place>;
 
-/// A flight of the default size with a panel before and after it. The surfaces of panels with an
-/// even seed are the smaller ones.
-class PanelFlight : public testing::TestWithParam<std::uint64_t> {
+/// A flight with a panel before and after it. The surfaces of panels with an even seed are the
+/// smaller ones.
+class PanelFlight
+    : public testing::TestWithParam<std::tuple<std::uint64_t, Eigen::Index, Eigen::Index>> {
 protected:
     PanelFlight() {
         options.captures = 4;
-        options.seed = GetParam();
+        std::tie(options.seed, options.width, options.height) = GetParam();
         options.hasPanel = true;
         renderFlight(flight, options);
         std::ifstream stream(flight / kTruthFolder / kManifestFile);
@@ -102,13 +104,27 @@ TEST_P(PanelFlight, theComparisonLeavesPanelsOutAndCanTakeValuesAsTheyStand) {
         EXPECT_NEAR(result.bias, 1.0, 0.02); // as many pixels in both captures
         EXPECT_EQ(result.worstCapture, 2U);
         EXPECT_NEAR(result.worstCaptureBias, 2.0, 1e-3);
+        // Of the two images one is off by 2 % of its mean; glints would make that mean larger than
+        // any matter's reflectance.
+        ASSERT_EQ(result.images.size(), 2U);
+        const ImageMean& wrong = result.images[1];
+        EXPECT_NEAR(wrong.corrected / wrong.truth, 1.02, 1e-5);
+        EXPECT_NEAR(result.images[0].corrected, result.images[0].truth, 1e-7);
+        EXPECT_NEAR(result.absoluteError.ofImages, 0.01 * wrong.truth, 1e-6);
+        EXPECT_NEAR(result.absoluteError.ofPixels, 0.01 * wrong.truth, 1e-4);
+        EXPECT_LT(wrong.truth, 0.5);
     }
     const double fitted = compare(flight, corrected, Target::Reflectance).at(0).scale;
     EXPECT_GT(fitted, 1.001); // the captures weigh as their noise allows
     EXPECT_LT(fitted, 1.019);
 }
 
-INSTANTIATE_TEST_SUITE_P(EachPrint, PanelFlight, testing::Values(3, 4));
+INSTANTIATE_TEST_SUITE_P(EachPrint,
+                         PanelFlight,
+                         testing::Values(std::tuple(3, 640, 480),
+                                         std::tuple(4, 640, 480),
+                                         std::tuple(3, 160, 120),
+                                         std::tuple(4, 160, 120)));
 
 TEST(Simulate, aPanelNeedsARedEdgeAndCapturesBetween) {
     const test::TemporaryFolder folder;
