@@ -119,8 +119,9 @@ sayFailures(const TargetCalibration& result, const flight::Flight& flight, Termi
 
 int calibrate(const Options& options, Terminal& terminal) {
     bool hasFailed = false;
-    const flight::Flight flight = readAndSay(options.flight, terminal, hasFailed);
+    flight::Flight flight = readAndSay(options.flight, terminal, hasFailed);
     const flight::Project project = flight::decideProject(flight, options.project, terminal);
+    flight::useLight(project.lights, flight);
     const TargetCalibration result =
         flight::calibrate(flight, project, options.stated, options.flight.jobs, terminal);
     print(result, flight, project);

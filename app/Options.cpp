@@ -72,7 +72,9 @@ void addType(CLI::App& command, std::optional<radiometry::CorrectionType>& type)
         .add_option_function<std::string>(
             "--type",
             [&type](const std::string& word) { type = flight::typeOf(word); },
-            "How far to correct; auto (the default) = as far as the metadata allow")
+            "How far to correct; auto (the default) = the way of levelling the light that the "
+            "readings "
+            "speak for, as far as the metadata allow")
         ->check(CLI::IsMember(
             {"auto", "none", "camera", "irradiance", "sun-angle", "sun-angle-absolute"}));
 }
@@ -90,6 +92,16 @@ void addProject(CLI::App& command, flight::FlightOptions& flight, flight::Projec
             project.sunlight = *choice;
         },
         "Fraction of direct sunlight: auto (the default), fit, physical or a number 0..1");
+    command
+        .add_option_function<std::string>(
+            "--light",
+            [&project](const std::string& word) {
+                project.light =
+                    word == "raw" ? flight::LightChoice::Raw : flight::LightChoice::Steady;
+            },
+            "steady (the default) = take the sensor's jitter off the readings; raw = use them as "
+            "they are")
+        ->check(CLI::IsMember({"steady", "raw"}));
     addSensorMount(command, flight);
     command
         .add_option("--sequoia-calibration",

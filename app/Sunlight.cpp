@@ -92,7 +92,8 @@ int sunlight(const Options& options, Terminal& terminal) {
     if (options.isPhysical) {
         const flight::SunlightChoice physical = {flight::SunlightChoice::Model::Physical, 0.0};
         for (const auto& [band, fraction] :
-             flight::decideSunlight(flight, settings, systems, physical, warnings).fractions) {
+             flight::decideSunlight(flight, settings, systems, physical, false, warnings)
+                 .fractions) {
             bands.push_back(describe(band, fraction));
         }
     } else {

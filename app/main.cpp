@@ -23,6 +23,7 @@ int run(int argc, char** argv) {
     cli.add_flag("-q,--quiet", isQuiet, "Show errors only");
     const std::map<std::string, app::Action> actions = {
         {"inspect", app::addInspect(cli)},
+        {"light", app::addLight(cli)},
         {"plan", app::addPlan(cli)},
         {"correct", app::addCorrect(cli)},
         {"sun", app::addSun(cli)},

@@ -2,11 +2,13 @@
 
 #include "flight/input/Pixels.h"
 #include "flight/light/Poses.h"
+#include "flight/light/TypeChoice.h"
 #include "radiometry/cameras/sequoia/loadCalibration.h"
 #include "radiometry/config/CorrectionSelection.h"
 #include "radiometry/config/Validation.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace tessik::flight {
 namespace {
@@ -14,25 +16,43 @@ namespace {
 namespace fs = std::filesystem;
 using radiometry::CorrectionType;
 
-/// The type that was asked for, or the richest one that all images of a camera support. One whose
+/// Gives each camera its type: the one that was asked for, or the one of its rig. An image whose
 /// metadata lack so much that it cannot be corrected at all (damaged, or of a capture that failed)
-/// costs itself only. Thermal cameras have no light to correct for.
-CorrectionType
-typeFor(const Flight& flight, std::uint64_t cameraId, const std::optional<CorrectionType>& asked) {
-    std::optional<CorrectionType> least;
-    for (const InputImage& image : flight.images) {
-        if (!image.enabled || image.cameraId != cameraId) {
-            continue;
+/// costs itself only. Thermal cameras, which are in no rig, have no light to correct for.
+/// @return one reason a rig
+std::vector<std::string> chooseTypes(const Flight& flight,
+                                     const std::vector<LightSeries>& series,
+                                     const ProjectOptions& options,
+                                     Project& project) {
+    for (const auto& [id, camera] : flight.cameras) {
+        project.settings[id] = {CorrectionType::NoCorrection};
+    }
+    TypeChoice choice(flight, project.coordinateSystems, options.sunlight);
+    std::vector<std::string> reasons;
+    for (std::size_t i = 0; i < project.rigs.size(); ++i) {
+        const RigType type = options.type ? RigType{*options.type, "asked for"}
+                                          : choice.choose(project.rigs[i], series[i]);
+        for (const std::uint64_t camera : project.rigs[i]) {
+            project.settings[camera] = {type.type};
         }
-        if (image.exif.isThermal) {
-            return CorrectionType::NoCorrection;
-        }
-        const CorrectionType guess = radiometry::guessRadiometricCorrectionTypeFromImage(image);
-        if (doAnyCorrection(guess)) {
-            least = std::min(least.value_or(guess), guess);
+        reasons.push_back(type.reason);
+    }
+    return reasons;
+}
+
+bool isOvercast(const Flight& flight,
+                const std::vector<LightSeries>& series,
+                const geo::ProjectCoordinateSystems& systems) {
+    bool hasLight = false;
+    for (const LightSeries& one : series) {
+        if (!one.captures.empty()) {
+            hasLight = true;
+            if (skyOver(one, flight, systems).state != SkyState::Overcast) {
+                return false;
+            }
         }
     }
-    return asked.value_or(least.value_or(CorrectionType::NoCorrection));
+    return hasLight;
 }
 
 std::string stateOf(const fs::path& file) {
@@ -56,6 +76,12 @@ void Project::check(const InputImage& image) const {
         !doAnyCorrection(radiometry::guessRadiometricCorrectionTypeFromImage(image))) {
         throw Refusal(
             "the metadata lack what other images of this camera state and its correction needs");
+    }
+    for (const RigLight& light : lights) {
+        if (doIrradianceCorrection(type) && !light.sky.refusal.empty() &&
+            std::binary_search(light.cameras.begin(), light.cameras.end(), image.cameraId)) {
+            throw Refusal(light.sky.refusal);
+        }
     }
     const std::string reason = radiometry::whyNotToCorrect(
         image, isUnknown ? CorrectionType::CameraOnly : type, sequoiaModelOf(image));
@@ -110,22 +136,41 @@ Project decideProject(const Flight& flight, const ProjectOptions& options, Obser
     project.sensorMount = flight.sensorMount;
     project.center = centerOf(flight);
     project.coordinateSystems = coordinateSystemsAt(project.center);
-    bool needsSunlight = false;
-    for (const auto& [id, camera] : flight.cameras) {
-        const CorrectionType type = typeFor(flight, id, options.type);
-        project.settings[id] = {type};
-        needsSunlight = needsSunlight || doSunAngleCorrection(type);
+    std::vector<LightSeries> series;
+    for (const Rig& rig : project.rigs) {
+        series.push_back(lightSeriesOf(rig, flight));
     }
+    const std::vector<std::string> reasons = chooseTypes(flight, series, options, project);
+    const bool needsSunlight =
+        std::any_of(project.settings.begin(), project.settings.end(), [](const auto& setting) {
+            return doSunAngleCorrection(setting.second.correctionType);
+        });
     if (!options.sequoiaCalibration.empty()) {
         loadSequoiaModels(
             flight.cameras, flight.images, options.sequoiaCalibration, project, warnings);
     }
     if (needsSunlight && options.sunlight.model != SunlightChoice::Model::None) {
         try {
-            project.sunlight = decideSunlight(
-                flight, project.settings, project.coordinateSystems, options.sunlight, warnings);
+            project.sunlight = decideSunlight(flight,
+                                              project.settings,
+                                              project.coordinateSystems,
+                                              options.sunlight,
+                                              isOvercast(flight, series, project.coordinateSystems),
+                                              warnings);
         } catch (const radiometry::error& failure) {
             project.sunlightFailure = failure.what();
+        }
+    }
+    for (std::size_t i = 0; i < project.rigs.size(); ++i) {
+        if (!series[i].captures.empty()) {
+            const CorrectionType type = project.settings.at(project.rigs[i].front()).correctionType;
+            project.lights.push_back(lightOf(std::move(series[i]),
+                                             flight,
+                                             type,
+                                             project.sunlight,
+                                             project.coordinateSystems,
+                                             options.light));
+            project.lights.back().typeReason = reasons[i];
         }
     }
     project.warnings = warnings.list();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "flight/input/Flight.h"
+#include "flight/light/RigLight.h"
 #include "flight/light/Rigs.h"
 #include "flight/light/Sunlight.h"
 #include "platform/geo/ProjectCoordinateSystems.h"
@@ -18,11 +19,12 @@ namespace tessik::flight {
 
 /// What the user asked for that concerns a whole flight.
 struct ProjectOptions {
-    /// Absent = the richest correction that a camera's metadata support.
+    /// Absent = what the evidence speaks for: TypeChoice.
     std::optional<radiometry::CorrectionType> type;
     /// Folder of Sequoia model files, <serial number>.tif; empty = no models.
     std::filesystem::path sequoiaCalibration;
     SunlightChoice sunlight;
+    LightChoice light = LightChoice::Steady;
 };
 
 /// Factory models by camera identifier.
@@ -48,6 +50,8 @@ struct Project {
     std::string modelFiles;
     /// The cameras that fly together.
     std::vector<Rig> rigs;
+    /// The light of the rigs that have a light sensor.
+    std::vector<RigLight> lights;
     std::vector<Warning> warnings;
 
     [[nodiscard]] radiometry::CorrectionType typeOf(const InputImage& image) const {

@@ -2,9 +2,14 @@
 
 #include "flight/json/CorrectionWords.h"
 #include "flight/json/Json.h"
+#include "flight/light/ClearSky.h"
 #include "flight/light/Poses.h"
 #include "platform/exif/Tags.h"
+#include "platform/geo/Conversions.h"
+#include "platform/math/Angle.h"
 #include "radiometry/directSunlightFraction/DirectSunlightFraction.h"
+#include "radiometry/directSunlightFraction/PhysicalModel.h"
+#include "radiometry/sun/SunPosition.h"
 
 #include <algorithm>
 #include <cmath>
@@ -51,6 +56,39 @@ imagesToFit(const Flight& flight, std::vector<InputImage>& kept, Warnings& warni
                          std::to_string(unusable));
     }
     return kept;
+}
+
+/// The fraction of each band under a clear sky at the mean time and place.
+/// @throws radiometry::error when time, place or sun are not known
+Sunlight underClearSky(const Flight& flight,
+                       const SettingsByCamera& settings,
+                       const geo::ProjectCoordinateSystems& systems) {
+    const double time = radiometry::calcDayTimeMean(flight.images);
+    GeoPosition place;
+    if (!geo::out2wgs84(systems.output, systems.site, Eigen::Vector3d::Zero(), place)) {
+        throw radiometry::error("the place of the flight is not known");
+    }
+    const double elevation =
+        radiometry::SunPositionEstimator()
+            .sunAngle(time, place.latitude * kDegree, place.longitude * kDegree)
+            .elevation;
+    if (!(elevation > 0.0)) {
+        throw radiometry::error("The sun is behind the horizon.");
+    }
+    Atmosphere atmosphere;
+    atmosphere.pressurePa = standardPressure(place.height);
+    const ClearSky sky(elevation, dayOfYear(time), atmosphere);
+    Sunlight sunlight;
+    sunlight.model = "clear sky";
+    for (const auto& [band, cameras] : radiometry::groupByBand(flight.cameras, settings)) {
+        const SkyLight light = sky.over(band);
+        const double facing = light.direct / std::sin(elevation);
+        if (!(facing > 0.0)) {
+            throw radiometry::error("the wavelength of a band is not known");
+        }
+        sunlight.fractions[band] = facing / (facing + light.diffuse);
+    }
+    return sunlight;
 }
 
 /// Empty where a fit is not sound and only sound ones are wanted.
@@ -149,15 +187,19 @@ Sunlight decideSunlight(const Flight& flight,
                         const SettingsByCamera& settings,
                         const geo::ProjectCoordinateSystems& systems,
                         const SunlightChoice& choice,
+                        bool isOvercast,
                         Warnings& warnings) {
     using Model = SunlightChoice::Model;
-    if (choice.model == Model::Number) {
+    const auto sameForAll = [&](double fraction, const char* model) {
         Sunlight sunlight;
-        sunlight.model = "given";
+        sunlight.model = model;
         for (const auto& [band, cameras] : radiometry::groupByBand(flight.cameras, settings)) {
-            sunlight.fractions[band] = choice.number;
+            sunlight.fractions[band] = fraction;
         }
         return sunlight;
+    };
+    if (choice.model == Model::Number) {
+        return sameForAll(choice.number, "given");
     }
     if (choice.model != Model::Physical) {
         Sunlight sunlight = fitted(fitSunlight(flight, settings, systems, {}, warnings),
@@ -168,9 +210,15 @@ Sunlight decideSunlight(const Flight& flight,
         if (choice.model == Model::Fit) {
             throw radiometry::error("the fraction of direct sunlight cannot be fitted");
         }
+        if (isOvercast) {
+            return sameForAll(0.0, "overcast");
+        }
         warnings.add({},
-                     "the readings do not determine the fraction of direct sunlight; the "
-                     "clear-sky model is used");
+                     "the readings do not determine the fraction of direct sunlight; that of a "
+                     "clear sky is used");
+    }
+    if (choice.model == Model::Auto) {
+        return underClearSky(flight, settings, systems);
     }
     return {radiometry::computeDirectSunlightFractionPhysicalModel(
                 flight.images, flight.cameras, settings, systems.output, systems.site),

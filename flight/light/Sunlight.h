@@ -33,17 +33,18 @@ using FractionByBand = std::map<BandInfo, double>;
 struct Sunlight {
     FractionByBand fractions;
     FractionByBand standardErrors; ///< of the bands where it is known
-    std::string model;             ///< "fit", "physical" or "given"
+    std::string model;             ///< "fit", "clear sky", "overcast", "physical" or "given"
 };
 
 /// The fraction of every band of the cameras that are corrected for the sun angle. `Auto` takes the
-/// fit where it is sound (converged, inside 0..1, standard error at most 0.05), else the clear-sky
-/// model, with a warning.
+/// fit where it is sound (converged, inside 0..1, standard error at most 0.05), else 0 under an
+/// overcast sky, else that of ClearSky for the middle of the flight, with a warning.
 /// @throws radiometry::error when it cannot be determined
 Sunlight decideSunlight(const Flight& flight,
                         const SettingsByCamera& settings,
                         const geo::ProjectCoordinateSystems& systems,
                         const SunlightChoice& choice,
+                        bool isOvercast,
                         Warnings& warnings);
 
 /// How the readings of a flight are fitted.

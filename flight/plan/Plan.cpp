@@ -9,6 +9,7 @@
 #include <malloc.h>
 
 #include <algorithm>
+#include <set>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
@@ -75,6 +76,12 @@ std::vector<PlannedCamera> describeCameras(const Flight& flight, const Project& 
 
 /// The images in the order of the inputs. Two images of one output are a failure of the second.
 void listImages(const Flight& flight, Plan& plan) {
+    std::set<std::uint64_t> steadied;
+    for (const RigLight& light : plan.decisions.project.lights) {
+        if (light.isSteady) {
+            steadied.insert(light.cameras.begin(), light.cameras.end());
+        }
+    }
     plan.failures = flight.argumentFailures;
     plan.images.reserve(flight.inputs.size()); // whose outputs are pointed at
     std::unordered_set<std::string_view> outputs;
@@ -91,7 +98,9 @@ void listImages(const Flight& flight, Plan& plan) {
                 {input.path,
                  std::move(output),
                  flight.images[i].cameraId,
-                 exif.lightAveragingSeconds > 0.0 ? exif.sunIrradiance : std::vector<double>()});
+                 exif.lightAveragingSeconds > 0.0 || steadied.count(flight.images[i].cameraId) > 0
+                     ? exif.sunIrradiance
+                     : std::vector<double>()});
             outputs.insert(plan.images.back().output);
         }
     }
@@ -101,7 +110,8 @@ void listImages(const Flight& flight, Plan& plan) {
 
 std::vector<double> Decisions::sensitivityOf(const InputImage& image) const {
     const auto found = sensitivities.find(image.cameraId);
-    return found == sensitivities.end() ? std::vector<double>() : found->second.values;
+    return found == sensitivities.end() ? std::vector<double>()
+                                        : found->second.at(image.geo.captureTime);
 }
 
 std::string Decisions::fingerprint(std::uint64_t cameraId) const {
@@ -125,6 +135,12 @@ std::string Decisions::fingerprint(std::uint64_t cameraId) const {
         for (const double value : found->second.values) {
             append(value);
         }
+        for (const TimedSensitivity& moment : found->second.course) {
+            append(moment.time);
+            for (const double value : moment.values) {
+                append(value);
+            }
+        }
     }
     return text;
 }
@@ -143,9 +159,11 @@ Plan makePlan(const PlanOptions& options, Observer& observer) {
             plan.calibrationFrom.push_back(donor.path);
         }
     }
-    listImages(flight, plan);
+    plan.light = options.project.light == LightChoice::Raw ? "raw" : "steady";
     Project& project = plan.decisions.project;
     project = decideProject(flight, options.project, observer);
+    useLight(project.lights, flight);
+    listImages(flight, plan);
     plan.cameras = describeCameras(flight, project);
     Warnings warnings(observer);
     warnings.join(flight.warnings);
@@ -156,6 +174,8 @@ Plan makePlan(const PlanOptions& options, Observer& observer) {
         decideSensitivities(candidates, project, options.targets, options.flight.jobs, observer);
     plan.decisions.sensitivities = std::move(sensitivities.byCamera);
     plan.targets = std::move(sensitivities.targets);
+    plan.witnesses = std::move(sensitivities.witnesses);
+    plan.uncertainties = std::move(sensitivities.uncertainties);
     warnings.join(sensitivities.warnings);
     plan.warnings = warnings.list();
     return plan;

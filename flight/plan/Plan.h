@@ -29,6 +29,7 @@ struct Decisions {
     Project project;
     SensitivityByCamera sensitivities;
 
+    /// At the time of the image, where it changes over the flight.
     [[nodiscard]] std::vector<double> sensitivityOf(const InputImage& image) const;
     /// Text that changes when a decision does that changes the pixels of a camera's images.
     [[nodiscard]] std::string fingerprint(std::uint64_t cameraId) const;
@@ -71,6 +72,7 @@ struct Plan {
     std::string type = "auto";
     std::string sunlight = "auto";
     std::string targetsAsked = "auto";
+    std::string light = "steady"; ///< or "raw"
     std::filesystem::path sequoiaCalibration; ///< empty = no models
     std::vector<std::string> calibrationFrom; ///< images that lend their calibration
     /// To read the images with. Of a plan that was read without its models, without donors.
@@ -80,6 +82,8 @@ struct Plan {
     Decisions decisions;
     std::vector<PlannedCamera> cameras;
     std::vector<TargetRecord> targets; ///< that were found, used or not
+    std::vector<Witness> witnesses;    ///< of the light at the targets
+    UncertaintyByCamera uncertainties; ///< of reflectance, for the cameras that have a sensitivity
     std::vector<PlannedImage> images;
     std::vector<Failure> failures; ///< inputs that cannot be used
     std::vector<Warning> warnings;

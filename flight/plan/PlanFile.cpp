@@ -3,6 +3,7 @@
 #include "flight/json/CorrectionWords.h"
 #include "flight/light/Poses.h"
 #include "platform/exif/ExifReader.h"
+#include "platform/math/Angle.h"
 
 #include <algorithm>
 #include <cmath>
@@ -27,7 +28,60 @@ Json clipsAtJson(const PlannedCamera& camera, const Project& project) {
             {"found", project.clipLimits.count(camera.id) > 0}};
 }
 
-Json cameraJson(const PlannedCamera& camera, const Decisions& decisions) {
+Json uncertaintyJson(const PlannedCamera& camera, const UncertaintyByCamera& uncertainties) {
+    Json list = Json::array();
+    const auto found = uncertainties.find(camera.id);
+    for (std::size_t b = 0; found != uncertainties.end() && b < found->second.size(); ++b) {
+        const BandUncertainty& band = found->second[b];
+        Json terms = Json::array();
+        for (const UncertaintyTerm& term : band.terms) {
+            terms.push_back(
+                {{"name", term.name}, {"kind", wordOf(term.kind)}, {"value", term.value}});
+        }
+        list.push_back({{"band", b < camera.bandNames.size() ? Json(camera.bandNames[b]) : Json()},
+                        {"systematic", band.of(UncertaintyTerm::Kind::Systematic)},
+                        {"random", band.of(UncertaintyTerm::Kind::Random)},
+                        {"terms", terms},
+                        {"not_included", band.notIncluded}});
+    }
+    return list;
+}
+
+Json courseJson(const Sensitivity& sensitivity) {
+    Json list = Json::array();
+    for (const TimedSensitivity& moment : sensitivity.course) {
+        list.push_back({{"time_unix", moment.time}, {"values", moment.values}});
+    }
+    return list;
+}
+
+Json lightJson(const Plan& plan) {
+    Json rigs = Json::array();
+    for (const RigLight& light : plan.decisions.project.lights) {
+        Json cameras = Json::array();
+        for (const std::uint64_t camera : light.cameras) {
+            cameras.push_back(std::to_string(camera));
+        }
+        Json mount;
+        if (light.mount) {
+            mount = {light.mount->forward / kDegree, light.mount->right / kDegree};
+        }
+        rigs.push_back(
+            {{"cameras", cameras},
+             {"state", wordOf(light.sky.state)},
+             {"reason", light.sky.reason},
+             {"refusal", orNull(light.sky.refusal)},
+             {"correction_type", wordOf(light.type)},
+             {"type_reason", light.typeReason},
+             {"jitter", {{"raw", orNull(light.jitterRaw)}, {"steady", orNull(light.jitterSteady)}}},
+             {"mount_deg", mount},
+             {"choice", light.isSteady ? "steady" : "raw"}});
+    }
+    return {{"asked", plan.light}, {"rigs", rigs}};
+}
+
+Json cameraJson(const PlannedCamera& camera, const Plan& plan) {
+    const Decisions& decisions = plan.decisions;
     const Project& project = decisions.project;
     Json bands = Json::array();
     for (std::size_t b = 0; b < std::max(camera.bands.size(), camera.bandNames.size()); ++b) {
@@ -40,6 +94,9 @@ Json cameraJson(const PlannedCamera& camera, const Decisions& decisions) {
         found != decisions.sensitivities.end()) {
         sensitivity = found->second.values;
         source = {{"kind", found->second.kind}, {"text", found->second.text}};
+        if (!found->second.course.empty()) {
+            source["course"] = courseJson(found->second);
+        }
     }
     return {{"id", std::to_string(camera.id)},
             {"name", camera.name},
@@ -54,7 +111,8 @@ Json cameraJson(const PlannedCamera& camera, const Decisions& decisions) {
             {"unit", orNull(camera.unit)},
             {"clips_at", clipsAtJson(camera, project)},
             {"sensitivity", sensitivity},
-            {"sensitivity_source", source}};
+            {"sensitivity_source", source},
+            {"uncertainty", uncertaintyJson(camera, plan.uncertainties)}};
 }
 
 Json sunlightJson(const Sunlight& sunlight) {
@@ -110,7 +168,70 @@ void readSensitivity(const JsonReader& json, std::uint64_t camera, Decisions& de
         json["sensitivity"].fail("a sensitivity that is not above 0");
     }
     const JsonReader source = json["sensitivity_source"];
-    decisions.sensitivities[camera] = {sensitivity, source["kind"].text(), source["text"].text()};
+    Sensitivity& read = decisions.sensitivities[camera];
+    read = {sensitivity, source["kind"].text(), source["text"].text(), {}};
+    if (!source.has("course")) {
+        return;
+    }
+    for (const JsonReader& moment : source["course"].items()) {
+        read.course.push_back({moment["time_unix"].number(), moment["values"].numbers()});
+        const TimedSensitivity& last = read.course.back();
+        const bool isLater =
+            read.course.size() < 2 || last.time > read.course[read.course.size() - 2].time;
+        if (!isLater || last.values.size() != sensitivity.size() ||
+            !std::all_of(
+                last.values.begin(), last.values.end(), [](double s) { return s > 0.0; })) {
+            moment.fail("not a later moment with a sensitivity above 0 for each band");
+        }
+    }
+}
+
+std::vector<BandUncertainty> readUncertainty(const JsonReader& json) {
+    std::vector<BandUncertainty> bands;
+    for (const JsonReader& band : json.items()) {
+        BandUncertainty& uncertainty = bands.emplace_back();
+        for (const JsonReader& term : band["terms"].items()) {
+            const auto kind = termKindOf(term["kind"].text());
+            if (!kind) {
+                term["kind"].fail("not a kind of uncertainty");
+            }
+            uncertainty.terms.push_back({term["name"].text(), *kind, term["value"].number()});
+        }
+        uncertainty.notIncluded = texts(band["not_included"]);
+    }
+    return bands;
+}
+
+/// Plans of older versions do not tell.
+void readLight(const JsonReader& json, Plan& plan) {
+    if (!json.has("light")) {
+        return;
+    }
+    plan.light = json["light"]["asked"].text();
+    for (const JsonReader& rig : json["light"]["rigs"].items()) {
+        RigLight& light = plan.decisions.project.lights.emplace_back();
+        for (const JsonReader& camera : rig["cameras"].items()) {
+            light.cameras.push_back(camera.id());
+        }
+        light.sky = {
+            skyStateOf(rig["state"].text()), rig["reason"].text(), textOrEmpty(rig["refusal"])};
+        light.type = typeOf(rig["correction_type"].text())
+                         .value_or(radiometry::CorrectionType::NoCorrection);
+        light.typeReason = rig["type_reason"].text();
+        light.jitterRaw = numberOrNone(rig["jitter"]["raw"]);
+        light.jitterSteady = numberOrNone(rig["jitter"]["steady"]);
+        if (!rig["mount_deg"].isNull()) {
+            const std::vector<double> angles = rig["mount_deg"].numbers();
+            if (angles.size() != 2) {
+                rig["mount_deg"].fail("not two angles");
+            }
+            light.mount = Lean{angles[0] * kDegree, angles[1] * kDegree};
+        }
+        light.isSteady = rig["choice"].text() == "steady";
+    }
+    for (const JsonReader& witness : json["witnesses"].items()) {
+        plan.witnesses.push_back(witnessOf(witness));
+    }
 }
 
 /// Plans of older versions do not tell.
@@ -255,9 +376,13 @@ Plan planOf(const JsonReader& json) {
     plan.decisions.project.coordinateSystems = coordinateSystemsAt(plan.decisions.project.center);
     for (const JsonReader& camera : json["cameras"].items()) {
         plan.cameras.push_back(readCamera(camera, plan.decisions));
+        if (camera.has("uncertainty")) {
+            plan.uncertainties[plan.cameras.back().id] = readUncertainty(camera["uncertainty"]);
+        }
     }
     plan.decisions.project.sunlight = readSunlight(json["sunlight"]);
     plan.decisions.project.sunlightFailure = textOrEmpty(json["sunlight_failure"]);
+    readLight(json, plan);
     for (const JsonReader& target : json["targets"].items()) {
         plan.targets.push_back(targetRecord(target));
     }
@@ -299,11 +424,15 @@ Json headJson(const Plan& plan) {
     }
     Json cameras = Json::array();
     for (const PlannedCamera& camera : plan.cameras) {
-        cameras.push_back(cameraJson(camera, plan.decisions));
+        cameras.push_back(cameraJson(camera, plan));
     }
     Json targets = Json::array();
     for (const TargetRecord& target : plan.targets) {
         targets.push_back(toJson(target));
+    }
+    Json witnesses = Json::array();
+    for (const Witness& witness : plan.witnesses) {
+        witnesses.push_back(toJson(witness));
     }
     Json failures = Json::array();
     for (const Failure& failure : plan.failures) {
@@ -328,6 +457,8 @@ Json headJson(const Plan& plan) {
             {"cameras", cameras},
             {"sunlight", sunlightJson(project.sunlight)},
             {"sunlight_failure", orNull(project.sunlightFailure)},
+            {"light", lightJson(plan)},
+            {"witnesses", witnesses},
             {"targets", targets},
             {"failures", failures},
             {"warnings", warnings}};

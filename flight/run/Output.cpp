@@ -5,12 +5,15 @@
 #include "flight/plan/Plan.h"
 #include "platform/image/PendingFile.h"
 
+#include <algorithm>
+
 namespace tessik::flight {
 namespace {
 
 namespace fs = std::filesystem;
 
 image::WriteOptions writeOptions(const InputImage& image,
+                                 const std::vector<BandUncertainty>& uncertainty,
                                  const std::vector<std::string>& creationOptions) {
     image::WriteOptions options;
     options.noData = static_cast<double>(radiometry::kNoData);
@@ -25,6 +28,14 @@ image::WriteOptions writeOptions(const InputImage& image,
         options.bandItems.push_back({{"wavelength", exactText(band.wavelengthNm)},
                                      {"fwhm", exactText(band.fwhmNm)},
                                      {"wavelength_units", "Nanometers"}});
+    }
+    for (std::size_t b = 0; b < uncertainty.size(); ++b) {
+        options.bandItems.resize(std::max(options.bandItems.size(), uncertainty.size()));
+        auto& items = options.bandItems[b];
+        items.emplace_back("relative_uncertainty_systematic",
+                           exactText(uncertainty[b].of(UncertaintyTerm::Kind::Systematic)));
+        items.emplace_back("relative_uncertainty_random",
+                           exactText(uncertainty[b].of(UncertaintyTerm::Kind::Random)));
     }
     eraseUseless(image.exif, options.bandNames);
     eraseUseless(image.exif, options.bandItems);
@@ -62,10 +73,11 @@ void writeOutput(const fs::path& output,
                  const exif::RawMetadata& metadata,
                  const BandImage& bands,
                  const std::string& type,
+                 const std::vector<BandUncertainty>& uncertainty,
                  const std::string& fingerprint,
                  const std::vector<std::string>& creationOptions) {
     image::PendingFile file(output.string());
-    image::WriteOptions options = writeOptions(image, creationOptions);
+    image::WriteOptions options = writeOptions(image, uncertainty, creationOptions);
     std::vector<std::string> omitted;
     if (!image.exif.uselessBands.empty()) {
         omitted = {"BandName", "CentralWavelength", "WavelengthFWHM"}; // one a band of the source

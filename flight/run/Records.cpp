@@ -122,6 +122,22 @@ Json correctorsJson(const radiometry::Accounts& accounts) {
     return list;
 }
 
+Json uncertaintyJson(const std::vector<BandUncertainty>& bands) {
+    Json list = Json::array();
+    for (const BandUncertainty& band : bands) {
+        list.push_back({{"systematic", band.of(UncertaintyTerm::Kind::Systematic)},
+                        {"random", band.of(UncertaintyTerm::Kind::Random)}});
+    }
+    return list;
+}
+
+/// The light that the pixels were divided by, where it is not the reading as it stands in the file.
+std::vector<double> lightUsed(const Record& record) {
+    std::vector<double> level = record.applied.levelIrradiance();
+    const std::vector<double>& used = record.image.exif.sunIrradiance;
+    return level.empty() && used != record.reading ? used : level;
+}
+
 Json doneJson(const Record& record) {
     const InputImage& image = record.image;
     const auto& position = image.geo.position;
@@ -143,8 +159,8 @@ Json doneJson(const Record& record) {
             {"exposure_s", image.exif.exposureTime},
             {"iso", image.exif.iso},
             {"f_number", image.exif.apertureFNumber},
-            {"sun_irradiance", orNull(image.exif.sunIrradiance)},
-            {"irradiance_corrected", orNull(record.applied.levelIrradiance())},
+            {"sun_irradiance", orNull(record.reading)},
+            {"irradiance_corrected", orNull(lightUsed(record))},
             {"sun_elevation_deg", orNull(record.applied.sun.elevation)},
             {"sun_azimuth_deg", orNull(record.applied.sun.azimuth)},
             {"sensor_tilt_deg", orNull(record.applied.sun.sensorTilt)},
@@ -152,7 +168,8 @@ Json doneJson(const Record& record) {
             {"masked_pixels", record.applied.maskedPixels()},
             {"pixels", record.applied.pixels()},
             {"mean", record.applied.means()},
-            {"sensitivity", orNull(record.sensitivity)}};
+            {"sensitivity", orNull(record.sensitivity)},
+            {"relative_uncertainty", uncertaintyJson(record.uncertainty)}};
 }
 
 std::string lineOf(const Json& json) {

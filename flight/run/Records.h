@@ -37,6 +37,8 @@ struct Record {
     const InputImage& image;
     const Applied& applied;
     const std::vector<double>& sensitivity;
+    const std::vector<double>& reading; ///< of the light sensor, as the file states it
+    const std::vector<BandUncertainty>& uncertainty;
 };
 
 /// Writes a file of records. Each image is named once, and as done only while its output is there.

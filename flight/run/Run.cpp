@@ -76,16 +76,26 @@ private:
         for (const std::string& warning : metadata.warnings) {
             m_observer.warning({task.path, warning});
         }
-        InputImage image = completed(task, exif::inputImage(task.path, std::move(metadata)));
+        InputImage read = exif::inputImage(task.path, std::move(metadata));
+        const std::vector<double> reading = read.exif.sunIrradiance;
+        InputImage image = completed(task, std::move(read));
         project.check(image);
         BandImage& bands = m_pixels.local();
         openPixels(image).readInto(bands);
         const Applied applied = m_corrector.correct(image, bands);
         const std::string type = image.exif.isThermal ? "thermal" : wordOf(project.typeOf(image));
-        m_records.addDone(
-            {task.output, type, image, applied, m_plan.decisions.sensitivityOf(image)});
+        static const std::vector<BandUncertainty> notKnown;
+        const auto known = m_plan.uncertainties.find(image.cameraId);
+        const auto& uncertainty = known == m_plan.uncertainties.end() ? notKnown : known->second;
+        m_records.addDone({task.output,
+                           type,
+                           image,
+                           applied,
+                           m_plan.decisions.sensitivityOf(image),
+                           reading,
+                           uncertainty});
         fs::create_directories(output.parent_path());
-        writeOutput(output, image, *raw, bands, type, mark, m_options.creationOptions);
+        writeOutput(output, image, *raw, bands, type, uncertainty, mark, m_options.creationOptions);
         m_maskedPixels += applied.maskedPixels();
         ++m_done;
     }

@@ -355,18 +355,19 @@ Flight targetImages(Flight flight, const Project& project) {
     return part;
 }
 
-TargetCalibration calibrateRigs(const Flight& flight,
-                                const Project& project,
-                                const Detectors& detectors,
-                                const RigTargetOptions& options,
-                                Observer& observer,
-                                Warnings& warnings) {
+RigCalibration calibrateRigs(const Flight& flight,
+                             const Project& project,
+                             const Detectors& detectors,
+                             const RigTargetOptions& options,
+                             Observer& observer,
+                             Warnings& warnings) {
     std::vector<std::uint64_t> cameras;
     for (const Rig& rig : project.rigs) {
         cameras.insert(cameras.end(), rig.begin(), rig.end());
     }
     const int jobs = options.jobs;
-    TargetCalibration all = inOrder(cameras.size(), jobs, observer, warnings, [&](std::size_t i) {
+    RigCalibration all;
+    const auto find = [&](std::size_t i) {
         const SettingsByCamera settings = {{cameras[i], project.settings.at(cameras[i])}};
         radiometry::TargetCalibrationRequest request =
             targetRequest(flight, project, settings, detectors);
@@ -374,7 +375,8 @@ TargetCalibration calibrateRigs(const Flight& flight,
         request.useAllImages = true;
         request.knownReflectance = options.knownReflectance;
         return radiometry::findTargets(request);
-    });
+    };
+    append(inOrder(cameras.size(), jobs, observer, warnings, find), all);
     const std::vector<Lack> lacks = lacksOf(flight, all);
     TargetCalibration more = inOrder(lacks.size(), jobs, observer, warnings, [&](std::size_t i) {
         const InputImage& image = flight.images[lacks[i].image];
@@ -399,6 +401,7 @@ TargetCalibration calibrateRigs(const Flight& flight,
     for (const Rig& rig : project.rigs) {
         RigChoice(rig, flight, all, warnings).choose(options.mayBePartial);
     }
+    all.witnesses = hearWitnesses(flight, project, all, warnings);
     CamerasData chosenFor;
     for (const std::uint64_t camera : cameras) {
         chosenFor.insert(*flight.cameras.find(camera));

@@ -5,6 +5,7 @@
 /// were measured on the same panel in the same light, so the bands of a rig have one source.
 
 #include "flight/light/Project.h"
+#include "flight/target/Witnesses.h"
 #include "radiometry/calibrationTarget/TargetCalibration.h"
 
 #include <functional>
@@ -28,6 +29,11 @@ struct RigTargetOptions {
     int jobs = 1;
 };
 
+/// What was measured, and what panel, light sensor and clear sky say of the light there.
+struct RigCalibration : radiometry::TargetCalibration {
+    std::vector<Witness> witnesses;
+};
+
 /// Looks into all images. Beyond the rule of a single camera:
 ///
 /// 1. All detectors are asked of each image. Where a panel's code is read in one band of a capture
@@ -41,11 +47,11 @@ struct RigTargetOptions {
 /// @param detectors in order of preference
 /// @return targets that were chosen, and those that cannot be used; not those that another detector
 /// found in the same images
-radiometry::TargetCalibration calibrateRigs(const Flight& flight,
-                                            const Project& project,
-                                            const Detectors& detectors,
-                                            const RigTargetOptions& options,
-                                            Observer& observer,
-                                            Warnings& warnings);
+RigCalibration calibrateRigs(const Flight& flight,
+                             const Project& project,
+                             const Detectors& detectors,
+                             const RigTargetOptions& options,
+                             Observer& observer,
+                             Warnings& warnings);
 
 } // namespace tessik::flight

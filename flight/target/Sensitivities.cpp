@@ -1,6 +1,7 @@
 #include "flight/target/Sensitivities.h"
 
 #include "flight/input/Pixels.h"
+#include "flight/target/PanelCourse.h"
 #include "flight/target/RigTargets.h"
 #include "platform/panel/Detectors.h"
 #include "radiometry/config/MakerSensitivity.h"
@@ -40,14 +41,17 @@ public:
     void useTargets(int jobs) {
         RigTargetOptions how;
         how.jobs = jobs;
-        const radiometry::TargetCalibration found = calibrateRigs(
+        m_found = calibrateRigs(
             m_flight, m_project, target::targetDetectors(), how, m_observer, m_warnings);
-        for (const auto& [id, camera] : found.cameras) {
+        for (const auto& [id, camera] : m_found.cameras) {
             if (!camera.sensitivity.empty()) {
-                m_result.byCamera[id] = {camera.sensitivity, "target", camera.source.toStdString()};
+                m_result.byCamera[id] = {
+                    camera.sensitivity, "target", camera.source.toStdString(), {}};
             }
         }
-        for (const radiometry::MeasuredTarget& target : found.targets) {
+        followPanels(m_flight, m_project, m_found, m_result.byCamera);
+        m_result.witnesses = m_found.witnesses;
+        for (const radiometry::MeasuredTarget& target : m_found.targets) {
             if (!target.isUsed) {
                 m_warnings.add(target.imagePath.toStdString(), whyNotUsed(target));
             }
@@ -69,7 +73,7 @@ public:
                     text.append(": ").append(name).append(": ").append(refusal.what()));
             }
             if (!values.empty()) {
-                m_result.byCamera[id] = {std::move(values), "file", path};
+                m_result.byCamera[id] = {std::move(values), "file", path, {}};
             }
         }
         keepWholeRigs(path);
@@ -93,7 +97,7 @@ public:
                 radiometry::makerSensitivity(image.exif, m_project.typeOf(image));
             if (m_result.byCamera.count(id) == 0 && !values.empty()) {
                 m_result.byCamera[id] = {
-                    std::move(values), "maker", "the maker's constant; no target was used"};
+                    std::move(values), "maker", "the maker's constant; no target was used", {}};
                 isUsed = true;
             }
         }
@@ -107,6 +111,7 @@ public:
     }
 
     Sensitivities result() && {
+        m_result.uncertainties = uncertaintiesOf(m_flight, m_project, m_found, m_result.byCamera);
         m_result.warnings = m_warnings.list();
         return std::move(m_result);
     }
@@ -144,6 +149,7 @@ private:
     Observer& m_observer;
     Warnings m_warnings;
     Listening m_listening;
+    RigCalibration m_found;
     Sensitivities m_result;
 };
 

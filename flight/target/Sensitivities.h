@@ -1,32 +1,25 @@
 #pragma once
 
 #include "flight/light/Project.h"
+#include "flight/target/PanelErrors.h"
+#include "flight/target/Sensitivity.h"
 #include "flight/target/SensitivityFile.h"
 #include "flight/target/StatedTarget.h"
 #include "flight/target/TargetRecord.h"
+#include "flight/target/Witnesses.h"
 #include "radiometry/calibrationTarget/TargetCalibration.h"
 
-#include <cstdint>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 namespace tessik::flight {
-
-/// The sensitivity of one camera's bands, and where it comes from.
-struct Sensitivity {
-    std::vector<double> values; ///< one a band
-    std::string kind;           ///< "target", "maker", "file"
-    std::string text;           ///< a line for people
-};
-
-/// By camera identifier; no entry = not known.
-using SensitivityByCamera = std::unordered_map<std::uint64_t, Sensitivity>;
 
 /// What the cameras of a flight are calibrated by.
 struct Sensitivities {
     SensitivityByCamera byCamera;
     std::vector<TargetRecord> targets; ///< that were found, used or not
+    std::vector<Witness> witnesses;    ///< of the light at each panel
+    UncertaintyByCamera uncertainties;
     std::vector<Warning> warnings;
 };
 

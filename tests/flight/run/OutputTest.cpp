@@ -26,7 +26,7 @@ TEST(Output, describesTheBandsThatItHolds) {
     for (const bool hasUseless : {false, true}) {
         image.exif.uselessBands.assign(hasUseless ? 1 : 0, 0);
         const std::string output = folder.file(hasUseless ? "useless.tif" : "all.tif");
-        writeOutput(output, image, *raw, bands, "camera", "made by hand", {});
+        writeOutput(output, image, *raw, bands, "camera", {}, "made by hand", {});
         EXPECT_EQ(fingerprintOf(output), "made by hand");
         const auto tags = exif::readTags(output).tags;
         for (const char* name : {"BandName", "CentralWavelength", "WavelengthFWHM"}) {

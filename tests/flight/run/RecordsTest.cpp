@@ -19,7 +19,7 @@ class Records : public testing::Test {
 protected:
     void addDone(RecordFile& records, const std::string& output, bool appears) const {
         image.path = QString::fromStdString("in/" + output);
-        records.addDone({output, "camera", image, {}, {}});
+        records.addDone({output, "camera", image, {}, {}, {}, {}});
         if (appears) {
             std::ofstream(folder.path() / output) << "an image";
         }
@@ -91,7 +91,7 @@ TEST_F(Records, comeBackAsTheyWereWritten) {
     applied.sun = {40.0, 120.0, 5.0};
     {
         RecordFile records(file, false);
-        records.addDone({"a.tif", "camera", image, applied, sensitivity});
+        records.addDone({"a.tif", "camera", image, applied, sensitivity, {}, {}});
     }
     std::vector<ReadRecord> read;
     EXPECT_EQ(readRecords(file, [&](ReadRecord one) { read.push_back(std::move(one)); }), 0U);

@@ -1,0 +1,30 @@
+#pragma once
+
+/// @file
+/// How far off a reflectance may be, term by term. docs/light.md says where each number comes from.
+
+#include "flight/light/Project.h"
+#include "flight/target/Sensitivity.h"
+#include "radiometry/calibrationTarget/TargetCalibration.h"
+
+#include <map>
+#include <vector>
+
+namespace tessik::flight {
+
+/// Relative standard error of what one panel says, without that of its stated reflectance, which
+/// panels of a flight share: the light beside it, and its own spread.
+double panelError(const InputImage& image,
+                  const radiometry::MeasuredTarget& target,
+                  const Project& project);
+
+using UncertaintyByCamera = std::map<std::uint64_t, std::vector<BandUncertainty>>;
+
+/// Of each band of the cameras that have a sensitivity.
+/// @param measured in the images of `flight`
+UncertaintyByCamera uncertaintiesOf(const Flight& flight,
+                                    const Project& project,
+                                    const radiometry::TargetCalibration& measured,
+                                    const SensitivityByCamera& sensitivities);
+
+} // namespace tessik::flight
