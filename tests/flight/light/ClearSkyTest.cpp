@@ -1,24 +1,23 @@
 #include "flight/light/ClearSky.h"
 
 #include "platform/math/Angle.h"
+#include "support/Support.h"
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
-#include <cstdlib>
 #include <fstream>
 #include <sstream>
 
 namespace tessik::flight {
 namespace {
 
-// The references that a developer keeps beside the samples: an independent implementation's values.
 TEST(ClearSky, agreesWithAnIndependentImplementation) {
-    const char* samples = std::getenv("RADIOMETRY_SAMPLES");
-    std::ifstream file(std::string(samples == nullptr ? "" : samples) +
-                       "/../reference/clear-sky-spectra.csv");
+    const auto samples = test::samplesFolder();
+    std::ifstream file(samples.value_or("") / ".." / "reference" / "clear-sky-spectra.csv");
     if (!file) {
-        GTEST_SKIP() << "set RADIOMETRY_SAMPLES to the folder of sample images";
+        GTEST_SKIP() << "no reference spectra beside the samples";
     }
     std::string line;
     std::getline(file, line);
