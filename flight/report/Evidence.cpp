@@ -77,6 +77,7 @@ json camerasOf(const RunFiles& run, const std::vector<std::string>& stated) {
         places[order[place]] = place;
     }
     std::vector<std::pair<std::size_t, std::string>> named;
+    named.reserve(stated.size());
     for (const std::string& idOrName : stated) {
         named.emplace_back(places[cameraBy(run, idOrName)], cameraName(run, idOrName));
     }

@@ -116,7 +116,7 @@ function targetBlock(target, cameras) {
   const plots = el("div", {});
   histogramsOf(target, plots, camera.bands || []);
   return el("article", { class: "target" },
-    target.picture ? el("img", { src: target.picture, alt: `The target in ${baseName(target.image)}, outlined`, loading: "lazy" })
+    target.picture ? el("img", { src: target.picture, alt: `The target in ${baseName(target.image)}, outlined` })
       : el("div", { class: "noimage" }, "No picture"),
     el("div", {},
       el("h4", {}, target.id || target.type || "Target"),

@@ -21,9 +21,10 @@ MORE = ["sky", "neighbours", "witnesses", "uncertainty", "problems"]
 
 def faults_of(browser, name, width, scheme, folder):
     browser.scheme(scheme)
-    browser.screenshot(os.path.join(folder, f"{name}-{width}{'-dark' if scheme == 'dark' else ''}.png"))
+    if width != 800:
+        browser.screenshot(os.path.join(folder, f"{name}-{width}{'-dark' if scheme == 'dark' else ''}.png"))
     browser.run("document.querySelectorAll('details').forEach((d) => { d.open = true; })")
-    looks = ["faintCharts()", "blankCharts()", "wideElements()", "brokenTexts()", "bandsOutOfOrder()",
+    looks = ["faintCharts()", "blankCharts()", "wideElements()", "brokenHeadings()", "brokenTexts()", "bandsOutOfOrder()",
              f"hiddenSections({json.dumps(SECTIONS)})"]
     if name == "full":
         looks += ["faintTexts()", f"livingNames({json.dumps(HOSTILE)})", f"hiddenSections({json.dumps(MORE)})"]

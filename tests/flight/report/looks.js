@@ -103,6 +103,21 @@ function wideElements() {
   return [`the page is ${page} px wide in a window of ${width} px`, ...wide.slice(0, 5).map((e) => `too wide: <${e.tagName.toLowerCase()} class="${e.className}">`)];
 }
 
+/** Columns that are too narrow break words of their headings. */
+function brokenHeadings() {
+  const faults = [];
+  [...document.querySelectorAll("th")].filter((th) => th.checkVisibility()).forEach((th) => {
+    const text = th.firstChild;
+    for (const word of text.data.matchAll(/\S+/g)) {
+      const range = document.createRange();
+      range.setStart(text, word.index);
+      range.setEnd(text, word.index + word[0].length);
+      if (range.getClientRects().length > 1) faults.push(`a heading is broken: ${th.textContent}`);
+    }
+  });
+  return faults;
+}
+
 /** Markup in names is shown as text and never becomes an element. */
 function livingNames(text) {
   const faults = [];
