@@ -129,6 +129,7 @@ json skyOf(const RunFiles& run) {
             {{"cameras", camerasOf(run, textsIn(rig, "cameras"))},
              {"state", textIn(rig, "state")},
              {"reason", textIn(rig, "reason")},
+             {"type_reason", textIn(rig, "type_reason")},
              {"jitter", jitter.is_object() ? numbersOf(jitter, {"raw", "steady"}) : json()},
              {"mount_deg", mountOf(rig)},
              {"choice", textIn(rig, "choice")}});
@@ -151,6 +152,7 @@ json witnessesOf(const RunFiles& run) {
                               "panel_to_sensor"});
         const std::string name = textIn(witness, "camera_name");
         row["camera"] = name.empty() ? cameraName(run, textIn(witness, "camera")) : name;
+        row["is_absolute"] = member(witness, "is_absolute") != json(false);
         for (const char* text : {"path", "band", "verdict"}) {
             row[text] = textIn(witness, text);
         }

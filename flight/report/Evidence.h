@@ -11,12 +11,12 @@
 namespace tessik::flight::report {
 
 /// The state of the sky over each rig: "cameras" [names] or [] for all of the flight, "state",
-/// "reason", "jitter" {"raw", "steady"} as shares of the reading or null, "mount_deg" [roll, pitch]
-/// or null, "choice".
+/// "reason", "type_reason", "jitter" {"raw", "steady"} as shares of the reading or null,
+/// "mount_deg" (how the light sensor leans [forward, to the right]) or null, "choice".
 nlohmann::json skyOf(const RunFiles& run);
 
 /// Irradiance by the clear sky, the light sensor and the panel, W/m2/nm, and their ratios; by
-/// wavelength, then by time.
+/// wavelength, then by time. Unless "is_absolute", the sensor's is in a unit of its own.
 nlohmann::json witnessesOf(const RunFiles& run);
 
 /// How the brightness of neighbouring images differs where they overlap, shares: of the flight, and

@@ -27,23 +27,27 @@ function sentences(rows, textsOf) {
 const kSky = { clear: "Clear", overcast: "Overcast", broken: "Broken clouds", unknown: "Not known" };
 const kChoice = { raw: "as they were read", steady: "steadied" };
 
+/** How a light sensor leans: [degrees forward, degrees to the right]. */
+function leanText([forward, right]) {
+  return `${number(Math.abs(forward), 2)}° ${forward < 0 ? "backward" : "forward"}, ${number(Math.abs(right), 2)}° to the ${right < 0 ? "left" : "right"}`;
+}
+
 function skyTable(rigs) {
   const hasMount = rigs.some((rig) => rig.mount_deg);
-  const columns = [["Cameras"], ["Sky"], ["Jitter as read", true], ["Jitter steadied", true], ["Readings used"], ["Sensor's mount"]];
+  const columns = [["Cameras"], ["Sky"], ["Jitter as read", true], ["Jitter steadied", true], ["Readings used"], ["Sensor leans"]];
   const rows = rigs.map((rig) => {
     const jitter = rig.jitter || {};
-    const mount = rig.mount_deg ? `roll ${number(rig.mount_deg[0], 2)}°, pitch ${number(rig.mount_deg[1], 2)}°` : "–";
     return [
       rig.cameras.join(", ") || "All cameras",
-      [kSky[rig.state] || rig.state || "Not known", rig.reason ? small(rig.reason) : null],
+      [kSky[rig.state] || rig.state || "Not known", ...[rig.reason, rig.type_reason].filter(Boolean).map(small)],
       percent(jitter.raw),
       percent(jitter.steady),
       kChoice[rig.choice] || rig.choice || "–",
-      mount,
+      rig.mount_deg ? leanText(rig.mount_deg) : "–",
     ];
   });
   const shown = (list) => (hasMount ? list : list.slice(0, -1));
-  return table(shown(columns), rows.map(shown), "The sky during the flight, as the readings of the light tell it. Jitter is how much the readings scatter from one capture to the next.");
+  return table(shown(columns), rows.map(shown), "The sky during the flight, as the readings of the light tell it. Jitter is the scatter of the readings from one capture to the next, as a standard deviation.");
 }
 
 /** A share, and beneath it what it was in the raw images. */
@@ -70,7 +74,9 @@ function witnessTable(rows) {
   const unit = "W/m²/nm";
   return table([["Band"], ["Time, UTC"], [`Clear sky, ${unit}`, true], [`Light sensor, ${unit}`, true], [`Panel, ${unit}`, true], ["Sensor / clear sky", true], ["Panel / clear sky", true], ["Panel / sensor", true]], rows.map((row) => [
     bandCell(row, rows), when(row),
-    ...["clear_sky", "sensor", "panel", "sensor_ratio", "panel_ratio", "panel_to_sensor"].map((key) => number(row[key])),
+    number(row.clear_sky),
+    [number(row.sensor), finite(row.sensor) && !row.is_absolute ? small("in its own unit") : null],
+    ...["panel", "sensor_ratio", "panel_ratio", "panel_to_sensor"].map((key) => number(row[key])),
   ]));
 }
 

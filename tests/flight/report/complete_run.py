@@ -27,11 +27,13 @@ def bands_of(plan):
 
 def light_of(plan):
     ids = [camera["id"] for camera in plan["cameras"]]
-    return {"rigs": [
+    none = {"raw": None, "steady": None}
+    return {"asked": "auto", "rigs": [
         {"cameras": ids[:-1], "state": "clear", "reason": "The direct part of the light hardly varies.",
+         "correction_type": "sun-angle-absolute", "type_reason": "The light sensor's attitude is known.",
          "jitter": {"raw": 0.0213, "steady": 0.0041}, "mount_deg": [1.27, -0.64], "choice": "steady"},
-        {"cameras": ids[-1:], "state": "unknown", "reason": "Too few readings.", "jitter": None, "mount_deg": None,
-         "choice": "raw"}]}
+        {"cameras": ids[-1:], "state": "unknown", "reason": "Too few readings.", "correction_type": "irradiance",
+         "type_reason": "", "jitter": none, "mount_deg": None, "choice": "raw"}]}
 
 
 def witnesses_of(plan):
@@ -39,7 +41,7 @@ def witnesses_of(plan):
     return [{"path": "in/panel.tif", "time_unix": 1.6e9 + 600 * capture, "camera": camera["id"],
              "camera_name": camera["name"], "band": band["name"], "wavelength_nm": band["wavelength_nm"],
              "sun_elevation_deg": 52.31, "clear_sky": 1.2345, "sensor": 1.2001 if capture == 0 else None,
-             "panel": 1.0561, "sensor_ratio": 0.9721 if capture == 0 else None, "panel_ratio": 0.8555,
+             "panel": 1.0561, "is_absolute": capture == 0, "sensor_ratio": 0.9721 if capture == 0 else None, "panel_ratio": 0.8555,
              "panel_to_sensor": 0.88 if capture == 0 else None, "verdict": verdict if capture == 0 else ""}
             for capture in range(2) for camera, band in bands_of(plan)]
 
