@@ -21,7 +21,7 @@ function saidOf(rows, textsOf) {
 /** Sentences, each once; the bands are named where it is not said of all. */
 function sentences(rows, textsOf) {
   const all = new Set(rows.map((row) => row.band || row.camera)).size;
-  return saidOf(rows, textsOf).map(([text, bands]) => (bands.length === all ? text : `${bands.join(", ")}: ${text}`));
+  return saidOf(rows, textsOf).map(([text, bands]) => (bands.length === all ? sentence(text) : `${bands.join(", ")}: ${sentence(text)}`));
 }
 
 const kSky = { clear: "Clear", overcast: "Overcast", broken: "Broken clouds", unknown: "Not known" };
@@ -39,7 +39,7 @@ function skyTable(rigs) {
     const jitter = rig.jitter || {};
     return [
       rig.cameras.join(", ") || "All cameras",
-      [kSky[rig.state] || rig.state || "Not known", ...[rig.reason, rig.type_reason].filter(Boolean).map(small)],
+      [kSky[rig.state] || rig.state || "Not known", ...[rig.reason, rig.type_reason].filter(Boolean).map((text) => small(sentence(text)))],
       percent(jitter.raw),
       percent(jitter.steady),
       kChoice[rig.choice] || rig.choice || "–",
@@ -86,6 +86,8 @@ function uncertaintyTable(rows) {
   ]), "Relative standard uncertainties of the corrected values.");
 }
 
+const kTermKinds = { pixel: "of one pixel" };
+
 /** Bands of the same terms share a list, which opens on demand. */
 function termLists(rows) {
   const lists = new Map();
@@ -95,7 +97,7 @@ function termLists(rows) {
   });
   return [...lists.values()].map((alike) => el("details", {},
     el("summary", {}, lists.size === 1 ? "The terms" : `The terms of ${alike.map((row) => row.band || row.camera).join(", ")}`),
-    el("ul", {}, alike[0].terms.map((term) => el("li", {}, `${[term.name || "a term without a name", term.kind].filter(Boolean).join(", ")}: ${percent(term.value)}`)))));
+    el("ul", {}, alike[0].terms.map((term) => el("li", {}, `${[term.name || "a term without a name", kTermKinds[term.kind] || term.kind].filter(Boolean).join(", ")}: ${percent(term.value)}`)))));
 }
 
 /** A section with these parts, shown. */
