@@ -1,5 +1,5 @@
 # The front door: each target installs the packages that are missing, builds, and runs.
-.PHONY: build demo check check-sanitize check-threads mutants fuzz lint lint-deep docs bench format install package clean
+.PHONY: build demo check check-page check-sanitize check-threads mutants fuzz lint lint-deep docs bench format install package clean
 
 PREFIX ?= /usr/local
 FUZZ_SECONDS ?= 600
@@ -20,6 +20,12 @@ check:
 	cmake --preset release -DRADIOMETRY_BUILD_TESTS=ON -DRADIOMETRY_BUILD_BENCH=ON
 	cmake --build --preset release
 	ctest --preset release -j $(JOBS)
+
+# Looks at the page of a report in a browser; screenshots stay in out/page.
+check-page: CMAKE_ARGS = -DRADIOMETRY_BUILD_TESTS=OFF -DRADIOMETRY_BUILD_BENCH=OFF
+check-page: build
+	scripts/install-deps page
+	scripts/check-page
 
 check-sanitize:
 	scripts/install-deps build check

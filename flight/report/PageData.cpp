@@ -1,6 +1,8 @@
 #include "flight/report/PageData.h"
 
+#include "flight/report/BandOrder.h"
 #include "flight/report/Curves.h"
+#include "flight/report/Evidence.h"
 #include "flight/report/QuickLooks.h"
 #include "flight/report/Summary.h"
 
@@ -162,6 +164,7 @@ json lightOf(const RunFiles& run,
                               {"map", mapOf(run, timeline, c, b)}});
         }
     }
+    sortByWavelength(series);
     return series;
 }
 
@@ -172,7 +175,7 @@ json curvesOf(const RunFiles& run,
               const std::vector<std::vector<std::string>>& labels,
               const Value& value) {
     std::vector<Curve> curves;
-    for (std::size_t c = 0; c < labels.size(); ++c) {
+    for (const std::size_t c : cameraOrder(run)) {
         Curve curve = timeline.curveOf(c, value);
         if (!curve.values.empty()) {
             curve.label = labelOf(run.cameras()[c], labels[c]);
@@ -202,14 +205,19 @@ json pageData(const RunFiles& run) {
     page["area_m2"] = orNull(timeline.area().value_or(kAbsent));
     page["most_points"] = kMaxPoints;
     page["cameras"] = json::array();
-    for (std::size_t c = 0; c < labels.size(); ++c) {
+    for (const std::size_t c : cameraOrder(run)) {
         json camera = cameraSummary(run, c);
         for (std::size_t b = camera["bands"].size(); b < labels[c].size(); ++b) {
             camera["bands"].push_back({{"name", labels[c][b]}});
         }
+        reorder(camera, {"bands", "sensitivity"}, bandOrder(camera, labels[c].size()));
         page["cameras"].push_back(std::move(camera));
     }
     page["sunlight"] = run.plan["sunlight"];
+    page["sky"] = skyOf(run);
+    page["witnesses"] = witnessesOf(run);
+    page["overlaps"] = overlapsOf(run);
+    page["uncertainty"] = uncertaintyOf(run);
     page["light"] = lightOf(run, timeline, labels);
     page["exposure_ms"] = curvesOf(run, timeline, labels, [](const ImageRecord& image) {
         return 1000.0 * static_cast<double>(image.exposureSeconds);

@@ -1,5 +1,6 @@
 #include "flight/report/QuickLooks.h"
 
+#include "flight/report/BandOrder.h"
 #include "platform/image/Png.h"
 #include "platform/image/Raster.h"
 #include "radiometry/core/Types.h"
@@ -148,7 +149,7 @@ json quickLooks(const RunFiles& run,
                 const Timeline& timeline,
                 const std::vector<std::vector<std::string>>& bandLabels) {
     json bands = json::array();
-    for (std::size_t camera = 0; camera < bandLabels.size(); ++camera) {
+    for (const std::size_t camera : cameraOrder(run)) {
         std::vector<Tile> tiles;
         for (const ImageRecord* image : spreadOverFlight(run, timeline, camera)) {
             const std::size_t count = bandLabels[camera].size();
@@ -161,11 +162,15 @@ json quickLooks(const RunFiles& run,
         for (std::size_t b = 0; b < bandLabels[camera].size() && bands.size() < kMaxQuickLooks;
              ++b) {
             json band = bandOf(tiles, b, bandLabels[camera][b]);
+            const json& stated = run.cameras()[camera]["bands"];
+            band["wavelength_nm"] =
+                b < stated.size() ? orNull(numberIn(stated[b], "wavelength_nm")) : json();
             if (!band["before_scale"].is_null() || !band["after_scale"].is_null()) {
                 bands.push_back(std::move(band));
             }
         }
     }
+    sortByWavelength(bands);
     return bands;
 }
 

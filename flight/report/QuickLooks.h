@@ -19,9 +19,9 @@ std::string pngUri(const std::string& bytes);
 
 /// Small pictures of each band of each camera: the same captures, spread over the flight, raw and
 /// corrected, each row on one grey scale. So the drift of the light is seen, and seen to go.
-/// One object a band: "label", "tiles" [{"time_unix", "file", "before", "after"}] with data: URIs
-/// or null, "before_scale" and "after_scale" [black, white] or null. An image that cannot be read
-/// is a null.
+/// One object a band, by wavelength: "label", "tiles" [{"time_unix", "file", "before", "after"}]
+/// with data: URIs or null, "before_scale" and "after_scale" [black, white] or null. An image that
+/// cannot be read is a null.
 nlohmann::json quickLooks(const RunFiles& run,
                           const Timeline& timeline,
                           const std::vector<std::vector<std::string>>& bandLabels);

@@ -2,6 +2,8 @@
 
 #include "flight/plan/PlanFile.h"
 
+#include <cmath>
+#include <stdexcept>
 #include <unordered_map>
 #include <utility>
 
@@ -10,6 +12,9 @@ namespace {
 
 namespace fs = std::filesystem;
 using nlohmann::json;
+
+/// Name of the file of overlaps in an output folder.
+constexpr auto kOverlapsFile = "overlaps.json";
 
 using IndexByPath = std::unordered_map<std::string, std::size_t>;
 
@@ -29,6 +34,37 @@ IndexByPath takeImages(const Plan& plan, RunFiles& run) {
         }
     }
     return byPath;
+}
+
+/// No run needs what only explains, so that the plan's reader does not look at it.
+void takeExplanations(const std::string& file, RunFiles& run) {
+    const json document(readJson(file));
+    for (const char* key : {"light", "witnesses"}) {
+        if (document.contains(key)) {
+            run.plan[key] = document[key];
+        }
+    }
+    for (std::size_t c = 0; c < run.plan["cameras"].size(); ++c) {
+        if (const json& camera = document["cameras"][c]; camera.contains("uncertainty")) {
+            run.plan["cameras"][c]["uncertainty"] = camera["uncertainty"];
+        }
+    }
+}
+
+/// A page is worth having without them.
+void takeOverlaps(const fs::path& file, RunFiles& run) {
+    if (!fs::exists(file)) {
+        return;
+    }
+    try {
+        run.overlaps = json(readJson(file.string()));
+        if (!run.overlaps.is_object() || !run.overlaps.contains("bands")) {
+            throw std::runtime_error(file.string() + ": not a file of overlaps");
+        }
+    } catch (const std::runtime_error& failure) {
+        run.overlaps = nullptr;
+        run.overlapsFailure = failure.what();
+    }
 }
 
 /// What failed already when the plan was made is said once: of the image, where it is planned.
@@ -59,6 +95,8 @@ RunFiles readRunFiles(const fs::path& folder) {
         run.plan = json(headJson(plan));
         return takeImages(plan, run);
     }();
+    takeExplanations((folder / kPlanFile).string(), run);
+    takeOverlaps(folder / kOverlapsFile, run);
     for (const fs::path& file : recordFiles(folder)) {
         run.damagedLines += readRecords(file, [&](ReadRecord record) {
             const auto found = byPath.find(record.path);
@@ -79,6 +117,10 @@ double numberIn(const json& object, const char* key) {
     }
     const auto found = object.find(key);
     return found != object.end() && found->is_number() ? found->get<double>() : kAbsent;
+}
+
+json orNull(double value) {
+    return std::isfinite(value) ? json(value) : json();
 }
 
 std::string textIn(const json& object, const char* key) {

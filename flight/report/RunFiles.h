@@ -22,8 +22,11 @@ struct ImageRecord : ReadRecord {
 
 struct RunFiles {
     std::filesystem::path folder;
-    /// Without its images; its failures are those of files that are not among them.
+    /// Without its images; its failures are those of files that are not among them. What only
+    /// explains (the sky, witnesses of the light, uncertainties) is as written, in any shape.
     nlohmann::json plan;
+    nlohmann::json overlaps;     ///< as written, in any shape; null when they were not measured
+    std::string overlapsFailure; ///< why the file of them is left out; empty = it is not
     std::vector<ImageRecord> images;
     std::size_t damagedLines = 0;
     std::size_t strayRecords = 0; ///< of images that are not in the plan
@@ -38,6 +41,8 @@ RunFiles readRunFiles(const std::filesystem::path& folder);
 
 /// A number of a JSON object, or kAbsent where it is missing or null.
 double numberIn(const nlohmann::json& object, const char* key);
+/// Null for a number that is not finite.
+nlohmann::json orNull(double value);
 /// A text of a JSON object, or an empty one.
 std::string textIn(const nlohmann::json& object, const char* key);
 

@@ -1,5 +1,6 @@
 #include "flight/report/Summary.h"
 
+#include "flight/report/BandOrder.h"
 #include "flight/report/QuickLooks.h"
 
 #include <algorithm>
@@ -80,11 +81,16 @@ std::optional<std::string> readPng(const fs::path& path) {
     return bytes;
 }
 
-} // namespace
-
-json orNull(double value) {
-    return std::isfinite(value) ? json(value) : json();
+/// Where each camera stands in the order of wavelength, by its identifier.
+std::map<std::string, std::size_t> placeByCamera(const RunFiles& run) {
+    std::map<std::string, std::size_t> places;
+    for (const std::size_t c : cameraOrder(run)) {
+        places.emplace(textIn(run.cameras()[c], "id"), places.size());
+    }
+    return places;
 }
+
+} // namespace
 
 json cameraSummary(const RunFiles& run, std::size_t c) {
     std::map<Status, std::size_t> count;
@@ -158,12 +164,19 @@ void addProblems(const RunFiles& run, json& page) {
     page["warnings"] = warnings.asJson();
     page["damaged_records"] = run.damagedLines;
     page["stray_records"] = run.strayRecords;
+    page["overlaps_failure"] = run.overlapsFailure;
 }
 
 json targetsOf(const RunFiles& run) {
     json targets = run.plan["targets"];
-    std::stable_sort(targets.begin(), targets.end(), [](const json& a, const json& b) {
-        return a.value("used", false) && !b.value("used", false);
+    const std::map<std::string, std::size_t> places = placeByCamera(run);
+    const auto place = [&places](const json& target) {
+        const auto found = places.find(textIn(target, "camera"));
+        return std::make_pair(!target.value("used", false),
+                              found == places.end() ? places.size() : found->second);
+    };
+    std::stable_sort(targets.begin(), targets.end(), [&place](const json& a, const json& b) {
+        return place(a) < place(b);
     });
     std::size_t pictures = 0;
     for (json& target : targets) {
@@ -181,6 +194,18 @@ json targetsOf(const RunFiles& run) {
             histogram = json::array();
         }
         target.erase("code");
+        for (const json& camera : run.cameras()) {
+            if (textIn(camera, "id") == textIn(target, "camera")) {
+                reorder(target,
+                        {"reflectance",
+                         "mean",
+                         "standard_deviation",
+                         "invalid_share",
+                         "sensitivity",
+                         "histogram"},
+                        bandOrder(camera, camera.value("bands", json::array()).size()));
+            }
+        }
     }
     return targets;
 }

@@ -6,9 +6,6 @@
 
 namespace tessik::flight::report {
 
-/// Null for a number that is not finite.
-nlohmann::json orNull(double value);
-
 /// What the plan says of a camera, and what came of its images.
 /// @param c index of the camera in the plan
 nlohmann::json cameraSummary(const RunFiles& run, std::size_t c);
@@ -17,8 +14,8 @@ nlohmann::json cameraSummary(const RunFiles& run, std::size_t c);
 /// how often it was said and the first of the paths that it was said of.
 void addProblems(const RunFiles& run, nlohmann::json& page);
 
-/// The plan's targets, those used first. "picture" is a data: URI or null; histograms are one a
-/// band, or no histogram.
+/// The plan's targets, those used first, by wavelength. "picture" is a data: URI or null;
+/// histograms are one a band, or no histogram.
 nlohmann::json targetsOf(const RunFiles& run);
 
 } // namespace tessik::flight::report

@@ -118,6 +118,7 @@ function timeChart(frame, lines, unit, time, words, yOptions = {}) {
         borderDash: line.style.dash,
         pointRadius: line.curve.x.length > 40 ? 0 : 2,
         pointHitRadius: 8,
+        clip: 4, // points at the edge are whole
       })),
     },
     options: {

@@ -83,6 +83,9 @@ const kSteps = {
 /** What an application's correctors call themselves stays as it is. */
 const stepName = (name) => kSteps[name] || name || "a step without a name";
 
+/** Reasons are parts of sentences in the files. */
+const sentence = (text) => text.charAt(0).toUpperCase() + text.slice(1) + (/[.!?]$/.test(text) ? "" : ".");
+
 const baseName = (path) => String(path || "").split(/[\\/]/).pop();
 
 /** An element; texts become text nodes and are never read as markup. */

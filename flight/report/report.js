@@ -37,7 +37,9 @@ function fillHeader() {
   const levelled = data.light.filter((series) => series.corrected.y.length > 1);
   const most = levelled.reduce((a, b) => (a && change(a.corrected) >= change(b.corrected) ? a : b), null);
   const elevation = extent(data.sun_elevation_deg.flatMap((curve) => curve.y));
+  const steps = data.overlaps || {};
   const totals = [
+    finite(steps.corrected) ? ["Neighbouring images differ by", percent(steps.corrected), [finite(steps.raw) ? `raw: ${percent(steps.raw)}` : "", finite(steps.pairs) ? `median of ${count(steps.pairs, "pair", "pairs")}` : ""].filter(Boolean).join("; ")] : null,
     ["Images corrected", (done + kept).toLocaleString("en"), [`of ${all.toLocaleString("en")}`, kept > 0 ? `${kept.toLocaleString("en")} kept from before` : ""].filter(Boolean).join("; ")],
     ["Images failed", failed.toLocaleString("en"), failed > 0 ? `${percent(failed / all)} of all` : ""],
     ["Cameras", data.cameras.length.toLocaleString("en"), count(data.cameras.reduce((sum, c) => sum + (c.bands || []).length, 0), "band", "bands")],
@@ -208,12 +210,14 @@ function fillOthers() {
   if (data.failures.length > 0) body.append(remarkList("Failures", data.failures, true));
   if (data.warnings.length > 0) body.append(remarkList("Warnings", data.warnings, false));
   if (data.failures.length + data.warnings.length === 0) body.append(el("p", {}, "None."));
+  if (data.overlaps_failure) body.append(el("p", { class: "note" }, `How neighbouring images differ is left out. ${data.overlaps_failure}. Correct the images again, and it is measured again.`));
   if (data.damaged_records > 0) body.append(el("p", { class: "note" }, `${count(data.damaged_records, "record", "records")} of the run could not be read; the images concerned count as not reached.`));
   if (data.stray_records > 0) body.append(el("p", { class: "note" }, `${count(data.stray_records, "record", "records")} of images of another plan in this folder are left out.`));
 }
 
 fillHeader();
 fillLooks();
+fillEvidence();
 fillLight();
 fillSun();
 fillMap();

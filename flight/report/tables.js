@@ -3,7 +3,7 @@
 /** columns: [heading, isNumber]; rows: lists of cells (text, element or list of them). On a phone each row is a block. */
 function table(columns, rows, caption) {
   const kind = (column) => (column[1] ? "number" : null);
-  return el("table", {},
+  return el("table", { class: columns.length > 6 ? "dense" : null },
     caption ? el("caption", {}, caption) : null,
     el("thead", {}, el("tr", {}, columns.map((c) => el("th", { class: kind(c), scope: "col" }, c[0])))),
     el("tbody", {}, rows.map((row) => el("tr", {}, row.map((cell, i) => el("td", { class: kind(columns[i]), "data-label": columns[i][0] }, cell))))));
@@ -20,7 +20,7 @@ function bandText(bands) {
 }
 
 function missingText(missing) {
-  return Object.entries(missing || {}).map(([type, words]) => `${typeName(type)} would need: ${words.map(missingName).join(", ")}`);
+  return Object.entries(missing || {}).map(([type, words]) => (words.length > 0 ? `${typeName(type)} would need: ${words.map(missingName).join(", ")}` : `${typeName(type)}: lacks nothing`));
 }
 
 function sensitivityCell(camera) {
@@ -116,7 +116,7 @@ function targetBlock(target, cameras) {
   const plots = el("div", {});
   histogramsOf(target, plots, camera.bands || []);
   return el("article", { class: "target" },
-    target.picture ? el("img", { src: target.picture, alt: `The target in ${baseName(target.image)}, outlined`, loading: "lazy" })
+    target.picture ? el("img", { src: target.picture, alt: `The target in ${baseName(target.image)}, outlined` })
       : el("div", { class: "noimage" }, "No picture"),
     el("div", {},
       el("h4", {}, target.id || target.type || "Target"),

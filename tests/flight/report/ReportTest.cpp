@@ -11,6 +11,8 @@
 #include <cmath>
 #include <fstream>
 #include <regex>
+#include <tuple>
+#include <utility>
 
 namespace tessik::flight::report {
 namespace {
@@ -216,6 +218,138 @@ TEST(Report, aColourCameraThatNamesNoBandsShowsThemAll) {
     EXPECT_EQ(data["cameras"][0]["bands"][2]["name"], "Band 3");
     EXPECT_EQ(data["light"].size(), 1U);
     EXPECT_EQ(data["light"][0]["label"], "Camera");
+}
+
+Json uncertaintyOf(const std::string& band, double systematic, double random) {
+    return {{"band", band},
+            {"systematic", systematic},
+            {"random", random},
+            {"terms",
+             {{{"name", "panel"}, {"kind", "systematic"}, {"value", systematic}},
+              {{"name", "jitter"}, {"kind", "random"}, {"value", random}}}},
+            {"not_included", {"Views differ."}}};
+}
+
+Json witnessOf(const std::string& band, double wavelengthNm, double time) {
+    return {{"path", "in/rgb.tif"},
+            {"time_unix", time},
+            {"camera", "8"},
+            {"camera_name", ""},
+            {"band", band},
+            {"wavelength_nm", wavelengthNm},
+            {"sun_elevation_deg", 50.0},
+            {"clear_sky", nullptr},
+            {"sensor", 120.0},
+            {"panel", wavelengthNm / 1000.0},
+            {"is_absolute", false},
+            {"sensor_ratio", nullptr},
+            {"panel_ratio", nullptr},
+            {"panel_to_sensor", nullptr},
+            {"verdict", ""}};
+}
+
+Json rigOf(const std::vector<std::string>& cameras, const Json& mount) {
+    return {{"cameras", cameras},
+            {"state", "clear"},
+            {"reason", "The readings hardly vary."},
+            {"correction_type", "irradiance"},
+            {"type_reason", ""},
+            {"jitter", {{"raw", 0.02}, {"steady", nullptr}}},
+            {"mount_deg", mount},
+            {"choice", "raw"}};
+}
+
+/// A near-infrared camera, and one whose three bands are from red to blue.
+Json planOfUnorderedBands() {
+    Json planned = plan(1);
+    Json& cameras = planned["cameras"];
+    cameras[0]["bands"] = {{{"name", "NIR"}, {"wavelength_nm", 840.0}, {"fwhm_nm", 40.0}}};
+    cameras.push_back(cameras[0]);
+    cameras[0]["uncertainty"] = {uncertaintyOf("NIR", 0.06, 0.08)};
+    cameras[1]["id"] = "8";
+    cameras[1]["name"] = "Colours";
+    cameras[1]["bands"] = Json::array();
+    for (const auto& [name, nm] : {std::pair("Red", 650.0), {"Green", 560.0}, {"Blue", 475.0}}) {
+        cameras[1]["bands"].push_back({{"name", name}, {"wavelength_nm", nm}, {"fwhm_nm", 20.0}});
+        cameras[1]["uncertainty"].push_back(uncertaintyOf(name, 0.03, 0.04));
+        planned["witnesses"].push_back(witnessOf(name, nm, 200.0));
+    }
+    planned["witnesses"].push_back(witnessOf("Blue", 475.0, 100.0));
+    planned["light"] = {{"asked", "auto"},
+                        {"rigs", {rigOf({"7"}, nullptr), rigOf({"7", "8"}, {1.5, -2.0})}}};
+    cameras[1]["sensitivity"] = {1.0, 2.0, 3.0};
+    cameras[1]["sensitivity_source"] = {{"kind", "file"}, {"text", ""}};
+    planned["images"].push_back({{"path", "in/rgb.tif"}, {"output", "rgb.tif"}, {"camera", "8"}});
+    return planned;
+}
+
+std::vector<std::string> textsOf(const Json& list, const char* key) {
+    std::vector<std::string> texts;
+    for (const Json& item : list) {
+        texts.push_back(item[key]);
+    }
+    return texts;
+}
+
+TEST(Report, bandsAreInOrderOfWavelength) {
+    const TemporaryFolder folder;
+    write(folder.path() / "plan.json", planOfUnorderedBands().dump());
+    Json colours = record(0, 1.0);
+    colours["file"] = "in/rgb.tif";
+    colours["sun_irradiance"] = {3.0, 2.0, 1.0};
+    colours["exposure_s"] = 0.002;
+    Json infrared = record(0, 4.0);
+    infrared["exposure_s"] = 0.001;
+    write(folder.path() / "corrections.jsonl", infrared.dump() + "\n" + colours.dump() + "\n");
+    const Json data = dataIn(pageOf(folder));
+    EXPECT_THAT(textsOf(data["cameras"], "name"), ElementsAre("Colours", "Camera"));
+    EXPECT_THAT(textsOf(data["cameras"][0]["bands"], "name"), ElementsAre("Blue", "Green", "Red"));
+    EXPECT_THAT(data["cameras"][0]["sensitivity"], ElementsAre(3.0, 2.0, 1.0));
+    EXPECT_THAT(textsOf(data["exposure_ms"], "label"), ElementsAre("Colours", "NIR"));
+    EXPECT_THAT(textsOf(data["light"], "label"), ElementsAre("Blue", "Green", "Red", "NIR"));
+    EXPECT_EQ(data["light"][0]["raw"]["y"][0], 1.0); // each label keeps its own values
+    EXPECT_THAT(textsOf(data["uncertainty"], "band"), ElementsAre("Blue", "Green", "Red", "NIR"));
+    EXPECT_DOUBLE_EQ(data["uncertainty"][0]["combined"], 0.05);
+    EXPECT_DOUBLE_EQ(data["uncertainty"][3]["combined"], 0.1);
+    EXPECT_THAT(textsOf(data["witnesses"], "band"), ElementsAre("Blue", "Blue", "Green", "Red"));
+    EXPECT_EQ(data["witnesses"][0]["time_unix"], 100.0);
+    EXPECT_EQ(data["witnesses"][0]["panel"], 0.475);
+    EXPECT_EQ(data["witnesses"][0]["camera"], "Colours"); // by its identifier
+    EXPECT_EQ(data["witnesses"][0]["is_absolute"], false);
+    EXPECT_THAT(data["sky"][0]["cameras"], ElementsAre("Camera"));
+    EXPECT_TRUE(data["sky"][1]["cameras"].empty()); // all that there are
+    EXPECT_TRUE(data["sky"][0]["mount_deg"].is_null());
+    EXPECT_THAT(data["sky"][1]["mount_deg"], ElementsAre(1.5, -2.0));
+}
+
+TEST(Report, overlapsThatCannotBeReadAreLeftOutWithANote) {
+    const std::vector<std::tuple<const char*, bool, std::string>> cases = {
+        {nullptr, false, ""},
+        {"{\"pairs\": 3, \"raw\"", false, "overlaps.json: not JSON"},
+        {"[1, 2]", false, "overlaps.json: not a file of overlaps"},
+        {R"({"pairs": 3, "raw": 0.08, "corrected": null, "bands": [
+             {"camera": "7", "band": "NIR", "wavelength_nm": 840, "pairs": 1, "all": "unknown"},
+             {"camera": "8", "band": "Blue", "wavelength_nm": 475, "pairs": 2,
+              "all": {"raw": 0.08, "corrected": 0.01}}]})",
+         true,
+         ""}};
+    for (const auto& [text, isShown, note] : cases) {
+        const TemporaryFolder folder;
+        write(folder.path() / "plan.json", planOfUnorderedBands().dump());
+        if (text != nullptr) {
+            write(folder.path() / "overlaps.json", text);
+        }
+        const Json data = dataIn(pageOf(folder));
+        EXPECT_EQ(data["overlaps"].is_object(), isShown) << data["overlaps"];
+        EXPECT_THAT(data["overlaps_failure"].get<std::string>(), HasSubstr(note));
+        EXPECT_EQ(data["overlaps_failure"].get<std::string>().empty(), note.empty());
+        if (isShown) {
+            EXPECT_TRUE(data["overlaps"]["corrected"].is_null());
+            EXPECT_THAT(textsOf(data["overlaps"]["bands"], "band"), ElementsAre("Blue", "NIR"));
+            EXPECT_EQ(data["overlaps"]["bands"][0]["all"]["corrected"], 0.01);
+            EXPECT_TRUE(data["overlaps"]["bands"][1]["all"]["raw"].is_null());
+        }
+    }
 }
 
 TEST(Report, refusesWhatIsNotAPlanAndNamesIt) {
