@@ -25,6 +25,7 @@ int run(int argc, char** argv) {
         {"inspect", app::addInspect(cli)},
         {"plan", app::addPlan(cli)},
         {"correct", app::addCorrect(cli)},
+        {"overlaps", app::addOverlaps(cli)},
         {"sun", app::addSun(cli)},
         {"sunlight", app::addSunlight(cli)},
         {"calibrate", app::addCalibrate(cli)},
