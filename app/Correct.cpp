@@ -78,13 +78,19 @@ runAndCompare(const flight::Plan& plan, const Options& options, Terminal& termin
     if (options.run.part.count > 1) {
         return flight::run(plan, options.run, terminal);
     }
-    flight::Overlaps overlaps(plan, options.run.jobs);
+    flight::Overlaps overlaps(plan, flight::Overlaps::pairsBesides(plan), options.run.jobs);
     flight::RunOptions run = options.run;
     run.watcher = &overlaps;
     flight::RunSummary summary = flight::run(plan, run, terminal);
-    if (!summary.isInterrupted) {
+    if (summary.isInterrupted) {
+        return summary;
+    }
+    try {
         flight::writeOverlaps(
             overlaps.result(options.run.jobs), options.run.outputFolder, summary.kept > 0);
+    } catch (const std::runtime_error& failure) {
+        terminal.failure({{}, failure.what()});
+        ++summary.failed;
     }
     return summary;
 }

@@ -11,10 +11,11 @@
 namespace tessik::flight {
 namespace {
 
-double medianOf(std::vector<double>& values) {
+template <typename Number>
+double medianOf(std::vector<Number>& values) {
     const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
     std::nth_element(values.begin(), middle, values.end());
-    return *middle;
+    return static_cast<double>(*middle);
 }
 
 /// A band of a pair.
@@ -40,11 +41,18 @@ public:
         });
     }
 
-    void placeAlong(std::vector<Task>& tasks) const {
-        inParallel(tasks.size(), m_jobs, [&](std::size_t i) {
-            if (tasks[i].pair->isAlong) {
-                tasks[i].placement = placed(tasks[i], std::nullopt);
+    /// Places some pairs along the lines of each camera, without knowing where they lie.
+    void placeScouts(std::vector<Task>& tasks) const {
+        constexpr std::size_t kScouts = 8;
+        std::map<std::uint64_t, std::size_t> counts;
+        std::vector<Task*> scouts;
+        for (Task& task : tasks) {
+            if (task.pair->isAlong && counts[task.pair->cameraId]++ < kScouts) {
+                scouts.push_back(&task);
             }
+        }
+        inParallel(scouts.size(), m_jobs, [&](std::size_t i) {
+            scouts[i]->placement = placed(*scouts[i], std::nullopt);
         });
     }
 
@@ -87,7 +95,7 @@ private:
                                      m_details[task.pair->second][task.band],
                                      task.pair->turn,
                                      expected);
-        return placement && placement->response >= kLeastResponse ? placement : std::nullopt;
+        return placement && placement->certainty() >= kLeastCertainty ? placement : std::nullopt;
     }
 
     [[nodiscard]] std::optional<Step> stepOf(const Task& task) const {
@@ -98,15 +106,16 @@ private:
         const Frame& second = m_frames[task.pair->second];
         const BandMatrix raw = laid(second.raw[task.band], *task.placement);
         const BandMatrix corrected = laid(second.corrected[task.band], *task.placement);
-        std::vector<double> rawRatios;
-        std::vector<double> ratios;
+        std::vector<float> rawRatios;
+        std::vector<float> ratios;
         for (Eigen::Index i = 0; i < raw.size(); ++i) {
-            const double before = first.raw[task.band].data()[i];
-            const double after = first.corrected[task.band].data()[i];
+            const float before = first.raw[task.band].data()[i];
+            const float after = first.corrected[task.band].data()[i];
             // NaN is not above 0.
-            if (before > 0.0 && after > 0.0 && raw.data()[i] > 0.0F && corrected.data()[i] > 0.0F) {
-                rawRatios.push_back(std::log(static_cast<double>(raw.data()[i]) / before));
-                ratios.push_back(std::log(static_cast<double>(corrected.data()[i]) / after));
+            if (before > 0.0F && after > 0.0F && raw.data()[i] > 0.0F &&
+                corrected.data()[i] > 0.0F) {
+                rawRatios.push_back(raw.data()[i] / before);
+                ratios.push_back(corrected.data()[i] / after);
             }
         }
         if (static_cast<double>(ratios.size()) < kLeastOverlap * static_cast<double>(raw.size()) ||
@@ -117,8 +126,8 @@ private:
                     task.band,
                     task.pair->isAlong,
                     task.pair->turn,
-                    medianOf(rawRatios),
-                    medianOf(ratios)};
+                    std::log(medianOf(rawRatios)),
+                    std::log(medianOf(ratios))};
     }
 
     const std::vector<Frame>& m_frames;
@@ -136,7 +145,8 @@ std::vector<Task> tasksOf(const std::vector<Frame>& frames, const std::vector<Fr
         }
         for (std::size_t band = 0; band < std::min(first.raw.size(), second.raw.size()); ++band) {
             if (first.raw[band].rows() == second.raw[band].rows() &&
-                first.raw[band].cols() == second.raw[band].cols()) {
+                first.raw[band].cols() == second.raw[band].cols() &&
+                std::min(first.raw[band].rows(), first.raw[band].cols()) >= kLeastSide) {
                 tasks.push_back({&pair, band, std::nullopt, std::nullopt});
             }
         }
@@ -151,7 +161,7 @@ compare(const std::vector<Frame>& frames, const std::vector<FramePair>& pairs, i
     Comparer comparer(frames, jobs);
     std::vector<Task> tasks = tasksOf(frames, pairs);
     comparer.findDetails();
-    comparer.placeAlong(tasks);
+    comparer.placeScouts(tasks);
     comparer.placeOthers(tasks);
     std::vector<Step> steps;
     for (const Task& task : tasks) {

@@ -31,9 +31,9 @@ struct FramePair {
     Eigen::Vector2d move{0.0, 0.0}; ///< of the second from the first, right and down in its axes, m
 };
 
-/// Lower peaks of phase correlation may be chance: of 800 pairs of images of different ground none
-/// reached more than 0.23.
-constexpr double kLeastResponse = 0.25;
+/// Placements that are less certain may be chance. Of 900 pairs of images of different ground none
+/// reached more than 0.2; those of the same ground typically reach 0.3 to 1.
+constexpr double kLeastCertainty = 0.25;
 /// Share of the first image.
 constexpr double kLeastOverlap = 0.2;
 

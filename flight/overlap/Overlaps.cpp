@@ -26,9 +26,21 @@ BandImage smallCopyOf(const BandImage& bands) {
 
 } // namespace
 
-Overlaps::Overlaps(const Plan& plan, int jobs)
-    : m_plan(plan), m_choice(choosePairs(plan, kMostPairs, jobs)),
-      m_frames(m_choice.images.size()) {
+std::size_t Overlaps::pairsBesides(const Plan& plan) {
+    // A pair takes as long as correcting some 200,000 pixels, and may take a 30th of the time.
+    constexpr double kPixelsPerPair = 6e6;
+    constexpr std::size_t kFewest = 40;
+    double pixels = 0.0;
+    for (const PlannedCamera& camera : plan.cameras) {
+        pixels += static_cast<double>(camera.width * camera.height) *
+                  static_cast<double>(std::max<std::size_t>(1, camera.bands.size())) *
+                  static_cast<double>(camera.imageCount);
+    }
+    return std::clamp(static_cast<std::size_t>(pixels / kPixelsPerPair), kFewest, kMostPairs);
+}
+
+Overlaps::Overlaps(const Plan& plan, std::size_t mostPairs, int jobs)
+    : m_plan(plan), m_choice(choosePairs(plan, mostPairs, jobs)), m_frames(m_choice.images.size()) {
     for (std::size_t i = 0; i < m_choice.images.size(); ++i) {
         m_indices[plan.images[m_choice.images[i].image].output] = i;
     }
@@ -74,7 +86,7 @@ OverlapResult Overlaps::result(int jobs) const {
 }
 
 OverlapResult measureOverlaps(const Plan& plan, int jobs, Observer& observer) {
-    Overlaps overlaps(plan, jobs);
+    Overlaps overlaps(plan, Overlaps::kMostPairs, jobs);
     const std::vector<const PlannedImage*> images = overlaps.images();
     ImageCorrector corrector(plan.decisions, static_cast<std::size_t>(jobs) + 1);
     tbb::enumerable_thread_specific<BandImage> pixels;

@@ -21,7 +21,11 @@ public:
     static constexpr std::size_t kMostPairs = 200;
 
     /// Chooses, which reads metadata. @param plan must outlive this
-    Overlaps(const Plan& plan, int jobs);
+    Overlaps(const Plan& plan, std::size_t mostPairs, int jobs);
+
+    /// So many that comparing them takes a small share of the time that correcting all images of a
+    /// plan takes: 40 to kMostPairs.
+    static std::size_t pairsBesides(const Plan& plan);
 
     /// The images that are wanted, camera by camera.
     [[nodiscard]] std::vector<const PlannedImage*> images() const;

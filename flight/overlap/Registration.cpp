@@ -20,7 +20,7 @@ cv::Mat viewOf(const BandMatrix& band) {
     return {static_cast<int>(band.rows()),
             static_cast<int>(band.cols()),
             CV_32F,
-            const_cast<float*>(band.data())}; // NOLINT(cppcoreguidelines-pro-type-const-cast)
+            const_cast<float*>(band.data())};
 }
 
 cv::Mat viewOf(BandMatrix& band) {
@@ -83,14 +83,17 @@ Eigen::Vector2d correction(const BandMatrix& first,
 /// From a first guess: the part that both show becomes known better with the shift.
 std::optional<Placement>
 refined(const BandMatrix& first, const BandMatrix& second, Placement placement) {
-    constexpr int kSmallest = 16; // px: nothing is to be found in less
     constexpr int kTurns = 4;
-    constexpr double kSettled = 0.5; // px
+    constexpr double kSettled = 2.0; // px: the part that both show hardly changes any more
     for (int i = 0; i < kTurns; ++i) {
-        const cv::Rect part = commonPart(first, placement.turn, placement.shift);
-        if (part.width < kSmallest || part.height < kSmallest) {
+        if (!placement.shift.allFinite()) { // there was nothing to be seen
             return std::nullopt;
         }
+        const cv::Rect part = commonPart(first, placement.turn, placement.shift);
+        if (part.width < kLeastSide || part.height < kLeastSide) {
+            return std::nullopt;
+        }
+        placement.common = static_cast<double>(part.area()) / static_cast<double>(first.size());
         const BandMatrix laid = laidWith(second, placement.turn, placement.shift, 0.0F);
         const Eigen::Vector2d change = correction(first, laid, part, placement.response);
         placement.shift += change;
@@ -101,7 +104,20 @@ refined(const BandMatrix& first, const BandMatrix& second, Placement placement) 
     return std::nullopt; // it wanders: there is no peak
 }
 
+/// Adds the valid values of a row, and counts them.
+void addRow(const float* values, Eigen::Index size, float* sums, float* counts) {
+    for (Eigen::Index x = 0; x < size; ++x) {
+        const bool isValid = values[x] > radiometry::kNoData; // NaN is not
+        sums[x] += isValid ? values[x] : 0.0F;
+        counts[x] += isValid ? 1.0F : 0.0F;
+    }
+}
+
 } // namespace
+
+double Placement::certainty() const {
+    return response * std::sqrt(common);
+}
 
 Eigen::Index reduction(Eigen::Index width) {
     return std::max<Eigen::Index>(1, width / kReducedWidth);
@@ -111,49 +127,32 @@ BandMatrix reduced(const BandMatrix& values, Eigen::Index times) {
     constexpr float kValidShare = 0.9F;
     const float enough = kValidShare * static_cast<float>(times * times);
     BandMatrix result(values.rows() / times, values.cols() / times);
-    Eigen::ArrayXf sums(result.cols());
-    Eigen::ArrayXf counts(result.cols());
+    Eigen::ArrayXf sums(values.cols());
+    Eigen::ArrayXf counts(values.cols());
     for (Eigen::Index row = 0; row < result.rows(); ++row) {
         sums.setZero();
         counts.setZero();
         for (Eigen::Index y = row * times; y < (row + 1) * times; ++y) {
-            const float* value = values.row(y).data();
-            for (Eigen::Index column = 0; column < result.cols(); ++column) {
-                for (Eigen::Index x = 0; x < times; ++x, ++value) {
-                    const bool isValid = std::isfinite(*value) && *value != radiometry::kNoData;
-                    sums[column] += isValid ? *value : 0.0F;
-                    counts[column] += isValid ? 1.0F : 0.0F;
-                }
-            }
+            addRow(values.row(y).data(), values.cols(), sums.data(), counts.data());
         }
-        result.row(row) = (counts >= enough).select(sums / counts, kNan);
+        for (Eigen::Index column = 0; column < result.cols(); ++column) {
+            const float count = counts.segment(column * times, times).sum();
+            result(row, column) =
+                count >= enough ? sums.segment(column * times, times).sum() / count : kNan;
+        }
     }
     return result;
 }
 
 BandMatrix detailsOf(const BandMatrix& values) {
-    constexpr double kSlow = 6.0; // px, standard deviation of the mean that is taken away
-    BandMatrix details(values.rows(), values.cols());
-    BandMatrix weights(values.rows(), values.cols());
-    for (Eigen::Index i = 0; i < values.size(); ++i) {
-        const float value = values.data()[i];
-        weights.data()[i] = value > 0.0F ? 1.0F : 0.0F;
-        details.data()[i] = value > 0.0F ? std::log(value) : 0.0F;
-    }
-    cv::Mat slow;
-    cv::Mat share;
-    cv::GaussianBlur(viewOf(details), slow, {0, 0}, kSlow);
-    cv::GaussianBlur(viewOf(weights), share, {0, 0}, kSlow);
-    for (Eigen::Index row = 0; row < values.rows(); ++row) {
-        const auto y = static_cast<int>(row);
-        for (Eigen::Index column = 0; column < values.cols(); ++column) {
-            const auto x = static_cast<int>(column);
-            const bool isKnown = weights(row, column) > 0.0F;
-            details(row, column) =
-                isKnown ? details(row, column) - slow.at<float>(y, x) / share.at<float>(y, x)
-                        : 0.0F;
-        }
-    }
+    const cv::Size slowly(25, 25); // px over which the mean is taken that is taken away
+    BandMatrix details = (values.array() > 0.0F).select(values.array().log(), 0.0F);
+    BandMatrix weights = (values.array() > 0.0F).cast<float>();
+    BandMatrix slow(values.rows(), values.cols());
+    BandMatrix share(values.rows(), values.cols());
+    cv::blur(viewOf(details), viewOf(slow), slowly);
+    cv::blur(viewOf(weights), viewOf(share), slowly);
+    details.array() -= weights.array() * slow.array() / share.array().max(1e-6F);
     return details;
 }
 
@@ -161,19 +160,21 @@ std::optional<Placement> place(const BandMatrix& first,
                                const BandMatrix& second,
                                double turn,
                                const std::optional<Eigen::Vector2d>& expected) {
-    // Positions may be wrong by as much as an image, where the camera hangs askew: both are tried.
-    Placement start{turn, {0.0, 0.0}, 0.0};
+    constexpr double kCertain = 0.4;
+    std::optional<Placement> near;
+    if (expected) {
+        near = refined(first, second, {turn, *expected});
+        if (near && near->certainty() >= kCertain) {
+            return near;
+        }
+    }
+    // Where the camera hangs askew, positions are wrong by as much as half an image.
+    Placement start{turn};
     const BandMatrix laid = laidWith(second, turn, start.shift, 0.0F);
     const cv::Rect whole(0, 0, static_cast<int>(first.cols()), static_cast<int>(first.rows()));
     start.shift = correction(first, laid, whole, start.response);
-    std::optional<Placement> best = refined(first, second, start);
-    if (expected) {
-        const std::optional<Placement> other = refined(first, second, {turn, *expected, 0.0});
-        if (other && (!best || other->response > best->response)) {
-            best = other;
-        }
-    }
-    return best;
+    const std::optional<Placement> found = refined(first, second, start);
+    return found && (!near || found->certainty() > near->certainty()) ? found : near;
 }
 
 BandMatrix laid(const BandMatrix& second, const Placement& placement) {

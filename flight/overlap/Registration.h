@@ -18,11 +18,13 @@ namespace tessik::flight {
 
 /// A band at about kReducedWidth columns: means of squares of pixels. Squares of which more than a
 /// tenth has no valid value are NaN.
-/// @param values rows x columns; NaN, infinite or kNoData = not valid
+/// @param values rows x columns; NaN, or not above kNoData = not valid
 /// @param times how many pixels a square is wide
 BandMatrix reduced(const BandMatrix& values, Eigen::Index times);
 
 constexpr Eigen::Index kReducedWidth = 160; ///< px
+
+constexpr Eigen::Index kLeastSide = 16; ///< px: nothing is to be found in less
 
 /// How many pixels wide the squares are of an image of that width.
 Eigen::Index reduction(Eigen::Index width);
@@ -37,10 +39,15 @@ struct Placement {
     double turn = 0.0;               ///< of the rotation R, degrees, clockwise as one sees it
     Eigen::Vector2d shift{0.0, 0.0}; ///< px
     double response = 0.0;           ///< height of the peak over the common ground, 0..1
+    double common = 0.0;             ///< share of the first image that is common ground
+
+    /// The response as it would be with whole images: the height of peaks by chance falls with the
+    /// root of the number of pixels.
+    [[nodiscard]] double certainty() const;
 };
 
 /// Finds the shift.
-/// @param first, second details
+/// @param first, second details, of one size, at least kLeastSide high and wide
 /// @param turn degrees
 /// @param expected a shift that is near; absent = not known
 /// @return absent when nothing was found that the two have in common

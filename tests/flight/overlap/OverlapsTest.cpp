@@ -48,7 +48,7 @@ TEST(Overlaps, aRunSeesWhatAMeasurementByItselfSees) {
         EXPECT_FALSE(band.oppositeHeading.corrected);
     }
 
-    Overlaps overlaps(plan, 1);
+    Overlaps overlaps(plan, Overlaps::kMostPairs, 1);
     RunOptions options;
     options.outputFolder = folder.path() / "out";
     prepareOutputFolder(options.outputFolder);
@@ -57,7 +57,7 @@ TEST(Overlaps, aRunSeesWhatAMeasurementByItselfSees) {
     EXPECT_EQ(toJson(overlaps.result(2)), toJson(alone));
 
     // What is kept is not seen.
-    Overlaps again(plan, 1);
+    Overlaps again(plan, Overlaps::pairsBesides(plan), 1);
     options.watcher = &again;
     EXPECT_EQ(run(plan, options, nobody).kept, 25);
     EXPECT_THAT(whyNothing(again.result(1)), testing::HasSubstr("could be read and corrected"));

@@ -2,6 +2,7 @@
 
 #include "flight/overlap/Comparison.h"
 #include "platform/math/Angle.h"
+#include "radiometry/core/Types.h"
 #include "support/Support.h"
 
 #include <Eigen/Geometry>
@@ -10,6 +11,7 @@
 #include <array>
 #include <cmath>
 #include <random>
+#include <vector>
 
 namespace tessik::flight {
 namespace {
@@ -86,7 +88,7 @@ TEST_P(Registration, findsTheShiftAndTheBrightness) {
     ASSERT_TRUE(placement);
     EXPECT_NEAR(placement->shift.x(), view.shift.x(), 0.5);
     EXPECT_NEAR(placement->shift.y(), view.shift.y(), 0.5);
-    EXPECT_GT(placement->response, kLeastResponse);
+    EXPECT_GT(placement->certainty(), kLeastCertainty);
     const std::vector<Step> steps =
         compare({first, second}, {{0, 1, 7, true, view.statedTurn, 0.3 * view.shift}}, 1);
     ASSERT_EQ(steps.size(), 1U);
@@ -103,6 +105,57 @@ INSTANTIATE_TEST_SUITE_P(Views,
                                          View{"opposite", 180.0, {58.0, 6.0}, 180.0},
                                          View{"atRightAngles", 90.0, {12.0, -17.0}, 90.0}),
                          [](const auto& info) { return info.param.name; });
+
+TEST(Registration, positionsHelpToFindALittleCommonGround) {
+    const Ground ground(5);
+    constexpr double kGroundSize = 0.3; // m
+    std::vector<Frame> frames;
+    for (const double place : {0.0, 40.0, 80.0, 118.0, 132.0}) {
+        const BandMatrix band = ground.seen({place, 0.0}, 0.0, 100.0);
+        frames.push_back({{band}, {band}});
+    }
+    const auto pair = [](std::size_t first, std::size_t second, bool isAlong, double move) {
+        return FramePair{first, second, 7, isAlong, 0.0, {move * kGroundSize, 0.0}};
+    };
+    const std::vector<FramePair> along = {pair(0, 1, true, 40.0), pair(1, 2, true, 40.0)};
+    EXPECT_EQ(compare(frames, along, 1).size(), 2U);
+    std::vector<FramePair> pairs = along;
+    pairs.push_back(pair(0, 3, false, 113.0)); // by its stated position; 26 % in common
+    EXPECT_EQ(compare(frames, pairs, 1).size(), 3U);
+    pairs.push_back(pair(0, 4, false, 132.0)); // 17 %
+    EXPECT_EQ(compare(frames, pairs, 1).size(), 3U);
+}
+
+TEST(Registration, imagesWithNothingInCommonAreRefused) {
+    std::vector<Frame> frames;
+    std::vector<FramePair> pairs;
+    for (unsigned seed = 0; seed < 12; ++seed) {
+        const BandMatrix band = Ground(seed).seen({0.0, 0.0}, 0.0, 100.0);
+        frames.push_back({{band}, {band}});
+        for (std::size_t other = 0; other < seed; ++other) {
+            pairs.push_back({other, seed, 7, other % 2 == 0, 0.0, {10.0, 10.0}});
+        }
+    }
+    EXPECT_EQ(compare(frames, pairs, 2).size(), 0U);
+    for (const float value : {100.0F, radiometry::kNoData}) {
+        const BandMatrix same = BandMatrix::Constant(kRows, kColumns, value);
+        const Frame blank{{same}, {reduced(same, 1)}};
+        EXPECT_TRUE(compare({blank, blank}, {{0, 1, 7, true, 0.0, {10.0, 0.0}}}, 1).empty());
+    }
+}
+
+TEST(Registration, aSquareNeedsNineTenthsOfItsPixels) {
+    BandMatrix values = test::ramp(8, 12); // squares of 4 x 4: 2 rows, 3 columns
+    values(0, 0) = radiometry::kNoData;
+    values.block(0, 4, 2, 1).setConstant(test::kNan);
+    const BandMatrix small = reduced(values, 4);
+    ASSERT_EQ(small.rows(), 2);
+    ASSERT_EQ(small.cols(), 3);
+    // Columns 1..4 of rows 1, 13, 25, 37: a mean of 20.5, without the 1.
+    EXPECT_FLOAT_EQ(small(0, 0), (16.0F * 20.5F - 1.0F) / 15.0F);
+    EXPECT_TRUE(std::isnan(small(0, 1)));
+    EXPECT_FLOAT_EQ(small(1, 2), 76.5F);
+}
 
 } // namespace
 } // namespace tessik::flight
