@@ -1,4 +1,5 @@
 #include "app/Subcommands.h"
+#include "flight/overlap/Overlaps.h"
 #include "flight/plan/PlanFile.h"
 #include "flight/report/Report.h"
 #include "flight/run/Run.h"
@@ -70,6 +71,30 @@ int exitStatus(const flight::RunSummary& summary, Terminal& terminal) {
     return summary.done + summary.kept == 0 ? NothingDone : SomeFailed;
 }
 
+/// Corrects, and tells in the output folder how well neighbouring images agree. One part of several
+/// has too few neighbours.
+flight::RunSummary
+runAndCompare(const flight::Plan& plan, const Options& options, Terminal& terminal) {
+    if (options.run.part.count > 1) {
+        return flight::run(plan, options.run, terminal);
+    }
+    flight::Overlaps overlaps(plan, flight::Overlaps::pairsBesides(plan), options.run.jobs);
+    flight::RunOptions run = options.run;
+    run.watcher = &overlaps;
+    flight::RunSummary summary = flight::run(plan, run, terminal);
+    if (summary.isInterrupted) {
+        return summary;
+    }
+    try {
+        flight::writeOverlaps(
+            overlaps.result(options.run.jobs), options.run.outputFolder, summary.kept > 0);
+    } catch (const std::runtime_error& failure) {
+        terminal.failure({{}, failure.what()});
+        ++summary.failed;
+    }
+    return summary;
+}
+
 int correct(const Options& options, Terminal& terminal) {
     if (options.planFile.empty() && options.plan.flight.inputs.empty()) {
         throw std::runtime_error("correct: no INPUT and no --plan");
@@ -84,7 +109,7 @@ int correct(const Options& options, Terminal& terminal) {
         }
         return NothingDone;
     }
-    flight::RunSummary summary = flight::run(plan, options.run, terminal);
+    flight::RunSummary summary = runAndCompare(plan, options, terminal);
     if (!terminal.isQuiet()) {
         print(summary, std::chrono::steady_clock::now() - start);
     }

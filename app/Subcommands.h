@@ -9,6 +9,7 @@ Action addCalibrate(CLI::App& cli);
 Action addCorrect(CLI::App& cli);
 Action addInspect(CLI::App& cli);
 Action addLight(CLI::App& cli);
+Action addOverlaps(CLI::App& cli);
 Action addPlan(CLI::App& cli);
 Action addSequoiaModel(CLI::App& cli);
 Action addSun(CLI::App& cli);

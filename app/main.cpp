@@ -26,6 +26,7 @@ int run(int argc, char** argv) {
         {"light", app::addLight(cli)},
         {"plan", app::addPlan(cli)},
         {"correct", app::addCorrect(cli)},
+        {"overlaps", app::addOverlaps(cli)},
         {"sun", app::addSun(cli)},
         {"sunlight", app::addSunlight(cli)},
         {"calibrate", app::addCalibrate(cli)},

@@ -6,8 +6,8 @@
 #include "flight/json/Json.h"
 #include "flight/run/ImageCorrector.h"
 #include "flight/run/Output.h"
+#include "flight/run/PlannedReader.h"
 #include "flight/run/Records.h"
-#include "platform/exif/ExifReader.h"
 
 #include <tbb/enumerable_thread_specific.h>
 
@@ -70,20 +70,11 @@ private:
             return;
         }
         const Listening listening(m_observer, task.path);
-        const Project& project = m_plan.decisions.project;
-        exif::ImageMetadata metadata = exif::readMetadata(task.path, m_plan.metadata);
-        const std::shared_ptr<const exif::RawMetadata> raw = metadata.raw;
-        for (const std::string& warning : metadata.warnings) {
-            m_observer.warning({task.path, warning});
-        }
-        InputImage read = exif::inputImage(task.path, std::move(metadata));
-        const std::vector<double> reading = read.exif.sunIrradiance;
-        InputImage image = completed(task, std::move(read));
-        project.check(image);
+        auto [image, raw, reading] = readPlanned(m_plan, task, m_observer);
         BandImage& bands = m_pixels.local();
-        openPixels(image).readInto(bands);
-        const Applied applied = m_corrector.correct(image, bands);
-        const std::string type = image.exif.isThermal ? "thermal" : wordOf(project.typeOf(image));
+        const Applied applied = readAndCorrect(task, m_corrector, m_options.watcher, image, bands);
+        const std::string type =
+            image.exif.isThermal ? "thermal" : wordOf(m_plan.decisions.project.typeOf(image));
         static const std::vector<BandUncertainty> notKnown;
         const auto known = m_plan.uncertainties.find(image.cameraId);
         const auto& uncertainty = known == m_plan.uncertainties.end() ? notKnown : known->second;
@@ -98,20 +89,6 @@ private:
         writeOutput(output, image, *raw, bands, type, uncertainty, mark, m_options.creationOptions);
         m_maskedPixels += applied.maskedPixels();
         ++m_done;
-    }
-
-    /// With what the plan knows and the file does not.
-    [[nodiscard]] InputImage completed(const PlannedImage& task, InputImage image) const {
-        if (image.cameraId != task.cameraId) {
-            throw Refusal("not the image that was planned: its camera is " +
-                          exif::cameraName(image.exif).toStdString());
-        }
-        const Project& project = m_plan.decisions.project;
-        complete(project.sensorMount, project.clipLimits, image);
-        if (!task.sunIrradiance.empty()) {
-            image.exif.sunIrradiance = task.sunIrradiance;
-        }
-        return image;
     }
 
     /// Text that changes when what is done to an image does.

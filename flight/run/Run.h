@@ -1,6 +1,7 @@
 #pragma once
 
 #include "flight/plan/Plan.h"
+#include "flight/run/PixelWatcher.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -25,6 +26,7 @@ struct RunOptions {
     bool overwrite = false;                   ///< outputs that are there already
     std::vector<std::string> creationOptions; ///< of GeoTIFF
     int jobs = 1;
+    PixelWatcher* watcher = nullptr; ///< sees images that are corrected; null = nobody does
 };
 
 /// What came of the images.
