@@ -61,7 +61,7 @@ function bandAt(nm, cameras) {
 }
 
 function sunlightTable(sunlight, cameras) {
-  const models = { fit: "fitted to the readings of this flight", physical: "clear-sky model, not measured", given: "given by the user" };
+  const models = { fit: "fitted to the readings of this flight", "clear sky": "that of a clear sky, not measured", overcast: "none under an overcast sky", physical: "clear-sky model, not measured", given: "given by the user" };
   const ordered = [...sunlight].sort((a, b) => a.wavelength_nm - b.wavelength_nm);
   return table([["Band"], ["Direct part of the light", true], ["Standard error", true], ["Where from"]], ordered.map((band) => [
     [bandAt(band.wavelength_nm, cameras), `${number(band.wavelength_nm)} nm`].filter(Boolean).join(", "),

@@ -75,9 +75,7 @@ private:
         const Applied applied = readAndCorrect(task, m_corrector, m_options.watcher, image, bands);
         const std::string type =
             image.exif.isThermal ? "thermal" : wordOf(m_plan.decisions.project.typeOf(image));
-        static const std::vector<BandUncertainty> notKnown;
-        const auto known = m_plan.uncertainties.find(image.cameraId);
-        const auto& uncertainty = known == m_plan.uncertainties.end() ? notKnown : known->second;
+        const std::vector<BandUncertainty>& uncertainty = uncertaintyOf(image.cameraId);
         m_records.addDone({task.output,
                            type,
                            image,
@@ -91,13 +89,23 @@ private:
         ++m_done;
     }
 
-    /// Text that changes when what is done to an image does.
+    /// Text that changes when what is done to an image, or said of it, does.
     [[nodiscard]] std::string settingsOf(const PlannedImage& task) const {
         std::string text = m_plan.decisions.fingerprint(task.cameraId);
         for (const double reading : task.sunIrradiance) {
             text += " " + exactText(reading);
         }
+        for (const BandUncertainty& band : uncertaintyOf(task.cameraId)) {
+            text += " " + exactText(band.of(UncertaintyTerm::Kind::Systematic)) + " " +
+                    exactText(band.of(UncertaintyTerm::Kind::Random));
+        }
         return text;
+    }
+
+    [[nodiscard]] const std::vector<BandUncertainty>& uncertaintyOf(std::uint64_t camera) const {
+        static const std::vector<BandUncertainty> notKnown;
+        const auto known = m_plan.uncertainties.find(camera);
+        return known == m_plan.uncertainties.end() ? notKnown : known->second;
     }
 
     const Plan& m_plan;
