@@ -86,18 +86,20 @@ function uncertaintyTable(rows) {
   ]), "Relative standard uncertainties of the corrected values.");
 }
 
-const kTermKinds = { pixel: "of one pixel" };
+const kTermKinds = { pixel: "not counted above" };
 
-/** Bands of the same terms share a list, which opens on demand. */
-function termLists(rows) {
-  const lists = new Map();
-  rows.filter((row) => row.terms.length > 0).forEach((row) => {
-    const key = JSON.stringify(row.terms);
-    lists.set(key, [...(lists.get(key) || []), row]);
-  });
-  return [...lists.values()].map((alike) => el("details", {},
-    el("summary", {}, lists.size === 1 ? "The terms" : `The terms of ${alike.map((row) => row.band || row.camera).join(", ")}`),
-    el("ul", {}, alike[0].terms.map((term) => el("li", {}, `${[term.name || "a term without a name", kTermKinds[term.kind] || term.kind].filter(Boolean).join(", ")}: ${percent(term.value)}`)))));
+/** The terms of all bands, each once with its values; opens on demand. */
+function termList(rows) {
+  const terms = new Map(); // name and kind: [band, value]
+  rows.forEach((row) => row.terms.forEach((term) => {
+    const key = [term.name || "a term without a name", kTermKinds[term.kind] || term.kind].filter(Boolean).join(", ");
+    terms.set(key, [...(terms.get(key) || []), [row.band || row.camera, percent(term.value)]]);
+  }));
+  if (terms.size === 0) return null;
+  return el("details", {}, el("summary", {}, "The terms"), el("ul", {}, [...terms].map(([key, values]) => {
+    const isOfAll = values.length === rows.length && values.every(([, value]) => value === values[0][1]);
+    return el("li", {}, `${key}: ${isOfAll ? values[0][1] : values.map(([band, value]) => `${band} ${value}`).join(", ")}`);
+  })));
 }
 
 /** A section with these parts, shown. */
@@ -118,7 +120,7 @@ function fillEvidence() {
   }
   if (uncertainty.length > 0) {
     const missing = sentences(uncertainty, (row) => row.not_included);
-    fill("uncertainty", uncertaintyTable(uncertainty), termLists(uncertainty),
+    fill("uncertainty", uncertaintyTable(uncertainty), termList(uncertainty),
       missing.length > 0 ? [el("h3", {}, "Not included"), el("ul", { class: "plain" }, missing.map((text) => el("li", {}, text)))] : null);
   }
 }
