@@ -1,5 +1,7 @@
 #include "flight/report/RunFiles.h"
 
+#include "flight/json/Json.h"
+#include "flight/overlap/OverlapResult.h"
 #include "flight/plan/PlanFile.h"
 
 #include <cmath>
@@ -12,9 +14,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using nlohmann::json;
-
-/// Name of the file of overlaps in an output folder.
-constexpr auto kOverlapsFile = "overlaps.json";
 
 using IndexByPath = std::unordered_map<std::string, std::size_t>;
 
@@ -34,21 +33,6 @@ IndexByPath takeImages(const Plan& plan, RunFiles& run) {
         }
     }
     return byPath;
-}
-
-/// No run needs what only explains, so that the plan's reader does not look at it.
-void takeExplanations(const std::string& file, RunFiles& run) {
-    const json document(readJson(file));
-    for (const char* key : {"light", "witnesses"}) {
-        if (document.contains(key)) {
-            run.plan[key] = document[key];
-        }
-    }
-    for (std::size_t c = 0; c < run.plan["cameras"].size(); ++c) {
-        if (const json& camera = document["cameras"][c]; camera.contains("uncertainty")) {
-            run.plan["cameras"][c]["uncertainty"] = camera["uncertainty"];
-        }
-    }
 }
 
 /// A page is worth having without them.
@@ -95,8 +79,7 @@ RunFiles readRunFiles(const fs::path& folder) {
         run.plan = json(headJson(plan));
         return takeImages(plan, run);
     }();
-    takeExplanations((folder / kPlanFile).string(), run);
-    takeOverlaps(folder / kOverlapsFile, run);
+    takeOverlaps(folder / kOverlapFile, run);
     for (const fs::path& file : recordFiles(folder)) {
         run.damagedLines += readRecords(file, [&](ReadRecord record) {
             const auto found = byPath.find(record.path);
