@@ -113,7 +113,7 @@ Eigen::Vector2d moveBetween(const Station& first, const Station& second) {
 
 void addPairs(const Siblings& rig,
               const Captures& captures,
-              std::vector<Pair> pairs,
+              const std::vector<Pair>& pairs,
               Choice& choice) {
     for (std::size_t c = 0; c < rig.cameras.size(); ++c) {
         std::map<std::size_t, std::size_t> known; // places in the choice, by capture

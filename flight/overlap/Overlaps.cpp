@@ -27,8 +27,7 @@ BandImage smallCopyOf(const BandImage& bands) {
 } // namespace
 
 std::size_t Overlaps::pairsBesides(const Plan& plan) {
-    // A pair takes as long as correcting some 200,000 pixels, and may take a 30th of the time.
-    constexpr double kPixelsPerPair = 6e6;
+    constexpr double kPixelsPerPair = 12e6; // which take some 100 ms, and a pair some 3 ms
     constexpr std::size_t kFewest = 40;
     double pixels = 0.0;
     for (const PlannedCamera& camera : plan.cameras) {

@@ -124,21 +124,25 @@ Eigen::Index reduction(Eigen::Index width) {
 }
 
 BandMatrix reduced(const BandMatrix& values, Eigen::Index times) {
+    constexpr Eigen::Index kRowsRead = 4;
     constexpr float kValidShare = 0.9F;
-    const float enough = kValidShare * static_cast<float>(times * times);
+    const Eigen::Index every = std::max<Eigen::Index>(1, times / kRowsRead);
     BandMatrix result(values.rows() / times, values.cols() / times);
     Eigen::ArrayXf sums(values.cols());
     Eigen::ArrayXf counts(values.cols());
     for (Eigen::Index row = 0; row < result.rows(); ++row) {
         sums.setZero();
         counts.setZero();
-        for (Eigen::Index y = row * times; y < (row + 1) * times; ++y) {
+        float rowsRead = 0.0F;
+        for (Eigen::Index y = row * times; y < (row + 1) * times; y += every) {
             addRow(values.row(y).data(), values.cols(), sums.data(), counts.data());
+            rowsRead += 1.0F;
         }
         for (Eigen::Index column = 0; column < result.cols(); ++column) {
             const float count = counts.segment(column * times, times).sum();
-            result(row, column) =
-                count >= enough ? sums.segment(column * times, times).sum() / count : kNan;
+            result(row, column) = count >= kValidShare * rowsRead * static_cast<float>(times)
+                                      ? sums.segment(column * times, times).sum() / count
+                                      : kNan;
         }
     }
     return result;

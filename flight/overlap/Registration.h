@@ -16,8 +16,8 @@
 
 namespace tessik::flight {
 
-/// A band at about kReducedWidth columns: means of squares of pixels. Squares of which more than a
-/// tenth has no valid value are NaN.
+/// A band at about kReducedWidth columns: means of squares of pixels, of large ones of some of
+/// their rows. Squares of which more than a tenth has no valid value are NaN.
 /// @param values rows x columns; NaN, or not above kNoData = not valid
 /// @param times how many pixels a square is wide
 BandMatrix reduced(const BandMatrix& values, Eigen::Index times);
