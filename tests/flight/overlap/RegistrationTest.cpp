@@ -104,7 +104,7 @@ INSTANTIATE_TEST_SUITE_P(Views,
                                          View{"turnNotExact", 8.0, {10.0, 22.0}, 6.5},
                                          View{"opposite", 180.0, {58.0, 6.0}, 180.0},
                                          View{"atRightAngles", 90.0, {12.0, -17.0}, 90.0}),
-                         [](const auto& info) { return info.param.name; });
+                         [](const auto& view) { return view.param.name; });
 
 TEST(Registration, positionsHelpToFindALittleCommonGround) {
     const Ground ground(5);

@@ -1,3 +1,4 @@
+#include "flight/target/Sensitivity.h"
 #include "flight/target/Witnesses.h"
 
 #include <gmock/gmock.h>
