@@ -108,6 +108,68 @@ void forEachPair(const std::vector<double>& times, std::size_t lag, const Work& 
     }
 }
 
+/// One solution, from a start.
+/// @param deviation of a difference, beyond which it counts less and less
+MountFit solveMount(const std::vector<double>& times,
+                    const std::vector<double>& logarithms,
+                    const SensorViews& views,
+                    double direct,
+                    const std::vector<bool>& isSunlit,
+                    double deviation,
+                    const MountFit& start) {
+    constexpr double kExpectedLean = 3.0 * kDegree;
+    constexpr double kExpectedShift = 0.1;
+    constexpr double kLargestFraction = 0.97;
+    MountFit fit = start;
+    std::array<double, 2> lean = {start.lean.forward, start.lean.right};
+    ceres::Problem problem;
+    std::size_t count = 0;
+    for (const std::size_t lag : kLags) {
+        forEachPair(times, lag, [&](std::size_t i, std::size_t j) {
+            const double difference = logarithms[j] - logarithms[i];
+            if (!views[i] || !views[j] || !isSunlit[i] || !isSunlit[j] ||
+                !std::isfinite(difference)) {
+                return;
+            }
+            // Each capture is in eight pairs, which tell little more than one.
+            constexpr double kPairsPerCapture = 8.0;
+            problem.AddResidualBlock(
+                new ceres::AutoDiffCostFunction<MountResidual, 1, 2, 1>(
+                    new MountResidual(*views[i], *views[j], difference, direct)),
+                new ceres::ScaledLoss(new ceres::CauchyLoss(deviation),
+                                      1.0 / (kPairsPerCapture * deviation * deviation),
+                                      ceres::TAKE_OWNERSHIP),
+                lean.data(),
+                &fit.fractionShift);
+            ++count;
+        });
+    }
+    constexpr std::size_t kFewest = 40;
+    if (count < kFewest) {
+        return {};
+    }
+    problem.AddResidualBlock(
+        new ceres::AutoDiffCostFunction<Expected<2>, 2, 2>(new Expected<2>(kExpectedLean)),
+        nullptr,
+        lean.data());
+    problem.AddResidualBlock(
+        new ceres::AutoDiffCostFunction<Expected<1>, 1, 1>(new Expected<1>(kExpectedShift)),
+        nullptr,
+        &fit.fractionShift);
+    problem.SetParameterLowerBound(&fit.fractionShift, 0, -direct);
+    problem.SetParameterUpperBound(&fit.fractionShift, 0, std::max(0.0, kLargestFraction - direct));
+    ceres::Solver::Options options;
+    options.logging_type = ceres::SILENT;
+    ceres::Solver::Summary summary;
+    ceres::Solve(options, &problem, &summary);
+    constexpr double kLargestLean = 15.0 * kDegree;
+    if (!summary.IsSolutionUsable() || std::hypot(lean[0], lean[1]) > kLargestLean) {
+        return {};
+    }
+    fit.lean = {lean[0], lean[1]};
+    return fit;
+}
+
 } // namespace
 
 double receivedShare(const SensorView& view, const Lean& lean, double d) {
@@ -184,60 +246,20 @@ MountFit fitMount(const std::vector<double>& times,
                   const SensorViews& views,
                   double direct,
                   const std::vector<bool>& isSunlit) {
-    constexpr double kExpectedLean = 3.0 * kDegree;
-    constexpr double kExpectedShift = 0.1;
-    constexpr double kLargestFraction = 0.97;
-    constexpr double kLeastDeviation = 0.003; // of a difference; nothing is read more exactly
-    const double jitter = jitterOf(times, logarithms, kLongestLag);
-    const double deviation =
-        std::max(kLeastDeviation, 1.5 * (std::isfinite(jitter) ? jitter : 0.0));
+    constexpr double kLeastDeviation = 0.004; // nothing is read more exactly
+    std::vector<double> levelled;
+    for (std::size_t i = 0; i < times.size(); ++i) {
+        levelled.push_back(views[i] ? logarithms[i] + std::log(levelShare(*views[i], direct) /
+                                                               receivedShare(*views[i], {}, direct))
+                                    : logarithms[i]);
+    }
+    const double jitter = jitterOf(times, levelled, kLongestLag);
+    const double deviation = std::isfinite(jitter) ? std::max(kLeastDeviation, 1.5 * jitter) : 0.02;
+    // What lies far off at first may come near.
     MountFit fit;
-    std::array<double, 2> lean = {0.0, 0.0};
-    ceres::Problem problem;
-    std::size_t count = 0;
-    for (const std::size_t lag : kLags) {
-        forEachPair(times, lag, [&](std::size_t i, std::size_t j) {
-            const double difference = logarithms[j] - logarithms[i];
-            if (!views[i] || !views[j] || !isSunlit[i] || !isSunlit[j] ||
-                !std::isfinite(difference)) {
-                return;
-            }
-            // Each capture is in eight pairs, which tell little more than one.
-            constexpr double kPairsPerCapture = 8.0;
-            problem.AddResidualBlock(
-                new ceres::AutoDiffCostFunction<MountResidual, 1, 2, 1>(
-                    new MountResidual(*views[i], *views[j], difference, direct)),
-                new ceres::ScaledLoss(new ceres::CauchyLoss(deviation),
-                                      1.0 / (kPairsPerCapture * deviation * deviation),
-                                      ceres::TAKE_OWNERSHIP),
-                lean.data(),
-                &fit.fractionShift);
-            ++count;
-        });
+    for (const double width : {4.0 * deviation, deviation}) {
+        fit = solveMount(times, logarithms, views, direct, isSunlit, width, fit);
     }
-    constexpr std::size_t kFewest = 40;
-    if (count < kFewest) {
-        return {};
-    }
-    problem.AddResidualBlock(
-        new ceres::AutoDiffCostFunction<Expected<2>, 2, 2>(new Expected<2>(kExpectedLean)),
-        nullptr,
-        lean.data());
-    problem.AddResidualBlock(
-        new ceres::AutoDiffCostFunction<Expected<1>, 1, 1>(new Expected<1>(kExpectedShift)),
-        nullptr,
-        &fit.fractionShift);
-    problem.SetParameterLowerBound(&fit.fractionShift, 0, -direct);
-    problem.SetParameterUpperBound(&fit.fractionShift, 0, std::max(0.0, kLargestFraction - direct));
-    ceres::Solver::Options options;
-    options.logging_type = ceres::SILENT;
-    ceres::Solver::Summary summary;
-    ceres::Solve(options, &problem, &summary);
-    constexpr double kLargestLean = 15.0 * kDegree;
-    if (!summary.IsSolutionUsable() || std::hypot(lean[0], lean[1]) > kLargestLean) {
-        return {};
-    }
-    fit.lean = {lean[0], lean[1]};
     return fit;
 }
 

@@ -213,8 +213,9 @@ void readLight(const JsonReader& json, Plan& plan) {
         for (const JsonReader& camera : rig["cameras"].items()) {
             light.cameras.push_back(camera.id());
         }
-        light.sky = {
-            skyStateOf(rig["state"].text()), rig["reason"].text(), textOrEmpty(rig["refusal"])};
+        light.sky = {skyStateOf(rig["state"].text()),
+                     rig["reason"].text(),
+                     rig.has("refusal") ? textOrEmpty(rig["refusal"]) : ""};
         light.type = typeOf(rig["correction_type"].text())
                          .value_or(radiometry::CorrectionType::NoCorrection);
         light.typeReason = rig["type_reason"].text();

@@ -470,6 +470,9 @@ Verdict judge(const std::vector<Witness>& bands) {
     const double both =
         median(valuesOf(bands, [](const Witness& band) { return band.panelToSensor(); }));
     Verdict verdict;
+    if (both >= kLeastAgreement && both <= kMostAgreement) {
+        return verdict; // the sky is known less well than that
+    }
     if (!panels.empty()) {
         const auto [least, most] = std::minmax_element(panels.begin(), panels.end());
         verdict.contradictsPanel = *least > kMostAgreement && *most / *least < kAlike;
@@ -489,8 +492,7 @@ Verdict judge(const std::vector<Witness>& bands) {
                             " of a clear sky's light, and less at long wavelengths: it was shaded "
                             "and misses direct light");
     }
-    const bool disagree = both < kLeastAgreement || both > kMostAgreement;
-    if (disagree && sentences.empty()) {
+    if (std::isfinite(both) && sentences.empty()) {
         const std::string text =
             "the panel has " + percentOf(both) + " of the light that the light sensor reads";
         if (saysOvercast) {

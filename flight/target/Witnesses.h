@@ -52,7 +52,8 @@ struct Verdict {
 /// The rules. Ratios are one a band, in order of wavelength; a band of which a witness says nothing
 /// is left out.
 ///
-/// 1. Panel over sensor between 0.85 and 1.15 (median of the bands): they agree.
+/// 1. Panel over sensor between 0.85 and 1.15 (median of the bands): they agree, and nothing is said
+///    against either; the sky is known less well than that.
 /// 2. A panel that has more than 1.15 of a clear sky's light, in all bands alike (within 25 %), was
 ///    tilted to the sun: no sky gives level ground so much.
 /// 3. A sensor below the panel, or below 0.9 of a clear sky, that falls behind by 8 % or more from

@@ -12,7 +12,6 @@
 namespace tessik::flight {
 namespace {
 
-using radiometry::CorrectionType;
 using testing::HasSubstr;
 
 /// Plans a RedEdge flight of 48 captures, with a panel before and after it.
@@ -80,7 +79,9 @@ TEST(FaultyLight, underOtherSkiesTheReadingsSaySo) {
     const test::TemporaryFolder overcast;
     const Plan plan = planOf(overcast, simulate::Sky::Overcast, {}, LightChoice::Raw);
     EXPECT_EQ(lightOf(plan).sky.state, SkyState::Overcast);
-    EXPECT_EQ(lightOf(plan).type, CorrectionType::CameraAndSunIrradiance);
+    for (const auto& [band, fraction] : plan.decisions.project.sunlight.fractions) {
+        EXPECT_EQ(fraction, 0.0);
+    }
     EXPECT_FALSE(lightOf(plan).isSteady);
     EXPECT_TRUE(plan.images.front().sunIrradiance.empty());
 }

@@ -91,7 +91,7 @@ TEST_F(Records, comeBackAsTheyWereWritten) {
     applied.sun = {40.0, 120.0, 5.0};
     {
         RecordFile records(file, false);
-        records.addDone({"a.tif", "camera", image, applied, sensitivity, {}, {}});
+        records.addDone({"a.tif", "camera", image, applied, sensitivity, {1.25}, {}});
     }
     std::vector<ReadRecord> read;
     EXPECT_EQ(readRecords(file, [&](ReadRecord one) { read.push_back(std::move(one)); }), 0U);
