@@ -131,14 +131,12 @@ RigType TypeChoice::choose(const Rig& rig, const LightSeries& series) {
     std::string compared = std::string(wayOf(kAsRead)) + " " + percent(best.unsteadiness);
     for (const CorrectionType type : supported) {
         constexpr double kAbout = 1.05;
-        constexpr double kClearly = 0.8;
         const Candidate next = candidate(type, series, rig, isOvercast);
         if (!std::isfinite(next.unsteadiness)) {
             continue;
         }
         compared.append(", ").append(wayOf(type)).append(" ").append(percent(next.unsteadiness));
-        if (next.unsteadiness < (isOvercast ? kClearly : kAbout) * best.unsteadiness ||
-            !std::isfinite(best.unsteadiness)) {
+        if (next.unsteadiness < kAbout * best.unsteadiness || !std::isfinite(best.unsteadiness)) {
             best = next;
         }
     }

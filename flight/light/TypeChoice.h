@@ -24,11 +24,9 @@ struct RigType {
 /// 1. What can be chosen is what the metadata of all its images carry: the reading as it is, or
 ///    levelled by the sensor's mount on the camera or by its own pose. Readings that the maker has
 ///    levelled are not levelled again.
-/// 2. Under an overcast sky a sensor's tilt hardly matters: the reading as it is, unless a levelled
-///    one is clearly steadier.
-/// 3. Else the one whose level light differs least between neighbouring captures; of those that
+/// 2. The one whose level light differs least between neighbouring captures; of those that
 ///    differ by less than 5 %, the richer one.
-/// 4. With fewer than 12 captures there is nothing to compare: the richest that every image's
+/// 3. With fewer than 12 captures there is nothing to compare: the richest that every image's
 ///    metadata support by the library's rule.
 class TypeChoice {
 public:

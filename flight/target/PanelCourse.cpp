@@ -24,7 +24,7 @@ struct PanelGroup {
 std::vector<PanelGroup> groupsOf(std::uint64_t camera,
                                  const Flight& flight,
                                  const Project& project,
-                                 const radiometry::TargetCalibration& measured) {
+                                 const RigCalibration& measured) {
     constexpr double kTogether = 120.0; // s
     std::vector<PanelGroup> singles;
     for (const MeasuredTarget& target : measured.targets) {
@@ -32,7 +32,7 @@ std::vector<PanelGroup> groupsOf(std::uint64_t camera,
             const InputImage& image = flight.images[target.imageIndex];
             singles.push_back({image.geo.captureTime,
                                target.target.sensitivity,
-                               panelError(image, target, project)});
+                               panelError(image, target, project, measured.witnesses)});
         }
     }
     std::sort(singles.begin(), singles.end(), [](const auto& a, const auto& b) {
@@ -98,7 +98,7 @@ std::vector<double> weightedMean(const std::vector<PanelGroup>& groups) {
 
 void followPanels(const Flight& flight,
                   const Project& project,
-                  const radiometry::TargetCalibration& measured,
+                  const RigCalibration& measured,
                   SensitivityByCamera& sensitivities) {
     constexpr double kBeyondErrors = 2.0;
     for (const Rig& rig : project.rigs) {

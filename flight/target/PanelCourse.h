@@ -1,8 +1,8 @@
 #pragma once
 
 #include "flight/light/Project.h"
+#include "flight/target/RigTargets.h"
 #include "flight/target/Sensitivity.h"
-#include "radiometry/calibrationTarget/TargetCalibration.h"
 
 namespace tessik::flight {
 
@@ -15,7 +15,7 @@ namespace tessik::flight {
 /// @param sensitivities of the cameras that have one by these panels; they are changed
 void followPanels(const Flight& flight,
                   const Project& project,
-                  const radiometry::TargetCalibration& measured,
+                  const RigCalibration& measured,
                   SensitivityByCamera& sensitivities);
 
 } // namespace tessik::flight

@@ -15,6 +15,11 @@ constexpr double kStatedReflectance = 0.02;
 /// Of the light that falls on a panel beside that on the sensor: a panel is level within a degree
 /// or two, and the person beside both takes a little of the sky.
 constexpr double kLightBeside = 0.008;
+/// The same between clouds, where the light changes within metres and seconds.
+constexpr double kLightBetweenClouds = 0.02;
+/// Of light that was read a minute or more before or after the panel, and between clouds.
+constexpr double kLightAtOtherTime = 0.03;
+constexpr double kOtherLightBetweenClouds = 0.05;
 
 double median(std::vector<double> values) {
     values.erase(std::remove_if(values.begin(),
@@ -63,6 +68,19 @@ double errorAt(const RigLight& light, std::uint64_t camera, double time) {
     return 0.0;
 }
 
+double besideError(const RigLight* light, bool isTied) {
+    const bool hasClouds = light != nullptr && light->sky.state == SkyState::Broken;
+    return isTied ? (hasClouds ? kOtherLightBetweenClouds : kLightAtOtherTime)
+                  : (hasClouds ? kLightBetweenClouds : kLightBeside);
+}
+
+bool isTied(const MeasuredTarget& target, const std::vector<Witness>& witnesses) {
+    const std::string path = target.imagePath.toStdString();
+    return std::any_of(witnesses.begin(), witnesses.end(), [&path](const Witness& witness) {
+        return witness.isTied && witness.path == path;
+    });
+}
+
 double largestSpread(const MeasuredTarget& target) {
     double spread = 0.0;
     for (std::size_t b = 0; b < target.mean.size(); ++b) {
@@ -84,14 +102,15 @@ PanelTerms panelTerms(std::uint64_t camera,
                       std::size_t band,
                       const Flight& flight,
                       const Project& project,
-                      const radiometry::TargetCalibration& measured) {
+                      const RigCalibration& measured) {
     PanelTerms terms;
     for (const MeasuredTarget& target : measured.targets) {
         if (!target.isUsed || target.cameraId != camera || band >= target.mean.size()) {
             continue;
         }
         terms.count += 1.0;
-        const double light = panelError(flight.images[target.imageIndex], target, project);
+        const double light =
+            panelError(flight.images[target.imageIndex], target, project, measured.witnesses);
         terms.light += light * light;
         terms.spread = std::max(terms.spread, target.standardDeviation[band] / target.mean[band]);
         terms.least = std::min(terms.least, target.target.sensitivity[band]);
@@ -150,18 +169,22 @@ void addFraction(const RigLight* light,
 
 } // namespace
 
-double panelError(const InputImage& image, const MeasuredTarget& target, const Project& project) {
+double panelError(const InputImage& image,
+                  const MeasuredTarget& target,
+                  const Project& project,
+                  const std::vector<Witness>& witnesses) {
     constexpr double kOfMean = 0.1; // what of a panel's spread remains in the mean of its surface
     const RigLight* light = lightOf(target.cameraId, project);
     const double reading =
         light == nullptr ? 0.0 : errorAt(*light, target.cameraId, image.geo.captureTime);
     const double spread = kOfMean * largestSpread(target);
-    return std::sqrt(kLightBeside * kLightBeside + reading * reading + spread * spread);
+    const double beside = besideError(light, isTied(target, witnesses));
+    return std::sqrt(beside * beside + reading * reading + spread * spread);
 }
 
 UncertaintyByCamera uncertaintiesOf(const Flight& flight,
                                     const Project& project,
-                                    const radiometry::TargetCalibration& measured,
+                                    const RigCalibration& measured,
                                     const SensitivityByCamera& sensitivities) {
     UncertaintyByCamera all;
     for (const auto& [camera, sensitivity] : sensitivities) {

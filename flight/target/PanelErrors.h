@@ -4,8 +4,8 @@
 /// How far off a reflectance may be, term by term. docs/light.md says where each number comes from.
 
 #include "flight/light/Project.h"
+#include "flight/target/RigTargets.h"
 #include "flight/target/Sensitivity.h"
-#include "radiometry/calibrationTarget/TargetCalibration.h"
 
 #include <map>
 #include <vector>
@@ -14,9 +14,11 @@ namespace tessik::flight {
 
 /// Relative standard error of what one panel says, without that of its stated reflectance, which
 /// panels of a flight share: the light beside it, and its own spread.
+/// @param witnesses of the panels: they say which ones are tied to the light in flight
 double panelError(const InputImage& image,
                   const radiometry::MeasuredTarget& target,
-                  const Project& project);
+                  const Project& project,
+                  const std::vector<Witness>& witnesses);
 
 using UncertaintyByCamera = std::map<std::uint64_t, std::vector<BandUncertainty>>;
 
@@ -24,7 +26,7 @@ using UncertaintyByCamera = std::map<std::uint64_t, std::vector<BandUncertainty>
 /// @param measured in the images of `flight`
 UncertaintyByCamera uncertaintiesOf(const Flight& flight,
                                     const Project& project,
-                                    const radiometry::TargetCalibration& measured,
+                                    const RigCalibration& measured,
                                     const SensitivityByCamera& sensitivities);
 
 } // namespace tessik::flight

@@ -274,6 +274,9 @@ private:
             if (isShaded(verdict, capture, *light, nearby)) {
                 tie(*light, nearby, capture);
                 capture.isSettled = true;
+                for (Witness& band : capture.bands) {
+                    band.isTied = true;
+                }
                 text += (text.empty() ? "the light sensor read less than in flight; " : "; ") +
                         std::string("the panel is tied to the light of the captures next to it");
             } else if (isReplaceable(verdict, *light, nearby) && hasMakerConstants(capture)) {
@@ -437,6 +440,7 @@ Json toJson(const Witness& witness) {
             {"sensor_ratio", orNull(std::optional(witness.sensorRatio()))},
             {"panel_ratio", orNull(std::optional(witness.panelRatio()))},
             {"panel_to_sensor", orNull(std::optional(witness.panelToSensor()))},
+            {"is_tied", witness.isTied},
             {"verdict", witness.verdict}};
 }
 
@@ -456,6 +460,7 @@ Witness witnessOf(const JsonReader& json) {
     witness.sensor = number("sensor");
     witness.panel = number("panel");
     witness.isAbsolute = json["is_absolute"].flag();
+    witness.isTied = json.has("is_tied") && json["is_tied"].flag();
     witness.verdict = json["verdict"].text();
     return witness;
 }

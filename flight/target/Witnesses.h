@@ -30,6 +30,8 @@ struct Witness {
     double panel = std::numeric_limits<double>::quiet_NaN();
     /// The sensor's unit is W/m2/nm.
     bool isAbsolute = false;
+    /// The panel is tied to the light in flight, because the sensor was shaded beside it.
+    bool isTied = false;
     std::string verdict; ///< a sentence for people; empty = the witnesses agree
 
     /// To the clear sky; NaN where either is not known.
@@ -52,7 +54,8 @@ struct Verdict {
 /// The rules. Ratios are one a band, in order of wavelength; a band of which a witness says nothing
 /// is left out.
 ///
-/// 1. Panel over sensor between 0.85 and 1.15 (median of the bands): they agree, and nothing is said
+/// 1. Panel over sensor between 0.85 and 1.15 (median of the bands): they agree, and nothing is
+/// said
 ///    against either; the sky is known less well than that.
 /// 2. A panel that has more than 1.15 of a clear sky's light, in all bands alike (within 25 %), was
 ///    tilted to the sun: no sky gives level ground so much.
