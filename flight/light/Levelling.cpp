@@ -124,10 +124,12 @@ MountFit solveMount(const std::vector<double>& times,
     std::array<double, 2> lean = {start.lean.forward, start.lean.right};
     ceres::Problem problem;
     std::size_t count = 0;
+    // More pairs than these tell no more of three numbers.
+    const std::size_t stride = 1 + times.size() / 4000;
     for (const std::size_t lag : kLags) {
         forEachPair(times, lag, [&](std::size_t i, std::size_t j) {
             const double difference = logarithms[j] - logarithms[i];
-            if (!views[i] || !views[j] || !isSunlit[i] || !isSunlit[j] ||
+            if (i % stride != 0 || !views[i] || !views[j] || !isSunlit[i] || !isSunlit[j] ||
                 !std::isfinite(difference)) {
                 return;
             }

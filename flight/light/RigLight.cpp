@@ -1,5 +1,6 @@
 #include "flight/light/RigLight.h"
 
+#include "flight/json/CorrectionWords.h"
 #include "flight/light/Smoothing.h"
 
 #include <Eigen/QR>
@@ -268,6 +269,19 @@ SkyVerdict skyOf(const LightSeries& series, const SensorViews& views) {
     return {light.middle < kOvercast ? SkyState::Overcast : SkyState::Clear, share, {}};
 }
 
+SkyVerdict skyOver(const LightSeries& series,
+                   const Flight& flight,
+                   const geo::ProjectCoordinateSystems& systems) {
+    for (const radiometry::CorrectionType type :
+         {kSunAngleAbsolute, radiometry::CorrectionType::CameraSunIrradianceAndSunAngle}) {
+        const SensorViews views = viewsOf(series, flight, type, systems);
+        if (std::any_of(views.begin(), views.end(), [](const auto& view) { return view; })) {
+            return skyOf(series, views);
+        }
+    }
+    return skyOf(series, SensorViews(series.captures.size()));
+}
+
 RigLight lightOf(LightSeries series,
                  const Flight& flight,
                  radiometry::CorrectionType type,
@@ -282,13 +296,13 @@ RigLight lightOf(LightSeries series,
     const Eigen::ArrayXd fractions = fractionsOf(series, sunlight.fractions);
     const bool isFitted = sunlight.model == "fit";
     const bool isLevelled = doSunAngleCorrection(type) && fractions.isFinite().all();
-    SensorViews views;
+    SensorViews views(series.captures.size());
     light.levelling = Eigen::ArrayXXd::Ones(readings.rows(), readings.cols());
     if (isLevelled) {
         views = viewsOf(series, flight, type, systems);
         light.levelling = levellingLogarithms(views, fractions, {}).exp();
     }
-    light.sky = skyOf(series, views);
+    light.sky = skyOver(series, flight, systems);
     if (light.sky.state == SkyState::Unknown && light.sky.refusal.empty() && isLevelled &&
         isFitted) {
         constexpr double kSunny = 0.4;

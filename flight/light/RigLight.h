@@ -39,8 +39,13 @@ struct SkyVerdict {
 /// By rules that docs/light.md explains. Readings in W/m2/nm are compared with the clear sky, and
 /// refused where they are more than twice as much, which only a wrong unit explains; others tell of
 /// passing clouds only.
-/// @param views by the sensor's best known pose; all absent = none is known
+/// @param views by the sensor's best known pose, one a capture; all absent = none is known
 SkyVerdict skyOf(const LightSeries& series, const SensorViews& views);
+
+/// The state of the sky over a rig's captures, by the best pose of the sensor that is known.
+SkyVerdict skyOver(const LightSeries& series,
+                   const Flight& flight,
+                   const geo::ProjectCoordinateSystems& systems);
 
 enum class LightChoice { Steady, Raw };
 

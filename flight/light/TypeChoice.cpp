@@ -38,18 +38,6 @@ std::string percent(double share) {
 
 } // namespace
 
-SkyVerdict skyOver(const LightSeries& series,
-                   const Flight& flight,
-                   const geo::ProjectCoordinateSystems& systems) {
-    for (const CorrectionType type : {kSunAngleAbsolute, kByMount}) {
-        const SensorViews views = viewsOf(series, flight, type, systems);
-        if (std::any_of(views.begin(), views.end(), [](const auto& view) { return view; })) {
-            return skyOf(series, views);
-        }
-    }
-    return skyOf(series, SensorViews(series.captures.size()));
-}
-
 CorrectionType TypeChoice::guess(const Rig& rig) const {
     std::optional<CorrectionType> least;
     for (const InputImage& image : m_flight.images) {

@@ -55,9 +55,4 @@ private:
     const SunlightChoice& m_sunlight;
 };
 
-/// The state of the sky over a rig's captures, by the best pose of the sensor that is known.
-SkyVerdict skyOver(const LightSeries& series,
-                   const Flight& flight,
-                   const geo::ProjectCoordinateSystems& systems);
-
 } // namespace tessik::flight
