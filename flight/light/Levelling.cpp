@@ -2,6 +2,7 @@
 
 #include "flight/light/Smoothing.h"
 #include "platform/math/Angle.h"
+#include "platform/math/Quantile.h"
 
 #include <ceres/autodiff_cost_function.h>
 #include <ceres/loss_function.h>
@@ -12,6 +13,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace tessik::flight {
 namespace {
@@ -91,12 +93,6 @@ public:
 private:
     double m_deviation;
 };
-
-double medianOf(std::vector<double>& values) {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
 
 /// Calls work(i, j) for neighbouring moments, lag by lag.
 template <typename Work>
@@ -204,7 +200,7 @@ std::vector<double> commonMode(const Eigen::ArrayXXd& logarithms) {
                 known.push_back(value);
             }
         }
-        medians[b] = known.empty() ? kNaN : medianOf(known);
+        medians[b] = median(std::move(known));
     }
     std::vector<double> mode;
     mode.reserve(static_cast<std::size_t>(logarithms.rows()));
@@ -236,7 +232,7 @@ double unsteadiness(const std::vector<double>& times, const std::vector<double>&
             }
         });
         if (differences.size() >= kFewest) {
-            sum += medianOf(differences);
+            sum += median(std::move(differences));
             count += 1.0;
         }
     }

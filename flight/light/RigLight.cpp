@@ -2,6 +2,7 @@
 
 #include "flight/json/CorrectionWords.h"
 #include "flight/light/Smoothing.h"
+#include "platform/math/Quantile.h"
 
 #include <Eigen/QR>
 #include <QtCore/QString>
@@ -30,26 +31,6 @@ std::vector<double> timesOf(const LightSeries& series) {
     return times;
 }
 
-/// The value below which a share of the values lies.
-double quantile(std::vector<double> values, double share) {
-    if (values.empty()) {
-        return kNaN;
-    }
-    const auto index =
-        static_cast<std::size_t>(std::lround(share * static_cast<double>(values.size() - 1)));
-    const auto place = values.begin() + static_cast<std::ptrdiff_t>(index);
-    std::nth_element(values.begin(), place, values.end());
-    return *place;
-}
-
-std::vector<double> finite(const std::vector<double>& values) {
-    std::vector<double> known;
-    std::copy_if(values.begin(), values.end(), std::back_inserter(known), [](double value) {
-        return std::isfinite(value);
-    });
-    return known;
-}
-
 /// What bands have in common at each capture: the mean of their logarithms.
 std::vector<double> meanOfBands(const Eigen::ArrayXXd& logarithms) {
     std::vector<double> means;
@@ -69,7 +50,7 @@ struct Distribution {
 };
 
 Distribution distributionOf(const Eigen::ArrayXXd& logarithms) {
-    const std::vector<double> known = finite(meanOfBands(logarithms));
+    const std::vector<double> known = meanOfBands(logarithms);
     return {std::exp(quantile(known, 0.5)), std::exp(quantile(known, 0.9) - quantile(known, 0.1))};
 }
 
@@ -83,7 +64,7 @@ Eigen::ArrayXd sunlitLevel(const Eigen::ArrayXXd& logarithms) {
     Eigen::ArrayXd levels(logarithms.cols());
     for (Eigen::Index b = 0; b < logarithms.cols(); ++b) {
         const auto column = logarithms.col(b);
-        levels[b] = quantile(finite({column.begin(), column.end()}), 0.75);
+        levels[b] = quantile({column.begin(), column.end()}, 0.75);
     }
     return levels;
 }
@@ -92,7 +73,7 @@ Eigen::ArrayXd sunlitLevel(const Eigen::ArrayXXd& logarithms) {
 std::vector<bool> sunlitCaptures(const Eigen::ArrayXXd& logarithms, bool hasClouds) {
     constexpr double kBelow = 0.20;
     const std::vector<double> light = meanOfBands(logarithms);
-    const double sunlit = quantile(finite(light), 0.75);
+    const double sunlit = quantile(light, 0.75);
     std::vector<bool> is;
     is.reserve(light.size());
     for (const double value : light) {

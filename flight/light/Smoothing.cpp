@@ -1,22 +1,19 @@
 #include "flight/light/Smoothing.h"
 
+#include "platform/math/Quantile.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <utility>
 
 namespace tessik::flight {
 namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kDeviationOfMedian = 1.4826; ///< of the normal distribution
-
-double medianOf(std::vector<double>& values) {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
 
 /// The moments that have a value.
 struct Known {
@@ -159,7 +156,8 @@ double jitterOf(const std::vector<double>& times, const std::vector<double>& val
         }
     }
     constexpr std::size_t kFewest = 8;
-    return differences.size() < kFewest ? kNaN : kDeviationOfMedian * medianOf(differences);
+    return differences.size() < kFewest ? kNaN
+                                        : kDeviationOfMedian * median(std::move(differences));
 }
 
 Smoothed smooth(const std::vector<double>& times,

@@ -1,5 +1,7 @@
 #include "flight/target/PanelErrors.h"
 
+#include "platform/math/Quantile.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -20,19 +22,6 @@ constexpr double kLightBetweenClouds = 0.02;
 /// Of light that was read a minute or more before or after the panel, and between clouds.
 constexpr double kLightAtOtherTime = 0.03;
 constexpr double kOtherLightBetweenClouds = 0.05;
-
-double median(std::vector<double> values) {
-    values.erase(std::remove_if(values.begin(),
-                                values.end(),
-                                [](double value) { return !std::isfinite(value); }),
-                 values.end());
-    if (values.empty()) {
-        return std::numeric_limits<double>::quiet_NaN();
-    }
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
 
 const RigLight* lightOf(std::uint64_t camera, const Project& project) {
     for (const RigLight& light : project.lights) {

@@ -2,6 +2,7 @@
 
 #include "flight/input/Pixels.h"
 #include "platform/math/Angle.h"
+#include "platform/math/Quantile.h"
 #include "radiometry/config/MakerSensitivity.h"
 
 #include <QtCore/QString>
@@ -25,25 +26,6 @@ constexpr double kOvercast = 0.55;
 
 double ratio(double a, double b) {
     return std::isfinite(a) && b > 0.0 ? a / b : kNaN;
-}
-
-/// The value below which a share of the known values lies; NaN where none is known.
-double quantile(std::vector<double> values, double share) {
-    values.erase(std::remove_if(values.begin(),
-                                values.end(),
-                                [](double value) { return !std::isfinite(value); }),
-                 values.end());
-    if (values.empty()) {
-        return kNaN;
-    }
-    const auto index = std::lround(share * static_cast<double>(values.size() - 1));
-    const auto place = values.begin() + static_cast<std::ptrdiff_t>(index);
-    std::nth_element(values.begin(), place, values.end());
-    return *place;
-}
-
-double median(std::vector<double> values) {
-    return quantile(std::move(values), 0.5);
 }
 
 template <typename Value>
