@@ -72,7 +72,7 @@ struct Plan {
     std::string type = "auto";
     std::string sunlight = "auto";
     std::string targetsAsked = "auto";
-    std::string light = "steady"; ///< or "raw"
+    std::string light = "steady";             ///< or "raw"
     std::filesystem::path sequoiaCalibration; ///< empty = no models
     std::vector<std::string> calibrationFrom; ///< images that lend their calibration
     /// To read the images with. Of a plan that was read without its models, without donors.

@@ -1,5 +1,6 @@
-#include "flight/target/Sensitivity.h"
 #include "flight/target/Witnesses.h"
+
+#include "flight/target/Sensitivity.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
