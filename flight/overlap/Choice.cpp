@@ -44,6 +44,7 @@ std::vector<Siblings> siblingsOf(const Plan& plan) {
         }
     }
     std::vector<Siblings> rigs;
+    rigs.reserve(byCount.size());
     for (auto& [count, rig] : byCount) {
         rigs.push_back(std::move(rig));
     }
