@@ -122,7 +122,7 @@ int calibrate(const Options& options, Terminal& terminal) {
     flight::Flight flight = readAndSay(options.flight, terminal, hasFailed);
     const flight::Project project = flight::decideProject(flight, options.project, terminal);
     flight::useLight(project.lights, flight);
-    const TargetCalibration result =
+    const flight::RigCalibration result =
         flight::calibrate(flight, project, options.stated, options.flight.jobs, terminal);
     print(result, flight, project);
     hasFailed = sayFailures(result, flight, terminal) > 0 || hasFailed;

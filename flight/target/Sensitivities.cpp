@@ -170,11 +170,11 @@ Sensitivities decideSensitivities(const Flight& flight,
     return std::move(decision).result();
 }
 
-radiometry::TargetCalibration calibrate(const Flight& flight,
-                                        const Project& project,
-                                        const StatedTarget& stated,
-                                        int jobs,
-                                        Observer& observer) {
+RigCalibration calibrate(const Flight& flight,
+                         const Project& project,
+                         const StatedTarget& stated,
+                         int jobs,
+                         Observer& observer) {
     verify(stated, flight.images);
     Detectors region;
     if (!stated.region.empty()) {

@@ -36,11 +36,11 @@ Sensitivities decideSensitivities(const Flight& flight,
 
 /// Measures the targets in all images of a flight.
 /// @throws std::runtime_error as verify
-radiometry::TargetCalibration calibrate(const Flight& flight,
-                                        const Project& project,
-                                        const StatedTarget& stated,
-                                        int jobs,
-                                        Observer& observer);
+RigCalibration calibrate(const Flight& flight,
+                         const Project& project,
+                         const StatedTarget& stated,
+                         int jobs,
+                         Observer& observer);
 
 /// What was measured, as a file holds it: the cameras that have a sensitivity.
 SensitivityFile sensitivityFile(const radiometry::TargetCalibration& result,

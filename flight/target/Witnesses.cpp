@@ -236,6 +236,7 @@ private:
         Eigen::ArrayXd result(light.used.cols());
         for (Eigen::Index b = 0; b < result.size(); ++b) {
             std::vector<double> values;
+            values.reserve(nearest.size());
             for (const auto& [distance, row] : nearest) {
                 values.push_back(
                     std::log(light.used(row, b) /
