@@ -2,7 +2,6 @@
 
 #include "flight/input/Pixels.h"
 #include "flight/target/PanelCourse.h"
-#include "flight/target/RigTargets.h"
 #include "platform/panel/Detectors.h"
 #include "radiometry/config/MakerSensitivity.h"
 

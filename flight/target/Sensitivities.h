@@ -2,6 +2,7 @@
 
 #include "flight/light/Project.h"
 #include "flight/target/PanelErrors.h"
+#include "flight/target/RigTargets.h"
 #include "flight/target/Sensitivity.h"
 #include "flight/target/SensitivityFile.h"
 #include "flight/target/StatedTarget.h"
