@@ -46,12 +46,36 @@ std::vector<double> meanOfBands(const Eigen::ArrayXXd& logarithms) {
 /// How the light of a flight is distributed: relative to the clear sky where that is known.
 struct Distribution {
     double middle = kNaN;
-    double spread = kNaN; ///< the ninth tenth over the first
+    double spread = kNaN; ///< the ninth tenth over the first, beside a slow drift
 };
 
-Distribution distributionOf(const Eigen::ArrayXXd& logarithms) {
+/// What is left of a course when its slow drift, a parabola, is taken off; NaN where it is.
+std::vector<double> withoutDrift(const std::vector<double>& times,
+                                 const std::vector<double>& values) {
+    const auto count = static_cast<Eigen::Index>(values.size());
+    const double span = std::max(1.0, times.back() - times.front());
+    Eigen::MatrixXd terms(count, 3);
+    Eigen::VectorXd known(count);
+    for (Eigen::Index i = 0; i < count; ++i) {
+        const auto index = static_cast<std::size_t>(i);
+        const double weight = std::isfinite(values[index]) ? 1.0 : 0.0;
+        const double x = (times[index] - times.front()) / span - 0.5;
+        terms.row(i) << weight, weight * x, weight * x * x;
+        known[i] = weight > 0.0 ? values[index] : 0.0;
+    }
+    const Eigen::VectorXd drift = terms * terms.colPivHouseholderQr().solve(known).eval();
+    std::vector<double> rest;
+    rest.reserve(values.size());
+    for (Eigen::Index i = 0; i < count; ++i) {
+        rest.push_back(values[static_cast<std::size_t>(i)] - drift[i]);
+    }
+    return rest;
+}
+
+Distribution distributionOf(const std::vector<double>& times, const Eigen::ArrayXXd& logarithms) {
     const std::vector<double> known = meanOfBands(logarithms);
-    return {std::exp(quantile(known, 0.5)), std::exp(quantile(known, 0.9) - quantile(known, 0.1))};
+    const std::vector<double> rest = withoutDrift(times, known);
+    return {std::exp(quantile(known, 0.5)), std::exp(quantile(rest, 0.9) - quantile(rest, 0.1))};
 }
 
 QString percent(double share) {
@@ -211,11 +235,13 @@ SkyVerdict skyOf(const LightSeries& series, const SensorViews& views) {
         return {SkyState::Unknown, "there is no light sensor", {}};
     }
     const Eigen::ArrayXXd readings = series.logarithms();
-    Distribution light = distributionOf(readings);
+    const std::vector<double> times = timesOf(series);
+    Distribution light = distributionOf(times, readings);
     // A tilted sensor varies under a clear sky, a levelled reading under an overcast one: the sky
     // is what varies least.
     const Eigen::ArrayXd clear = Eigen::ArrayXd::Constant(readings.cols(), kClearFraction);
-    const Distribution levelled = distributionOf(readings + levellingLogarithms(views, clear, {}));
+    const Distribution levelled =
+        distributionOf(times, readings + levellingLogarithms(views, clear, {}));
     if (levelled.spread < light.spread) {
         light = levelled;
     }
@@ -225,10 +251,10 @@ SkyVerdict skyOf(const LightSeries& series, const SensorViews& views) {
     const bool isRelative = series.isAbsolute && series.captures.front().clearSky.isFinite().all();
     constexpr double kImpossible = 2.0; // of the clear sky; the edge of a cloud adds a third
     if (isRelative && light.middle > kImpossible) {
-        const std::string times = QString::number(light.middle, 'g', 3).toStdString();
+        const std::string howMuch = QString::number(light.middle, 'g', 3).toStdString();
         return {SkyState::Unknown,
-                "the readings are " + times + " times the light of a clear sky",
-                "the light sensor reads " + times +
+                "the readings are " + howMuch + " times the light of a clear sky",
+                "the light sensor reads " + howMuch +
                     " times the light of a clear sky, so its unit, the time or the place is not "
                     "what the metadata say; --type camera corrects without it"};
     }
