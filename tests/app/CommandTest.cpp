@@ -161,8 +161,9 @@ TEST(CorrectCommand, eachLevelIsClearlyBetterWhenTheLightChangesAndTheSensorTilt
         {"relative", "--type auto --sensor-mount 0,0,0"},
         {"known", "--type sun-angle-absolute --sunlight 0.8"}};
     for (const auto& [name, arguments] : runs) {
-        const Result result =
-            radiometry(folder, "correct flight/images --targets none -o " + name + " " + arguments);
+        const Result result = radiometry(folder,
+                                         "correct flight/images --light raw --targets none -o " +
+                                             name + " " + arguments);
         ASSERT_EQ(result.status, 0) << result.err;
         EXPECT_EQ(result.err, "") << name;
         std::tie(rms[name], noise) =
