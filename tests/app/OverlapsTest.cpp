@@ -46,7 +46,7 @@ TEST(OverlapsCommand, tellsWhatCorrectLeavesInTheOutputFolder) {
     // Neither a run that keeps all nor one of a part of the plan has pairs enough for a new one.
     ASSERT_EQ(radiometry(folder, "correct flight/images -o out").status, 0);
     EXPECT_EQ(readAll(folder.path() / "out" / "overlaps.json"), left);
-    ASSERT_EQ(radiometry(folder, "correct --plan out/plan.json --part 1/2 -o half").status, 0);
+    ASSERT_EQ(radiometry(folder, "correct --plan out/plan.json --part=1/2 -o half").status, 0);
     EXPECT_FALSE(std::filesystem::exists(folder.path() / "half" / "overlaps.json"));
 }
 
