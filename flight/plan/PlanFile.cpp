@@ -38,11 +38,12 @@ Json uncertaintyJson(const PlannedCamera& camera, const UncertaintyByCamera& unc
             terms.push_back(
                 {{"name", term.name}, {"kind", wordOf(term.kind)}, {"value", term.value}});
         }
-        list.push_back({{"band", b < camera.bandNames.size() ? Json(camera.bandNames[b]) : Json()},
-                        {"systematic", band.of(UncertaintyTerm::Kind::Systematic)},
-                        {"random", band.of(UncertaintyTerm::Kind::Random)},
-                        {"terms", terms},
-                        {"not_included", band.notIncluded}});
+        list.push_back(
+            {{"band", b < camera.bandNames.size() ? Json(camera.bandNames[b]) : Json()},
+             {"systematic", orNull(std::optional(band.of(UncertaintyTerm::Kind::Systematic)))},
+             {"random", orNull(std::optional(band.of(UncertaintyTerm::Kind::Random)))},
+             {"terms", terms},
+             {"not_included", band.notIncluded}});
     }
     return list;
 }

@@ -6,6 +6,7 @@
 #include "platform/image/PendingFile.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace tessik::flight {
 namespace {
@@ -32,10 +33,11 @@ image::WriteOptions writeOptions(const InputImage& image,
     for (std::size_t b = 0; b < uncertainty.size(); ++b) {
         options.bandItems.resize(std::max(options.bandItems.size(), uncertainty.size()));
         auto& items = options.bandItems[b];
-        items.emplace_back("relative_uncertainty_systematic",
-                           exactText(uncertainty[b].of(UncertaintyTerm::Kind::Systematic)));
-        items.emplace_back("relative_uncertainty_random",
-                           exactText(uncertainty[b].of(UncertaintyTerm::Kind::Random)));
+        for (const auto kind : {UncertaintyTerm::Kind::Systematic, UncertaintyTerm::Kind::Random}) {
+            if (const double value = uncertainty[b].of(kind); std::isfinite(value)) {
+                items.emplace_back("relative_uncertainty_" + wordOf(kind), exactText(value));
+            }
+        }
     }
     eraseUseless(image.exif, options.bandNames);
     eraseUseless(image.exif, options.bandItems);

@@ -125,8 +125,9 @@ Json correctorsJson(const radiometry::Accounts& accounts) {
 Json uncertaintyJson(const std::vector<BandUncertainty>& bands) {
     Json list = Json::array();
     for (const BandUncertainty& band : bands) {
-        list.push_back({{"systematic", band.of(UncertaintyTerm::Kind::Systematic)},
-                        {"random", band.of(UncertaintyTerm::Kind::Random)}});
+        list.push_back(
+            {{"systematic", orNull(std::optional(band.of(UncertaintyTerm::Kind::Systematic)))},
+             {"random", orNull(std::optional(band.of(UncertaintyTerm::Kind::Random)))}});
     }
     return list;
 }

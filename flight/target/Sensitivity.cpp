@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace tessik::flight {
 
@@ -23,9 +24,11 @@ std::optional<UncertaintyTerm::Kind> termKindOf(const std::string& word) {
 }
 
 double BandUncertainty::of(UncertaintyTerm::Kind kind) const {
-    double squares = 0.0;
+    double squares = std::numeric_limits<double>::quiet_NaN();
     for (const UncertaintyTerm& term : terms) {
-        squares += term.kind == kind ? term.value * term.value : 0.0;
+        if (term.kind == kind) {
+            squares = (std::isnan(squares) ? 0.0 : squares) + term.value * term.value;
+        }
     }
     return std::sqrt(squares);
 }

@@ -36,7 +36,7 @@ struct BandUncertainty {
     std::vector<UncertaintyTerm> terms;
     std::vector<std::string> notIncluded; ///< what is not known
 
-    /// Root of the sum of the squares of the terms of a kind.
+    /// Root of the sum of the squares of the terms of a kind; NaN where no term of it is known.
     [[nodiscard]] double of(UncertaintyTerm::Kind kind) const;
 };
 

@@ -114,6 +114,10 @@ TEST(FaultyLight, aTiltedPanelIsNotUsedSilently) {
     for (const auto& [camera, sensitivity] : plan.decisions.sensitivities) {
         EXPECT_EQ(sensitivity.kind, "maker");
     }
+    // Nothing systematic is known then, which is not the same as none.
+    for (const auto& [camera, bands] : plan.uncertainties) {
+        EXPECT_TRUE(std::isnan(bands.front().of(UncertaintyTerm::Kind::Systematic)));
+    }
 }
 
 TEST(FaultyLight, aSensitivityThatDriftsIsInterpolatedBetweenThePanels) {
